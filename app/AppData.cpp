@@ -1,0 +1,7 @@
+#include "app/AppData.h"
+
+AppData& theAppData()
+{
+    static AppData data;
+    return data;
+}

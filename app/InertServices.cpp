@@ -1,0 +1,121 @@
+#include "app/InertServices.h"
+
+#include "app/AppData.h"
+#include "platform/Trace.h"
+
+StartupServices InertServices::services()
+{
+    return {this, this, this, this, this};
+}
+
+int InertServices::workspace(AppData&, int, const std::string&)
+{
+    OutputDebugString("Workspace skipped: no data store in this build\n");
+    return kNotAvailable;
+}
+
+int InertServices::buildStore(const std::string&, const std::string&, const std::string&)
+{
+    OutputDebugString("VXfilebuild skipped: no data store in this build\n");
+    return kNotAvailable;
+}
+
+int InertServices::openLastStore(AppData&)
+{
+    OutputDebugString("Open data store skipped: no data store in this build\n");
+    return kNotAvailable;
+}
+
+void InertServices::openStoreCommand(AppData& app, QWidget*)
+{
+    OutputDebugString("Open data store command: no data store in this build\n");
+    app.StoreUnusable = kStoreFailed;
+}
+
+void InertServices::newStoreCommand(AppData& app, QWidget*)
+{
+    OutputDebugString("New data store command: no data store in this build\n");
+    app.StoreUnusable = kStoreFailed;
+}
+
+int InertServices::save(AppData&)
+{
+    OutputDebugString("Save data store skipped: no data store in this build\n");
+    return kNotAvailable;
+}
+
+void InertServices::deleteWorkingCopies(AppData&)
+{
+    OutputDebugString("No working copies to delete: no data store in this build\n");
+}
+
+int InertServices::storeInfo(const std::string&, std::uint64_t&, std::uint64_t&)
+{
+    return kNotAvailable;
+}
+
+void InertServices::initVar(AppData&)
+{
+    OutputDebugString("Ek7TapiInitVar skipped: no telephone line in this build\n");
+}
+
+void InertServices::chooseDevice(long deviceId)
+{
+    m_deviceId = deviceId;
+    m_deviceChosen = true;
+}
+
+bool InertServices::deviceChosen() const
+{
+    return m_deviceChosen;
+}
+
+void InertServices::setRings(int rings)
+{
+    m_rings = rings;
+}
+
+long InertServices::selectModem(QWidget*)
+{
+    OutputDebugString("Modem selection skipped: no telephone line in this build\n");
+    return -1;
+}
+
+void InertServices::close(AppData&)
+{
+    OutputDebugString("Ek7TapiClose skipped: no telephone line in this build\n");
+}
+
+std::string InertServices::statusText() const
+{
+    return "Line monitoring inactive";
+}
+
+int InertServices::check(AppData&)
+{
+    OutputDebugString("Diary check skipped: no diary monitor in this build\n");
+    return kNotAvailable;
+}
+
+void InertServices::start(AppData&, std::uintptr_t)
+{
+    OutputDebugString("Diary monitor not started: not in this build\n");
+}
+
+int InertServices::switchOn(AppData&)
+{
+    OutputDebugString("Answer machine on skipped: not in this build\n");
+    return kNotAvailable;
+}
+
+int InertServices::switchOff(AppData&)
+{
+    OutputDebugString("Answer machine off skipped: not in this build\n");
+    return kNotAvailable;
+}
+
+int InertServices::runDialog(AppData&, QWidget*)
+{
+    OutputDebugString("Store compression skipped: not in this build\n");
+    return kNotAvailable;
+}

@@ -1,0 +1,51 @@
+// Stand-ins for the parts of Navo that this build does not have yet. Each call
+// traces what it skipped and answers kNotAvailable; nothing pretends to work.
+// The line stand-in keeps the device and ring settings start-up gives it, so
+// that the rest of start-up reads them back as the real line state would.
+#pragma once
+
+#include "app/StartupServices.h"
+
+class InertServices : public StoreService,
+                      public LineService,
+                      public DiaryService,
+                      public AnswerMachineService,
+                      public CompressionService {
+public:
+    StartupServices services();
+
+    int workspace(AppData& app, int mode, const std::string& pattern) override;
+    int buildStore(const std::string& folder, const std::string& name,
+                   const std::string& workspace) override;
+    int openLastStore(AppData& app) override;
+    void openStoreCommand(AppData& app, QWidget* owner) override;
+    void newStoreCommand(AppData& app, QWidget* owner) override;
+    int save(AppData& app) override;
+    void deleteWorkingCopies(AppData& app) override;
+    int storeInfo(const std::string& storePath, std::uint64_t& size,
+                  std::uint64_t& reclaimable) override;
+
+    void initVar(AppData& app) override;
+    void chooseDevice(long deviceId) override;
+    bool deviceChosen() const override;
+    void setRings(int rings) override;
+    long selectModem(QWidget* owner) override;
+    void close(AppData& app) override;
+    std::string statusText() const override;
+
+    int check(AppData& app) override;
+    void start(AppData& app, std::uintptr_t mainWindow) override;
+
+    int switchOn(AppData& app) override;
+    int switchOff(AppData& app) override;
+
+    int runDialog(AppData& app, QWidget* owner) override;
+
+    long deviceId() const { return m_deviceId; }
+    int rings() const { return m_rings; }
+
+private:
+    bool m_deviceChosen = false;
+    long m_deviceId = -1;
+    int m_rings = 3;
+};

@@ -1,0 +1,154 @@
+#include "app/OptionsDialog.h"
+
+#include <QButtonGroup>
+#include <QFontMetrics>
+#include <QLineEdit>
+#include <QRegularExpression>
+#include <QToolTip>
+
+#include "app/AppData.h"
+#include "platform/Codepage.h"
+#include "platform/WinTypes.h"
+#include "res/ResourceIds.h"
+#include "res/StringTable.h"
+#include "res/resource.h"
+#include "ui_OptionsDialog.h"
+
+OptionsDialog::OptionsDialog(AppData& app, const ProfileSettings& profile, QWidget* parent)
+    : QDialog(parent), m_ui(std::make_unique<Ui::OptionsDialog>()), m_model(app, profile)
+{
+    m_ui->setupUi(this);
+
+    // The rings edit is the spin box's own text field; naming it lets it be
+    // found by its number like every other control.
+    if (auto* ringsEdit = m_ui->IDC_RINGS_SPIN->findChild<QLineEdit*>())
+        ringsEdit->setObjectName(QStringLiteral("IDC_RINGS"));
+    assignControlNumbers(this);
+    m_ui->okButton->setObjectName(QString::number(IDOK));
+    m_ui->cancelButton->setObjectName(QString::number(IDCANCEL));
+
+    m_ui->IDC_SILENCE->setRange(OptionsModel::kSilenceMin, OptionsModel::kSilenceMax);
+    m_ui->IDC_SILENCE->setTickInterval(OptionsModel::kSilenceTick);
+    m_ui->IDC_RINGS_SPIN->setRange(OptionsModel::kRingsMin, OptionsModel::kRingsMax);
+    for (const char* sign : OptionsModel::kCurrencyItems)
+        m_ui->IDC_CURRENCY->addItem(fromAnsi(sign));
+
+    m_qualityGroup = new QButtonGroup(this);
+    m_qualityGroup->addButton(m_ui->IDC_QUALITY_VOICE, 0);
+    m_qualityGroup->addButton(m_ui->IDC_QUALITY_STEREO, 1);
+    m_qualityGroup->addButton(m_ui->IDC_QUALITY_RADIO, 2);
+    m_qualityGroup->addButton(m_ui->IDC_QUALITY_CD, 3);
+
+    // Connected only once the controls show the model, so that filling them
+    // writes nothing back.
+    m_model.initialise();
+    showModel();
+    setToolTips();
+    connectControls();
+}
+
+OptionsDialog::~OptionsDialog() = default;
+
+void OptionsDialog::showModel()
+{
+    m_ui->IDC_PHONE_COST->setText(fromAnsi(m_model.phoneCost()));
+    m_ui->IDC_MEET_COST->setText(fromAnsi(m_model.meetCost()));
+    m_ui->IDC_HIGHLIGHT->setChecked(m_model.highLight());
+    m_ui->IDC_PRIME->setChecked(m_model.prime());
+    m_ui->IDC_PHONE_WARNING->setChecked(m_model.phoneWarning());
+    m_ui->IDC_RUN_DIARY->setChecked(m_model.runDiary());
+    m_ui->IDC_SILENCE->setValue(m_model.silence());
+    m_ui->IDC_SILENCE_SECS->setText(QString::number(m_model.silence()));
+    m_ui->IDC_RINGS_SPIN->setValue(m_model.rings());
+    m_ui->IDC_EXPORT_PROMPT->setChecked(m_model.exportPrompt());
+    m_ui->IDC_COMPRESS->setChecked(m_model.compress());
+
+    const QString currency = fromAnsi(m_model.currency());
+    const int item = m_ui->IDC_CURRENCY->findText(currency, Qt::MatchExactly);
+    if (item >= 0)
+        m_ui->IDC_CURRENCY->setCurrentIndex(item);
+    m_ui->IDC_CURRENCY->setEditText(currency);
+
+    // A quality outside 0..3 leaves every radio button clear.
+    if (QAbstractButton* radio = m_qualityGroup->button(m_model.quality()))
+        radio->setChecked(true);
+}
+
+QString OptionsDialog::wrapToolTip(const QString& text, int width)
+{
+    const QFontMetrics metrics(QToolTip::font());
+    static const QRegularExpression kBlanks(QStringLiteral("\\s+"));
+    QStringList lines;
+    QString line;
+    for (const QString& word : text.split(kBlanks, Qt::SkipEmptyParts)) {
+        const QString longer = line.isEmpty() ? word : line + QLatin1Char(' ') + word;
+        if (line.isEmpty() || metrics.horizontalAdvance(longer) <= width) {
+            line = longer;
+        } else {
+            lines << line;
+            line = word;
+        }
+    }
+    if (!line.isEmpty())
+        lines << line;
+    return lines.join(QLatin1Char('\n'));
+}
+
+void OptionsDialog::setToolTips()
+{
+    const struct {
+        QWidget* control;
+        unsigned text;
+    } tips[] = {
+        {m_ui->IDC_PHONE_COST, 725},     {m_ui->IDC_MEET_COST, 726},
+        {m_ui->IDC_RINGS_SPIN, 727},     {m_ui->IDC_PRIME, 728},
+        {m_ui->IDC_EXPORT_PROMPT, 729},  {m_ui->IDC_RUN_DIARY, 730},
+        {m_ui->IDC_COMPRESS, 731},       {m_ui->IDC_CURRENCY, 743},
+        {m_ui->okButton, 732},           {m_ui->cancelButton, 669},
+        {m_ui->IDC_QUALITY_VOICE, 796},  {m_ui->IDC_QUALITY_STEREO, 797},
+        {m_ui->IDC_QUALITY_RADIO, 798},  {m_ui->IDC_QUALITY_CD, 799},
+    };
+    for (const auto& tip : tips)
+        tip.control->setToolTip(wrapToolTip(LoadStringQ(tip.text)));
+    // The rings text field sits on top of the spin box and shows the tip too.
+    if (auto* ringsEdit = m_ui->IDC_RINGS_SPIN->findChild<QLineEdit*>())
+        ringsEdit->setToolTip(m_ui->IDC_RINGS_SPIN->toolTip());
+}
+
+void OptionsDialog::connectControls()
+{
+    connect(m_ui->IDC_HIGHLIGHT, &QCheckBox::toggled, this,
+            [this](bool on) { m_model.setHighLight(on); });
+    connect(m_ui->IDC_PRIME, &QCheckBox::toggled, this, [this](bool on) { m_model.setPrime(on); });
+    connect(m_ui->IDC_PHONE_WARNING, &QCheckBox::toggled, this,
+            [this](bool on) { m_model.setPhoneWarning(on); });
+    connect(m_ui->IDC_RUN_DIARY, &QCheckBox::toggled, this,
+            [this](bool on) { m_model.setRunDiary(on); });
+    connect(m_ui->IDC_EXPORT_PROMPT, &QCheckBox::toggled, this,
+            [this](bool on) { m_model.setExportPrompt(on); });
+    connect(m_ui->IDC_COMPRESS, &QCheckBox::toggled, this,
+            [this](bool on) { m_model.setCompress(on); });
+
+    connect(m_ui->IDC_SILENCE, &QSlider::valueChanged, this, [this](int seconds) {
+        m_model.setSilence(seconds);
+        m_ui->IDC_SILENCE_SECS->setText(QString::number(m_model.silence()));
+    });
+    connect(m_ui->IDC_RINGS_SPIN, qOverload<int>(&QSpinBox::valueChanged), this,
+            [this](int rings) { m_model.setRings(rings); });
+    // An editable combo box reports both a chosen item and typing here.
+    connect(m_ui->IDC_CURRENCY, &QComboBox::currentTextChanged, this,
+            [this](const QString& sign) { m_model.setCurrency(toAnsi(sign)); });
+    connect(m_qualityGroup, &QButtonGroup::idToggled, this, [this](int quality, bool checked) {
+        if (checked)
+            m_model.setQuality(quality);
+    });
+
+    connect(m_ui->okButton, &QPushButton::clicked, this, &OptionsDialog::accept);
+    connect(m_ui->cancelButton, &QPushButton::clicked, this, &OptionsDialog::reject);
+}
+
+void OptionsDialog::accept()
+{
+    m_model.accept(toAnsi(m_ui->IDC_PHONE_COST->text()), toAnsi(m_ui->IDC_MEET_COST->text()));
+    QDialog::accept();
+}

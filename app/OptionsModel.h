@@ -1,0 +1,93 @@
+// What the Options dialog edits: the profile values it shows, the ones it
+// writes at once (check boxes, the currency sign, the two mirrored flags) and
+// the ones it writes only on OK. No widgets here; the dialog mirrors this.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <string>
+
+struct AppData;
+class ProfileSettings;
+
+class OptionsModel {
+public:
+    // Ranges of the silence slider and the rings spin; stored values outside
+    // them are shown, and saved on OK, at the nearest end.
+    static constexpr int kSilenceMin = 2;
+    static constexpr int kSilenceMax = 30;
+    static constexpr int kSilenceTick = 4;
+    static constexpr int kSilenceDefault = 5;
+    static constexpr int kRingsMin = 1;
+    static constexpr int kRingsMax = 10;
+    static constexpr int kRingsDefault = 3;
+    static constexpr std::size_t kCostMax = 49;
+    static constexpr int kQualityCount = 4;
+
+    // The currency signs offered, Windows-1252: "£", "$", "€".
+    static const std::array<const char*, 3> kCurrencyItems;
+
+    OptionsModel(AppData& app, const ProfileSettings& profile);
+
+    // Reads every value, writing the default of each missing one.
+    void initialise();
+
+    // Empty when the profile had no cost yet.
+    const std::string& phoneCost() const { return m_phoneCost; }
+    const std::string& meetCost() const { return m_meetCost; }
+
+    bool highLight() const { return m_highLight; }
+    bool prime() const { return m_prime; }
+    bool phoneWarning() const { return m_phoneWarning; }
+    bool runDiary() const { return m_runDiary; }
+    bool exportPrompt() const { return m_exportPrompt; }
+    bool compress() const { return m_compress; }
+
+    int silence() const { return m_silence; }
+    int rings() const { return m_rings; }
+    // 0 to 3 select a radio button; any other number selects none.
+    int quality() const { return m_quality; }
+    const std::string& currency() const;
+
+    // Check boxes: stored at once, with the flags they mirror.
+    void setHighLight(bool on);
+    void setPrime(bool on);
+    void setPhoneWarning(bool on);
+    void setRunDiary(bool on);
+    void setExportPrompt(bool on);
+    void setCompress(bool on);
+
+    // Kept until OK.
+    void setSilence(int seconds);
+    void setRings(int rings);
+    void setQuality(int quality);
+
+    // Straight into the application's currency buffer, even before OK.
+    void setCurrency(const std::string& sign);
+
+    // OK: costs as typed (Windows-1252), then every value in a fixed order.
+    void accept(const std::string& phoneCostText, const std::string& meetCostText);
+
+    // atoi as the profile readers use it: leading blanks, a sign, digits,
+    // anything else ends the number; garbage reads as 0, overflow saturates.
+    static int parseNumber(const std::string& text);
+
+private:
+    bool readYesNo(const char* key);
+    void writeYesNo(const char* key, bool on) const;
+
+    AppData& m_app;
+    const ProfileSettings& m_profile;
+
+    std::string m_phoneCost;
+    std::string m_meetCost;
+    bool m_highLight = false;
+    bool m_prime = false;
+    bool m_phoneWarning = false;
+    bool m_runDiary = false;
+    bool m_exportPrompt = false;
+    bool m_compress = true;
+    int m_silence = kSilenceDefault;
+    int m_rings = kRingsDefault;
+    int m_quality = 0;
+};

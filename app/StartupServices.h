@@ -1,0 +1,90 @@
+// The seams through which start-up and shutdown reach the parts of Navo that
+// live in other folders: the data store (store/), the telephone line
+// (telephony/), the diary monitor, the answer machine and store compression.
+//
+// The main window only knows these interfaces. main() hands it the real
+// implementations; a part that is not in this build yet is represented by
+// InertServices, whose calls answer kNotAvailable so that the main window
+// can say so instead of pretending the work was done.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+class QWidget;
+struct AppData;
+
+// Result of a seam whose part is not in this build.
+inline constexpr int kNotAvailable = -1;
+
+class StoreService {
+public:
+    virtual ~StoreService() = default;
+    // Workspace(mode, pattern): 1 creates TempDir, 0 clears matching files,
+    // 2 clears them and removes the folder. 0 or 119.
+    virtual int workspace(AppData& app, int mode, const std::string& pattern) = 0;
+    // VXfilebuild(folder, name, workspace): a new, empty store. 0 or 101..106.
+    virtual int buildStore(const std::string& folder, const std::string& name,
+                           const std::string& workspace) = 0;
+    // Extract the store named by the profile: 0, 103 or 105.
+    virtual int openLastStore(AppData& app) = 0;
+    // The main window's Open and New store commands; they set StoreUnusable.
+    virtual void openStoreCommand(AppData& app, QWidget* owner) = 0;
+    virtual void newStoreCommand(AppData& app, QWidget* owner) = 0;
+    // Save the open store: 0, 103 or 106.
+    virtual int save(AppData& app) = 0;
+    // Delete the working copies of the component files from the workspace.
+    virtual void deleteWorkingCopies(AppData& app) = 0;
+    // The store's size and reclaimable space in bytes; 0 when it answers.
+    virtual int storeInfo(const std::string& storePath, std::uint64_t& size,
+                          std::uint64_t& reclaimable) = 0;
+};
+
+class LineService {
+public:
+    virtual ~LineService() = default;
+    // Ek7TapiInitVar: the line state block comes into being.
+    virtual void initVar(AppData& app) = 0;
+    // The profile names a device: remember it and mark it chosen.
+    virtual void chooseDevice(long deviceId) = 0;
+    virtual bool deviceChosen() const = 0;
+    virtual void setRings(int rings) = 0;
+    // Modem Selection: the chosen device, or -1 for none (or cancelled).
+    virtual long selectModem(QWidget* owner) = 0;
+    // Close an open wave device, then Ek7TapiClose.
+    virtual void close(AppData& app) = 0;
+    // "Line monitoring active" or "Line monitoring inactive".
+    virtual std::string statusText() const = 0;
+};
+
+class DiaryService {
+public:
+    virtual ~DiaryService() = default;
+    // The start-up diary check: 0, a message code, or kNotAvailable.
+    virtual int check(AppData& app) = 0;
+    // Start the monitor thread at the lowest priority.
+    virtual void start(AppData& app, std::uintptr_t mainWindow) = 0;
+};
+
+class AnswerMachineService {
+public:
+    virtual ~AnswerMachineService() = default;
+    // 0 when switched, kNotAvailable when there is no answer machine.
+    virtual int switchOn(AppData& app) = 0;
+    virtual int switchOff(AppData& app) = 0;
+};
+
+class CompressionService {
+public:
+    virtual ~CompressionService() = default;
+    // The store compression dialog, modal.
+    virtual int runDialog(AppData& app, QWidget* owner) = 0;
+};
+
+struct StartupServices {
+    StoreService* store = nullptr;
+    LineService* line = nullptr;
+    DiaryService* diary = nullptr;
+    AnswerMachineService* answerMachine = nullptr;
+    CompressionService* compression = nullptr;
+};

@@ -1,0 +1,20 @@
+// navo: start the application object with the parts this build has.
+#include <QApplication>
+#include <QFile>
+
+#include "app/AppData.h"
+#include "app/InertServices.h"
+#include "app/NavoApp.h"
+
+int main(int argc, char** argv)
+{
+    QApplication application(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("Navo"));
+    QApplication::setOrganizationName(QStringLiteral("Orlent Systems"));
+
+    InertServices notYetBuilt;
+    NavoApp app(theAppData(), notYetBuilt.services(),
+                QFile::encodeName(QApplication::applicationFilePath()).toStdString());
+    app.InitInstance();
+    return 0;
+}
