@@ -1,0 +1,112 @@
+#include "platform/Prompt.h"
+#include "platform/QtPrompt.h"
+#include "tests/support/ScriptedPrompt.h"
+
+#include <gtest/gtest-spi.h>
+#include <gtest/gtest.h>
+
+TEST(Prompt, FlagsGiveTheWindowsButtonsIconsDefaultsAndEscape)
+{
+    struct Case {
+        UINT flags;
+        std::vector<int> buttons;
+        QMessageBox::Icon icon;
+        int defaultButton;
+        int escapeButton;
+    };
+    const Case cases[] = {
+        {MB_OK, {IDOK}, QMessageBox::NoIcon, IDOK, IDOK},
+        {MB_OKCANCEL | MB_ICONSTOP, {IDOK, IDCANCEL}, QMessageBox::Critical, IDOK, IDCANCEL},
+        {MB_ABORTRETRYIGNORE | MB_ICONWARNING | MB_DEFBUTTON2, {IDABORT, IDRETRY, IDIGNORE},
+         QMessageBox::Warning, IDRETRY, 0},
+        {MB_YESNOCANCEL | MB_ICONQUESTION | MB_DEFBUTTON3, {IDYES, IDNO, IDCANCEL},
+         QMessageBox::Question, IDCANCEL, IDCANCEL},
+        {MB_YESNO | MB_ICONINFORMATION | MB_DEFBUTTON2, {IDYES, IDNO}, QMessageBox::Information, IDNO, 0},
+        {MB_RETRYCANCEL | MB_ICONERROR, {IDRETRY, IDCANCEL}, QMessageBox::Critical, IDRETRY, IDCANCEL},
+        {MB_CANCELTRYCONTINUE, {IDCANCEL, IDTRYAGAIN, IDCONTINUE}, QMessageBox::NoIcon, IDCANCEL,
+         IDCANCEL},
+        {MB_OK | MB_DEFBUTTON3 | MB_TOPMOST, {IDOK}, QMessageBox::NoIcon, IDOK, IDOK},  // no 3rd button
+    };
+    for (const Case& c : cases) {
+        const MessageBoxLayout layout = messageBoxLayout(c.flags);
+        EXPECT_EQ(layout.buttons, c.buttons) << std::hex << c.flags;
+        EXPECT_EQ(layout.icon, c.icon) << std::hex << c.flags;
+        EXPECT_EQ(layout.defaultButton, c.defaultButton) << std::hex << c.flags;
+        EXPECT_EQ(layout.escapeButton, c.escapeButton) << std::hex << c.flags;
+    }
+}
+
+TEST(Prompt, MfcFiltersBecomeQtFilters)
+{
+    EXPECT_EQ(qtFilterFromMfc("Navo Files (*.vxt)|*.vxt||"), "Navo Files (*.vxt)");
+    EXPECT_EQ(qtFilterFromMfc("Wave Files (*.wav)|*.wav|All Files (*.*)|*.*||"),
+              "Wave Files (*.wav);;All Files (*)");
+    EXPECT_EQ(qtFilterFromMfc("Sound|*.wav; *.mp3|"), "Sound (*.wav *.mp3)");
+    EXPECT_EQ(qtFilterFromMfc("Audio (wav, mp3)|*.wav;*.mp3||"), "Audio (*.wav *.mp3)");
+    EXPECT_EQ(qtFilterFromMfc("Fichiers \xE9t\xE9 (*.x)|*.x||"), QStringLiteral("Fichiers été (*.x)"));
+    EXPECT_EQ(qtFilterFromMfc(""), "");
+}
+
+TEST(Prompt, TheQtPromptServesWhenNoneIsInstalled)
+{
+    EXPECT_NE(dynamic_cast<QtPrompt*>(&currentPrompt()), nullptr);
+    {
+        ScriptedPrompt outer;
+        {
+            ScriptedPrompt inner;
+            EXPECT_EQ(&currentPrompt(), &inner);
+        }
+        EXPECT_EQ(&currentPrompt(), &outer);
+    }
+    EXPECT_NE(dynamic_cast<QtPrompt*>(&currentPrompt()), nullptr);
+}
+
+TEST(ScriptedPrompt, AnswersInOrderAndRecordsTheQuestions)
+{
+    ScriptedPrompt prompt;
+    prompt.answerMessage(IDYES);
+    prompt.answerMessage(IDNO);
+    prompt.answerFile(std::string("/home/alice/a.vxt"));
+    prompt.answerFile(std::nullopt);
+
+    EXPECT_EQ(AfxMessageBox("Save changes?", MB_YESNO | MB_ICONQUESTION), IDYES);
+    EXPECT_EQ(currentPrompt().messageBox("\xA3 5", MB_YESNO, "Cost"), IDNO);
+    FileDialogRequest request;
+    request.filter = "Navo Files (*.vxt)|*.vxt||";
+    EXPECT_EQ(currentPrompt().chooseFile(request), std::optional<std::string>("/home/alice/a.vxt"));
+    request.open = false;
+    EXPECT_EQ(currentPrompt().chooseFile(request), std::nullopt);
+
+    const auto messages = prompt.messages();
+    ASSERT_EQ(messages.size(), 2u);
+    EXPECT_EQ(messages[0].text, "Save changes?");
+    EXPECT_EQ(messages[0].flags, MB_YESNO | MB_ICONQUESTION);
+    EXPECT_EQ(messages[0].caption, "Navo");
+    EXPECT_EQ(messages[1].text, "\xA3 5");
+    const auto requests = prompt.fileRequests();
+    ASSERT_EQ(requests.size(), 2u);
+    EXPECT_TRUE(requests[0].open);
+    EXPECT_FALSE(requests[1].open);
+    EXPECT_EQ(requests[1].filter, "Navo Files (*.vxt)|*.vxt||");
+}
+
+TEST(ScriptedPrompt, UnansweredAndUnaskedQuestionsFailTheTest)
+{
+    ScriptedPrompt prompt;
+    int answer = 0;
+    EXPECT_NONFATAL_FAILURE(answer = AfxMessageBox("Delete the record?", MB_YESNO),
+                            "Unexpected message box \"Delete the record?\"");
+    EXPECT_EQ(answer, IDCANCEL);
+    std::optional<std::string> file("x");
+    FileDialogRequest request;
+    request.title = "Export";
+    EXPECT_NONFATAL_FAILURE(file = prompt.chooseFile(request), "file dialog \"Export\"");
+    EXPECT_EQ(file, std::nullopt);
+
+    EXPECT_NONFATAL_FAILURE(
+        {
+            ScriptedPrompt leftover;
+            leftover.answerMessage(IDOK);
+        },
+        "never asked for");
+}
