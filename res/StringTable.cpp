@@ -1,11 +1,11 @@
 // The string table itself, in number order. Keep it sorted when adding: the
 // lookup is a binary search.
 //
-// Numbers the program loads but whose text has not been settled yet (tool
-// tips 721, 725 to 732, 742 to 746, the web address 790, its failure 791, the
-// data store messages 616 to 620, and the long texts 658, 755, 803 and 875)
-// are deliberately absent: they load as "" until their wording is known, and
-// the message catalogue shows a fallback for the coded ones.
+// Numbers the program loads but whose text has not been settled yet (the
+// modem tool tips 742 to 746, the data store messages 616 to 620, and the
+// long texts 658, 755, 803 and 875) are deliberately absent: they load as ""
+// until their wording is known, and the message catalogue shows a fallback
+// for the coded ones.
 #include "res/StringTable.h"
 
 #include "platform/Codepage.h"
@@ -77,6 +77,20 @@ const StringEntry kStrings[] = {
     {693, "Resets the reminder for the specified number of minutes"},
     {694, "Sets the number of minutes before being reminded again"},
 
+    // Navo's own wording for numbers loaded by the program whose text was
+    // never settled: the main tool bar's first button, the Options tool tips,
+    // the web address and the message when it cannot be opened.
+    {721, "Start a new recording of the type shown"},
+    {725, "Default cost per minute of telephone calls"},
+    {726, "Default cost per hour of meetings"},
+    {727, "Number of rings before Navo answers an incoming call"},
+    {728, "Fill in the name, description and keywords of a new recording from the previous one"},
+    {729, "Ask for file names when recordings are exported"},
+    {730, "Look for diary reminders that are due each time Navo starts"},
+    {731, "Compress recordings before they are sent by e-mail"},
+    {732, "Save these options and close"},
+    {743, "The currency sign shown with costs"},
+
     // Telephone line
     {748, "Please enter a valid phone number and press Start.\n\n"
           "Note : You can enter your own phone number, or for a more \n"
@@ -92,6 +106,8 @@ const StringEntry kStrings[] = {
           "To use the phone functionality you must have a voice modem installed - See the Trouble shooting section in the help"},
     {760, "Please select a modem to test from the list by clicking on the \n"
           "ID of one of the devices in the list"},
+    {790, "https://navo.example.org/"},
+    {791, "The Navo web site could not be opened. Please check your web browser and internet connection : Info 022"},
     {792, "Your answer machine greeting message has been successfully changed.  "},
 
     // Recording quality tool tips (Options); the trailing space is kept

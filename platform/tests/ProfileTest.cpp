@@ -193,7 +193,7 @@ TEST_F(Profile, ResultsCountCopiedBytesAndTruncate)
     // Lists of names end with a second NUL; cut short they return size-2.
     char list[32];
     EXPECT_EQ(GetPrivateProfileStringA(nullptr, nullptr, "", list, sizeof list, path().c_str()), 5u);
-    EXPECT_EQ(std::string(list, 7), std::string("A\0BB\0\0", 7));
+    EXPECT_EQ(std::string(list, 6), std::string("A\0BB\0\0", 6));
     EXPECT_EQ(GetPrivateProfileStringA(nullptr, nullptr, "", list, 5, path().c_str()), 3u);
     EXPECT_EQ(std::string(list, 5), std::string("A\0B\0\0", 5));
     EXPECT_EQ(GetPrivateProfileStringA("a", nullptr, "", list, sizeof list, path().c_str()), 15u);

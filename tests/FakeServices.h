@@ -1,0 +1,127 @@
+// Scriptable stand-ins for the store, line, diary, answer machine and
+// compression seams: each call is logged in order and answers what the test
+// set. Used to drive the main window's start-up and shutdown.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "app/AppData.h"
+#include "app/StartupServices.h"
+
+class FakeServices : public StoreService,
+                     public LineService,
+                     public DiaryService,
+                     public AnswerMachineService,
+                     public CompressionService {
+public:
+    StartupServices services() { return {this, this, this, this, this}; }
+
+    std::vector<std::string> calls;
+
+    int workspaceResult = 0;
+    int buildResult = 0;
+    int openResult = 0;
+    int saveResult = 0;
+    int infoResult = kNotAvailable;
+    std::uint64_t infoSize = 0;
+    std::uint64_t infoReclaimable = 0;
+    int commandStoreState = kStoreHealthy;  // what Open/New store leave behind
+    long modemChoice = -1;
+    int diaryResult = 0;
+    std::function<void()> onSave;  // runs inside save(), to look at the window then
+
+    std::string builtFolder, builtName, builtWorkspace;
+    bool chosen = false;
+    long device = -1;
+    int rings = -1;
+
+    int workspace(AppData& app, int mode, const std::string& pattern) override
+    {
+        calls.push_back("workspace " + std::to_string(mode) + " " + pattern);
+        if (mode == 1 && workspaceResult == 0)
+            app.TempDir = "/tmp/fake-workspace";
+        return workspaceResult;
+    }
+    int buildStore(const std::string& folder, const std::string& name, const std::string& ws) override
+    {
+        calls.push_back("build");
+        builtFolder = folder;
+        builtName = name;
+        builtWorkspace = ws;
+        return buildResult;
+    }
+    int openLastStore(AppData&) override
+    {
+        calls.push_back("open");
+        return openResult;
+    }
+    void openStoreCommand(AppData& app, QWidget*) override
+    {
+        calls.push_back("open command");
+        app.StoreUnusable = commandStoreState;
+    }
+    void newStoreCommand(AppData& app, QWidget*) override
+    {
+        calls.push_back("new command");
+        app.StoreUnusable = commandStoreState;
+    }
+    int save(AppData&) override
+    {
+        calls.push_back("save");
+        if (onSave)
+            onSave();
+        return saveResult;
+    }
+    void deleteWorkingCopies(AppData&) override { calls.push_back("delete working copies"); }
+    int storeInfo(const std::string&, std::uint64_t& size, std::uint64_t& reclaimable) override
+    {
+        size = infoSize;
+        reclaimable = infoReclaimable;
+        return infoResult;
+    }
+
+    void initVar(AppData&) override { calls.push_back("line init"); }
+    void chooseDevice(long id) override
+    {
+        chosen = true;
+        device = id;
+    }
+    bool deviceChosen() const override { return chosen; }
+    void setRings(int count) override { rings = count; }
+    long selectModem(QWidget*) override
+    {
+        calls.push_back("select modem");
+        return modemChoice;
+    }
+    void close(AppData& app) override
+    {
+        calls.push_back(app.DiaryMonitorRunning ? "line close (diary still running)" : "line close");
+    }
+    std::string statusText() const override { return "Line monitoring inactive"; }
+
+    int check(AppData&) override
+    {
+        calls.push_back("diary check");
+        return diaryResult;
+    }
+    void start(AppData&, std::uintptr_t) override { calls.push_back("diary start"); }
+
+    int switchOn(AppData&) override
+    {
+        calls.push_back("answer machine on");
+        return 0;
+    }
+    int switchOff(AppData&) override
+    {
+        calls.push_back("answer machine off");
+        return 0;
+    }
+
+    int runDialog(AppData&, QWidget*) override
+    {
+        calls.push_back("compression dialog");
+        return 0;
+    }
+};

@@ -1,0 +1,53 @@
+#!/usr/bin/env bash
+# End to end: the real navo in a fresh portable folder under Xvfb. It must show
+# the splash, then the main window titled for the log-on user, create NAVO.ini
+# with the new profile's defaults, and close cleanly on request.
+#   startup_e2e.sh <path to navo> <folder for screenshots>
+set -euo pipefail
+navo=$1
+shots=$2
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+mkdir -p "$shots"
+cp "$navo" "$work/navo"
+user=$(id -un)
+
+fail() { echo "FAIL: $*" >&2; exit 1; }
+
+export DISPLAY_SHOTS=$shots
+xvfb-run -a -s "-screen 0 1280x1024x24" bash -c '
+    set -e
+    "$0/navo" & pid=$!
+    sleep 1.2
+    import -window root "$DISPLAY_SHOTS/e2e-splash.png"
+    for _ in $(seq 60); do
+        xdotool search --name "^Navo for user :" >/dev/null 2>&1 && break
+        sleep 0.2
+    done
+    xdotool search --name "^Navo for user :" > "$0/windows.txt" || true
+    sleep 0.5
+    import -window root "$DISPLAY_SHOTS/e2e-main.png"
+    kill -TERM $pid
+    for _ in $(seq 50); do kill -0 $pid 2>/dev/null || break; sleep 0.1; done
+    kill -0 $pid 2>/dev/null && { kill -9 $pid; echo "navo did not stop on TERM" > "$0/stuck"; }
+    wait $pid 2>/dev/null || true
+' "$work"
+
+[ -s "$work/windows.txt" ] || fail "no window titled 'Navo for user :' appeared"
+[ ! -e "$work/stuck" ] || fail "$(cat "$work/stuck")"
+[ -f "$work/NAVO.ini" ] || fail "NAVO.ini was not created"
+grep -q "^\[$user\]" "$work/NAVO.ini" || fail "no [$user] section in NAVO.ini"
+for key in LastPath RecID CommID LastFile Rings PhoneCost MeetCost Prime PhWarn ExpPrompt Silence Compress RecQual ADiary; do
+    grep -q "^$key=" "$work/NAVO.ini" || fail "NAVO.ini lacks $key"
+done
+[ -d "$work/Profiles/$user" ] || fail "Profiles/$user was not created"
+
+# A screenshot of a real window has many colours; a blank screen has one.
+for shot in e2e-splash e2e-main; do
+    colours=$(identify -format '%k' "$shots/$shot.png")
+    [ "$colours" -gt 50 ] || fail "$shot.png looks blank ($colours colours)"
+done
+# The two pictures differ: the splash gave way to the main window.
+diff=$(compare -metric AE "$shots/e2e-splash.png" "$shots/e2e-main.png" null: 2>&1 || true)
+[ "${diff%% *}" != 0 ] || fail "the splash never gave way to the main window"
+echo "PASS: screenshots in $shots"
