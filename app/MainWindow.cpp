@@ -283,6 +283,7 @@ void MainWindow::OnClose()
     // of ours left to close.
     // 11. The record list's rows own no data of their own.
     QApplication::restoreOverrideCursor();                     // 12.
+    OutputDebugString("Navo closed\n");
     done(IDCANCEL);
 }
 

@@ -3,6 +3,7 @@
 #include "app/AppData.h"
 #include "app/MainWindow.h"
 #include "app/SplashDialog.h"
+#include "platform/TerminationRequest.h"
 #include "platform/WindowMessages.h"
 #include "res/StringTable.h"
 
@@ -22,7 +23,21 @@ BOOL NavoApp::InitInstance()
 
     MainWindow mainWindow(m_app, m_services, m_executablePath);
     SplashDialog splash;
+
+    // Asked to stop: before the main window runs there is nothing to shut
+    // down; afterwards it closes as if the user chose Exit.
+    bool stopRequested = false;
+    onTerminationRequest([&] {
+        stopRequested = true;
+        if (splash.isVisible())
+            splash.reject();
+        else
+            PostMessage(mainWindow.handle(), WM_CLOSE, 0, 0);
+    });
+
     splash.exec();
-    mainWindow.DoModal();
+    if (!stopRequested)
+        mainWindow.DoModal();
+    onTerminationRequest(nullptr);
     return FALSE;
 }

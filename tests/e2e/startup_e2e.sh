@@ -17,7 +17,7 @@ fail() { echo "FAIL: $*" >&2; exit 1; }
 export DISPLAY_SHOTS=$shots
 xvfb-run -a -s "-screen 0 1280x1024x24" bash -c '
     set -e
-    "$0/navo" & pid=$!
+    NAVO_TRACE=1 "$0/navo" 2> "$0/trace.txt" & pid=$!
     sleep 1.2
     import -window root "$DISPLAY_SHOTS/e2e-splash.png"
     for _ in $(seq 60); do
@@ -35,6 +35,7 @@ xvfb-run -a -s "-screen 0 1280x1024x24" bash -c '
 
 [ -s "$work/windows.txt" ] || fail "no window titled 'Navo for user :' appeared"
 [ ! -e "$work/stuck" ] || fail "$(cat "$work/stuck")"
+grep -q "^Navo closed" "$work/trace.txt" || fail "navo did not shut down in order on TERM: $(cat "$work/trace.txt")"
 [ -f "$work/NAVO.ini" ] || fail "NAVO.ini was not created"
 grep -q "^\[$user\]" "$work/NAVO.ini" || fail "no [$user] section in NAVO.ini"
 for key in LastPath RecID CommID LastFile Rings PhoneCost MeetCost Prime PhWarn ExpPrompt Silence Compress RecQual ADiary; do
