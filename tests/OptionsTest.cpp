@@ -1,0 +1,347 @@
+// The Options logic against real INI files, and the dialog driven offscreen by
+// control numbers.
+#include <QComboBox>
+#include <QCheckBox>
+#include <QFile>
+#include <QFontMetrics>
+#include <QGroupBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QSlider>
+#include <QSpinBox>
+#include <QTemporaryDir>
+#include <QToolTip>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+#include "app/AppData.h"
+#include "app/OptionsDialog.h"
+#include "app/OptionsModel.h"
+#include "app/ProfileSettings.h"
+#include "res/StringTable.h"
+
+namespace {
+
+// What start-up writes for a new profile: note "ExpPrompt" is "N" there.
+const char* const kStartUpProfile =
+    "[Tester]\nRings=3\nPhoneCost=0.00\nMeetCost=0.00\nPrime=N\nPhWarn=N\nExpPrompt=N\n"
+    "Silence=5\nCompress=Y\nRecQual=0\nADiary=N\n";
+
+class OptionsTest : public ::testing::Test {
+protected:
+    OptionsTest() : m_ini(m_dir.filePath("NAVO.ini").toStdString()), m_profile(m_ini, "Tester") {}
+
+    void writeIni(const std::string& bytes)
+    {
+        QFile file(QString::fromStdString(m_ini));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(bytes.data(), static_cast<qint64>(bytes.size()));
+    }
+    QByteArray rawIni() const
+    {
+        QFile file(QString::fromStdString(m_ini));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+    std::vector<std::string> iniLines() const
+    {
+        std::vector<std::string> lines;
+        for (QByteArray line : rawIni().split('\n')) {
+            line.replace("\r", "");
+            if (!line.isEmpty())
+                lines.push_back(line.toStdString());
+        }
+        return lines;
+    }
+    std::string value(const char* key) const { return m_profile.read(key); }
+
+    QTemporaryDir m_dir;
+    std::string m_ini;
+    ProfileSettings m_profile;
+    AppData m_app;
+};
+
+// --- The model -------------------------------------------------------------
+
+TEST_F(OptionsTest, MissingValuesAreWrittenInStepOrderAndCostsShowEmpty)
+{
+    OptionsModel model(m_app, m_profile);
+    model.initialise();
+    const std::vector<std::string> expected = {
+        "[Tester]",     "PhoneCost=0.00", "MeetCost=0.00", "HighLight=N", "Prime=N",
+        "PhWarn=N",     "ADiary=N",       "Silence=5",     "Rings=3",     "ExpPrompt=0",
+        "Compress=Y",   "Currency=\xA3",  "RecQual=0"};
+    EXPECT_EQ(iniLines(), expected);
+    EXPECT_EQ(model.phoneCost(), "");
+    EXPECT_EQ(model.meetCost(), "");
+    EXPECT_FALSE(model.exportPrompt());
+    EXPECT_TRUE(model.compress());
+    EXPECT_EQ(model.silence(), 5);
+    EXPECT_EQ(model.rings(), 3);
+    EXPECT_EQ(m_app.Currency, "\xA3");
+}
+
+TEST_F(OptionsTest, OnlyExactYChecksAndOnlyExactZeroClearsExportPrompt)
+{
+    writeIni("[Tester]\nHighLight=y\nPrime=Y\nPhWarn=Y\nADiary=yes\nCompress=n\nExpPrompt=0\n"
+             "PhoneCost=abc\n");
+    m_app.PromptOnExport = 1;
+    OptionsModel model(m_app, m_profile);
+    model.initialise();
+    EXPECT_FALSE(model.highLight());
+    EXPECT_TRUE(model.prime());
+    EXPECT_TRUE(model.phoneWarning());
+    EXPECT_EQ(m_app.PhoneWarning, 1);
+    EXPECT_FALSE(model.runDiary());
+    EXPECT_FALSE(model.compress());
+    EXPECT_FALSE(model.exportPrompt());
+    EXPECT_EQ(m_app.PromptOnExport, 0);
+    EXPECT_EQ(model.phoneCost(), "abc");
+
+    model.accept("abc", "");
+    EXPECT_EQ(value("HighLight"), "N");
+    EXPECT_EQ(value("ADiary"), "N");
+    EXPECT_EQ(value("Compress"), "N");
+    EXPECT_EQ(value("ExpPrompt"), "0");
+}
+
+TEST_F(OptionsTest, OkWritesTwelveValuesInOrder)
+{
+    writeIni(kStartUpProfile);
+    OptionsModel model(m_app, m_profile);
+    model.initialise();
+    model.setSilence(12);
+    model.setRings(7);
+    model.setQuality(3);
+    model.setCurrency("$");
+    // Start from nothing so that every write appends and the file shows the order.
+    ASSERT_TRUE(QFile::remove(QString::fromStdString(m_ini)));
+    model.accept("", std::string(60, '9'));
+
+    const std::vector<std::string> expected = {
+        "[Tester]", "PhoneCost=0.00", "MeetCost=" + std::string(49, '9'), "Silence=12",
+        "Prime=N",  "PhWarn=N",       "Rings=7",                          "ExpPrompt=1",
+        "ADiary=N", "Compress=Y",     "Currency=$",                       "HighLight=N",
+        "RecQual=3"};
+    EXPECT_EQ(iniLines(), expected);
+    EXPECT_EQ(m_app.RecordingQuality, 3);
+}
+
+TEST_F(OptionsTest, GarbageNumbersAreClampedToTheControls)
+{
+    struct Case {
+        const char *silence, *rings, *quality;
+        int wantSilence, wantRings, wantQuality;
+    } cases[] = {
+        {"abc", "99", "7", 2, 10, 7},
+        {"99", "0", "-1", 30, 1, -1},
+        {" 12x", "-4", "  3", 12, 1, 3},
+        {"99999999999999999999", "-99999999999999999999", "", 30, 1, 0},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.silence);
+        writeIni(std::string("[Tester]\nSilence=") + c.silence + "\nRings=" + c.rings +
+                 "\nRecQual=" + c.quality + "\n");
+        OptionsModel model(m_app, m_profile);
+        model.initialise();
+        EXPECT_EQ(model.silence(), c.wantSilence);
+        EXPECT_EQ(model.rings(), c.wantRings);
+        EXPECT_EQ(model.quality(), c.wantQuality);
+        model.accept("", "");
+        EXPECT_EQ(value("Silence"), std::to_string(c.wantSilence));
+        EXPECT_EQ(value("Rings"), std::to_string(c.wantRings));
+        EXPECT_EQ(m_app.RecordingQuality, c.wantQuality);
+    }
+}
+
+TEST_F(OptionsTest, CurrencyComesFromTheProfileAndIsCutAt200)
+{
+    writeIni("[Tester]\nCurrency=\x80\n");
+    OptionsModel model(m_app, m_profile);
+    model.initialise();
+    EXPECT_EQ(m_app.Currency, "\x80");
+    model.setCurrency(std::string(250, 'x'));
+    EXPECT_EQ(m_app.Currency, std::string(200, 'x'));
+}
+
+// --- The dialog --------------------------------------------------------------
+
+class OptionsDialogTest : public OptionsTest {
+protected:
+    template <typename T>
+    T* control(const OptionsDialog& dialog, int number)
+    {
+        return dialog.findChild<T*>(QString::number(number));
+    }
+};
+
+TEST_F(OptionsDialogTest, ControlsAreFoundByNumberWithTheirCaptions)
+{
+    writeIni(kStartUpProfile);
+    OptionsDialog dialog(m_app, m_profile);
+    EXPECT_EQ(dialog.windowTitle(), "Navo Options");
+    const std::pair<int, const char*> kinds[] = {
+        {10105, "QLineEdit"},    {10106, "QLineEdit"},    {10120, "QLineEdit"},
+        {10107, "QCheckBox"},    {10115, "QCheckBox"},    {10159, "QCheckBox"},
+        {10201, "QCheckBox"},    {10221, "QCheckBox"},    {10108, "QCheckBox"},
+        {10275, "QRadioButton"}, {10276, "QRadioButton"}, {10277, "QRadioButton"},
+        {10278, "QRadioButton"}, {10117, "QLabel"},       {1, "QPushButton"},
+        {2, "QPushButton"}};
+    for (const auto& [number, kind] : kinds) {
+        const QWidget* widget = control<QWidget>(dialog, number);
+        ASSERT_TRUE(widget && widget->inherits(kind)) << number;
+    }
+
+    auto* slider = control<QSlider>(dialog, 10116);
+    auto* spin = control<QSpinBox>(dialog, 10124);
+    ASSERT_TRUE(slider && spin);
+    EXPECT_EQ(slider->minimum(), 2);
+    EXPECT_EQ(slider->maximum(), 30);
+    EXPECT_EQ(slider->tickInterval(), 4);
+    EXPECT_EQ(spin->minimum(), 1);
+    EXPECT_EQ(spin->maximum(), 10);
+    EXPECT_EQ(control<QLineEdit>(dialog, 10120)->text(), "3");
+
+    auto* currency = control<QComboBox>(dialog, 10256);
+    ASSERT_NE(currency, nullptr);
+    EXPECT_TRUE(currency->isEditable());
+    ASSERT_EQ(currency->count(), 3);
+    EXPECT_EQ(currency->itemText(0), QString::fromUtf8("\u00A3"));
+    EXPECT_EQ(currency->itemText(1), "$");
+    EXPECT_EQ(currency->itemText(2), QString::fromUtf8("\u20AC"));
+
+    QStringList captions;
+    for (auto* label : dialog.findChildren<QLabel*>())
+        captions << label->text();
+    for (auto* button : dialog.findChildren<QAbstractButton*>())
+        captions << button->text();
+    for (auto* group : dialog.findChildren<QGroupBox*>())
+        captions << group->title();
+    for (const char* caption :
+         {"Default Telephone Costs", "per min", "Default Meeting Costs", "per hour",
+          "Priming On/Off", "Phone recording warning message", "Telephone Silence Detection", "High",
+          "Low", "Secs.", "Detect In-Bound Call After", "Prompt for filenames on export",
+          "Run diary reminder on startup", "Compress before sending", "Default Currency",
+          "Highlight Costs and Times", "Default recording quality", "Navo Voice", "Navo Stereo",
+          "Radio", "CD", "OK", "Cancel"})
+        EXPECT_TRUE(captions.contains(caption)) << caption;
+}
+
+TEST_F(OptionsDialogTest, FreshProfileShowsExportPromptCheckedAndOkStoresOne)
+{
+    writeIni(kStartUpProfile);
+    OptionsDialog dialog(m_app, m_profile);
+    EXPECT_TRUE(control<QCheckBox>(dialog, 10159)->isChecked());
+    EXPECT_TRUE(control<QRadioButton>(dialog, 10275)->isChecked());
+    control<QLineEdit>(dialog, 10105)->clear();
+    control<QLineEdit>(dialog, 10106)->setText("3.20");
+    control<QPushButton>(dialog, 1)->click();
+    EXPECT_EQ(dialog.result(), QDialog::Accepted);
+    EXPECT_EQ(value("ExpPrompt"), "1");
+    EXPECT_EQ(value("PhoneCost"), "0.00");
+    EXPECT_EQ(value("MeetCost"), "3.20");
+}
+
+TEST_F(OptionsDialogTest, CheckBoxClicksWriteBeforeOk)
+{
+    writeIni(kStartUpProfile);
+    OptionsDialog dialog(m_app, m_profile);
+    control<QCheckBox>(dialog, 10107)->click();
+    control<QCheckBox>(dialog, 10115)->click();
+    control<QCheckBox>(dialog, 10159)->click();
+    control<QCheckBox>(dialog, 10221)->click();
+    EXPECT_EQ(value("Prime"), "Y");
+    EXPECT_EQ(value("Compress"), "N");
+    EXPECT_EQ(value("PhWarn"), "Y");
+    EXPECT_EQ(m_app.PhoneWarning, 1);
+    EXPECT_EQ(value("ExpPrompt"), "0");
+    EXPECT_EQ(m_app.PromptOnExport, 0);
+    control<QCheckBox>(dialog, 10115)->click();
+    EXPECT_EQ(value("PhWarn"), "N");
+    EXPECT_EQ(m_app.PhoneWarning, 0);
+}
+
+TEST_F(OptionsDialogTest, CancelWritesNothingButTheCurrencyStaysInUse)
+{
+    writeIni(std::string(kStartUpProfile) + "HighLight=N\nCurrency=\xA3\n");
+    const QByteArray before = rawIni();
+    OptionsDialog dialog(m_app, m_profile);
+    auto* currency = control<QComboBox>(dialog, 10256);
+    EXPECT_EQ(currency->currentText(), QString::fromUtf8("\u00A3"));
+    currency->setEditText(QString::fromUtf8("\u20AC/h"));
+    EXPECT_EQ(m_app.Currency, "\x80/h");
+    currency->setCurrentIndex(1);
+    EXPECT_EQ(m_app.Currency, "$");
+    control<QSlider>(dialog, 10116)->setValue(20);
+    control<QSpinBox>(dialog, 10124)->setValue(9);
+    control<QRadioButton>(dialog, 10277)->click();
+    control<QPushButton>(dialog, 2)->click();
+
+    EXPECT_EQ(dialog.result(), QDialog::Rejected);
+    EXPECT_EQ(rawIni(), before);
+    EXPECT_TRUE(rawIni().contains("Currency=\xA3\n"));
+    EXPECT_EQ(m_app.Currency, "$");
+    EXPECT_EQ(m_app.RecordingQuality, 0);
+}
+
+TEST_F(OptionsDialogTest, UnknownQualitySelectsNoRadioAndStaysOnOk)
+{
+    writeIni("[Tester]\nRecQual=7\n");
+    OptionsDialog dialog(m_app, m_profile);
+    for (int number : {10275, 10276, 10277, 10278})
+        EXPECT_FALSE(control<QRadioButton>(dialog, number)->isChecked()) << number;
+    control<QPushButton>(dialog, 1)->click();
+    EXPECT_EQ(m_app.RecordingQuality, 7);
+    EXPECT_EQ(value("RecQual"), "7");
+}
+
+TEST_F(OptionsDialogTest, GarbageShowsClampedAndControlsFeedOk)
+{
+    writeIni("[Tester]\nSilence=abc\nRings=99\n");
+    OptionsDialog dialog(m_app, m_profile);
+    auto* slider = control<QSlider>(dialog, 10116);
+    auto* secs = control<QLabel>(dialog, 10117);
+    EXPECT_EQ(slider->value(), 2);
+    EXPECT_EQ(secs->text(), "2");
+    EXPECT_EQ(control<QLineEdit>(dialog, 10120)->text(), "10");
+
+    slider->setValue(14);
+    EXPECT_EQ(secs->text(), "14");
+    control<QSpinBox>(dialog, 10124)->setValue(6);
+    EXPECT_EQ(control<QLineEdit>(dialog, 10120)->text(), "6");
+    control<QRadioButton>(dialog, 10278)->click();
+    EXPECT_EQ(value("Silence"), "abc");  // nothing but check boxes writes before OK
+    control<QPushButton>(dialog, 1)->click();
+    EXPECT_EQ(value("Silence"), "14");
+    EXPECT_EQ(value("Rings"), "6");
+    EXPECT_EQ(value("RecQual"), "3");
+    EXPECT_EQ(m_app.RecordingQuality, 3);
+}
+
+TEST_F(OptionsDialogTest, ToolTipsComeFromTheStringTableWrappedNarrow)
+{
+    OptionsDialog dialog(m_app, m_profile);
+    const std::pair<int, unsigned> tips[] = {
+        {10105, 725}, {10106, 726}, {10120, 727}, {10124, 727}, {10107, 728},
+        {10159, 729}, {10201, 730}, {10221, 731}, {10256, 743}, {1, 732},
+        {2, 669},     {10275, 796}, {10276, 797}, {10277, 798}, {10278, 799}};
+    for (const auto& [number, text] : tips)
+        EXPECT_EQ(control<QWidget>(dialog, number)->toolTip(),
+                  OptionsDialog::wrapToolTip(LoadStringQ(text)))
+            << number;
+
+    const QString text = "Set recording quality to Navo Voice. 1 min of recording uses 1MB "
+                         "disk space. Unbreakablewordwiderthanseventypixels ";
+    const QStringList lines = OptionsDialog::wrapToolTip(text).split('\n');
+    EXPECT_GT(lines.size(), 3);
+    const QFontMetrics metrics(QToolTip::font());
+    for (const QString& line : lines)
+        EXPECT_TRUE(metrics.horizontalAdvance(line) <= OptionsDialog::kToolTipWidth ||
+                    !line.contains(' '))
+            << line.toStdString();
+    EXPECT_EQ(lines.join(' '), text.simplified());
+}
+
+}  // namespace
