@@ -1,0 +1,385 @@
+// The data store against real SQLite files on disk: round trips at the chunk
+// boundaries, all-or-nothing puts, gets and deletes, files that are not
+// stores, memory use with a large member, and a store held by someone else.
+
+#include "TestFiles.h"
+
+#include "maker/ek7vxrps/ek7vxrps.h"
+
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <fstream>
+#include <string>
+#include <vector>
+
+using testfiles::TempDir;
+using testfiles::exists;
+using testfiles::readFile;
+using testfiles::writeFile;
+
+namespace {
+
+class StoreTest : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_EQ(RPS_Create(store.c_str()), kRpsOk); }
+
+    // Puts name with the given content through the source folder.
+    int putText(const std::string& name, const std::string& content)
+    {
+        writeFile(src / name, content);
+        const char* names[] = {name.c_str()};
+        return RPS_Put(store.c_str(), src.path().c_str(), names, 1);
+    }
+
+    // The member's content, or "<missing>".
+    std::string member(const std::string& name)
+    {
+        TempDir out;
+        const char* names[] = {name.c_str()};
+        if (RPS_Get(store.c_str(), out.path().c_str(), names, 1) != kRpsOk)
+            return "<missing>";
+        return readFile(out / name);
+    }
+
+    TempDir dir;
+    TempDir src;
+    std::string store = dir / "data.vxt";
+};
+
+TEST_F(StoreTest, NewStoreIsEmptyPrivateAndSingleFile)
+{
+    std::vector<std::string> names{"x"};
+    EXPECT_EQ(RPS_List(store.c_str(), &names), kRpsOk);
+    EXPECT_TRUE(names.empty());
+    EXPECT_EQ(testfiles::modeOf(store), 0600u);
+    // No journal, no temporary name: the folder holds the store and nothing else.
+    EXPECT_EQ(dir.entries(), std::vector<std::string>{"data.vxt"});
+    EXPECT_EQ(RPS_Check(store.c_str()), kRpsOk);
+
+    EXPECT_EQ(RPS_Create(store.c_str()), kRpsErrExists);
+    EXPECT_EQ(RPS_Create((dir / "no-such-folder/x.vxt").c_str()), kRpsErrCannotCreate);
+    EXPECT_EQ(dir.entries(), std::vector<std::string>{"data.vxt"});
+}
+
+TEST_F(StoreTest, RoundTripAtChunkBoundaries)
+{
+    // Sizes around the 256 KiB piece in which members are streamed.
+    const std::vector<std::pair<std::string, std::size_t>> members = {
+        {"empty", 0}, {"one", 1}, {"chunk", 256 * 1024}, {"chunk+1", 256 * 1024 + 1},
+        {"chunk-1", 256 * 1024 - 1}, {"several.wav", 3 * 256 * 1024 + 17}};
+    std::vector<const char*> names;
+    for (const auto& [name, size] : members) {
+        testfiles::writePatternFile(src / name, testfiles::seedOf(name), size);
+        names.push_back(name.c_str());
+    }
+    ASSERT_EQ(RPS_Put(store.c_str(), src.path().c_str(), names.data(), static_cast<int>(names.size())), kRpsOk);
+
+    TempDir out;
+    ASSERT_EQ(RPS_Get(store.c_str(), out.path().c_str(), names.data(), static_cast<int>(names.size())), kRpsOk);
+    for (const auto& [name, size] : members) {
+        SCOPED_TRACE(name);
+        EXPECT_TRUE(testfiles::fileMatchesPattern(out / name, testfiles::seedOf(name), size));
+        EXPECT_EQ(testfiles::modeOf(out / name), 0600u);
+        std::uint64_t stored = 99;
+        EXPECT_EQ(RPS_MemberSize(store.c_str(), name.c_str(), &stored), kRpsOk);
+        EXPECT_EQ(stored, size);
+        EXPECT_EQ(RPS_Exists(store.c_str(), name.c_str()), 0);
+    }
+    // Nothing but the members: no temporary names left behind.
+    EXPECT_EQ(out.entries().size(), members.size());
+
+    std::vector<std::string> listed;
+    ASSERT_EQ(RPS_List(store.c_str(), &listed), kRpsOk);
+    EXPECT_EQ(listed, (std::vector<std::string>{"chunk", "chunk+1", "chunk-1", "empty", "one", "several.wav"}));
+    EXPECT_EQ(RPS_Exists(store.c_str(), "absent"), 1);
+    std::uint64_t size = 0;
+    EXPECT_EQ(RPS_MemberSize(store.c_str(), "absent", &size), kRpsErrMemberMissing);
+}
+
+TEST_F(StoreTest, PutReplacesOnlyTheNamedMembers)
+{
+    ASSERT_EQ(putText("a", "first a"), kRpsOk);
+    ASSERT_EQ(putText("b", "first b"), kRpsOk);
+    ASSERT_EQ(putText("a", "second a, longer than before"), kRpsOk);
+    EXPECT_EQ(member("a"), "second a, longer than before");
+    EXPECT_EQ(member("b"), "first b");
+
+    // An existing file in the target folder is replaced by the member.
+    TempDir out;
+    writeFile(out / "a", "stale");
+    const char* names[] = {"a"};
+    ASSERT_EQ(RPS_Get(store.c_str(), out.path().c_str(), names, 1), kRpsOk);
+    EXPECT_EQ(readFile(out / "a"), "second a, longer than before");
+}
+
+TEST_F(StoreTest, LoadFileTakesAnyPathUnderAnyName)
+{
+    writeFile(dir / "elsewhere.bin", "loaded");
+    ASSERT_EQ(RPS_LoadFile(store.c_str(), (dir / "elsewhere.bin").c_str(), "Telvarine.vxa"), kRpsOk);
+    EXPECT_EQ(member("Telvarine.vxa"), "loaded");
+    EXPECT_EQ(RPS_LoadFile(store.c_str(), (dir / "nope").c_str(), "x"), kRpsErrSourceMissing);
+    EXPECT_EQ(RPS_LoadFile(store.c_str(), (dir / "elsewhere.bin").c_str(), "../x"), kRpsErrBadName);
+}
+
+TEST_F(StoreTest, FailedPutChangesNothing)
+{
+    ASSERT_EQ(putText("a", "old a"), kRpsOk);
+    writeFile(src / "a", "new a");
+    ::mkdir((src / "folder").c_str(), 0700);
+
+    const char* missing[] = {"a", "not-there"};
+    EXPECT_EQ(RPS_Put(store.c_str(), src.path().c_str(), missing, 2), kRpsErrSourceMissing);
+    const char* folder[] = {"a", "folder"};
+    EXPECT_EQ(RPS_Put(store.c_str(), src.path().c_str(), folder, 2), kRpsErrSourceNotFile);
+    const char* climbing[] = {"a", "../a"};
+    EXPECT_EQ(RPS_Put(store.c_str(), src.path().c_str(), climbing, 2), kRpsErrBadName);
+
+    EXPECT_EQ(member("a"), "old a");
+    std::vector<std::string> listed;
+    ASSERT_EQ(RPS_List(store.c_str(), &listed), kRpsOk);
+    EXPECT_EQ(listed, std::vector<std::string>{"a"});
+}
+
+TEST_F(StoreTest, FailedGetWritesNothing)
+{
+    ASSERT_EQ(putText("a", "content"), kRpsOk);
+    TempDir out;
+    const char* names[] = {"a", "missing"};
+    EXPECT_EQ(RPS_Get(store.c_str(), out.path().c_str(), names, 2), kRpsErrMemberMissing);
+    EXPECT_TRUE(out.entries().empty());
+
+    for (const char* bad : {"", ".", "..", "../a", "a/b", "/etc/passwd"}) {
+        SCOPED_TRACE(bad);
+        const char* one[] = {bad};
+        EXPECT_EQ(RPS_Get(store.c_str(), out.path().c_str(), one, 1), kRpsErrBadName);
+        EXPECT_EQ(RPS_Exists(store.c_str(), bad), kRpsErrBadName);
+    }
+    EXPECT_TRUE(out.entries().empty());
+    EXPECT_FALSE(exists(dir / "a"));
+
+    const char* one[] = {"a"};
+    EXPECT_EQ(RPS_Get(store.c_str(), (out / "no-such-folder").c_str(), one, 1), kRpsErrIoExtract);
+}
+
+TEST_F(StoreTest, DeleteIsAllOrNothing)
+{
+    ASSERT_EQ(putText("a", "a"), kRpsOk);
+    ASSERT_EQ(putText("b", "b"), kRpsOk);
+    const char* withMissing[] = {"a", "missing"};
+    EXPECT_EQ(RPS_Delete(store.c_str(), withMissing, 2), kRpsErrMemberMissing);
+    EXPECT_EQ(RPS_Exists(store.c_str(), "a"), 0);
+
+    const char* both[] = {"a", "b"};
+    EXPECT_EQ(RPS_Delete(store.c_str(), both, 2), kRpsOk);
+    std::vector<std::string> listed{"x"};
+    ASSERT_EQ(RPS_List(store.c_str(), &listed), kRpsOk);
+    EXPECT_TRUE(listed.empty());
+}
+
+TEST_F(StoreTest, CompressGivesFreeSpaceBack)
+{
+    testfiles::writePatternFile(src / "big", 7, 2 * 1024 * 1024);
+    ASSERT_EQ(putText("small", "kept"), kRpsOk);
+    const char* big[] = {"big"};
+    ASSERT_EQ(RPS_Put(store.c_str(), src.path().c_str(), big, 1), kRpsOk);
+    ASSERT_EQ(RPS_Delete(store.c_str(), big, 1), kRpsOk);
+
+    _RPS_Info_4 before{};
+    ASSERT_EQ(RPS_Info(store.c_str(), &before), kRpsOk);
+    EXPECT_GE(before.reclaimable, 2u * 1024 * 1024);
+    EXPECT_LE(before.reclaimable, before.size);
+    struct stat st {};
+    ASSERT_EQ(::stat(store.c_str(), &st), 0);
+    EXPECT_EQ(before.size, static_cast<std::uint64_t>(st.st_size));
+
+    ASSERT_EQ(RPS_Compress(store.c_str()), kRpsOk);
+    _RPS_Info_4 after{};
+    ASSERT_EQ(RPS_Info(store.c_str(), &after), kRpsOk);
+    EXPECT_EQ(after.reclaimable, 0u);
+    EXPECT_LE(after.size + 2u * 1024 * 1024, before.size);
+    EXPECT_EQ(member("small"), "kept");
+    // Vacuuming keeps the marker that makes the file a store.
+    EXPECT_EQ(RPS_Check(store.c_str()), kRpsOk);
+    EXPECT_EQ(testfiles::modeOf(store), 0600u);
+}
+
+// --- Files that are not stores -------------------------------------------
+
+class NotAStoreTest : public ::testing::Test {
+protected:
+    // Every call must refuse the file with a not-a-store code and leave its
+    // bytes exactly as they were.
+    void expectRefused(const std::string& path, int expected)
+    {
+        const std::string before = readFile(path);
+        writeFile(src / "m", "data");
+        const char* names[] = {"m"};
+        EXPECT_EQ(RPS_Put(path.c_str(), src.path().c_str(), names, 1), expected);
+        EXPECT_EQ(RPS_Get(path.c_str(), src.path().c_str(), names, 1), expected);
+        EXPECT_EQ(RPS_Exists(path.c_str(), "m"), expected);
+        EXPECT_EQ(RPS_Delete(path.c_str(), names, 1), expected);
+        EXPECT_EQ(RPS_Compress(path.c_str()), expected);
+        EXPECT_EQ(RPS_Check(path.c_str()), expected);
+        _RPS_Info_4 info{};
+        EXPECT_EQ(RPS_Info(path.c_str(), &info), expected);
+        EXPECT_EQ(rpsErrorClass(expected), kRpsClassNotStore);
+        EXPECT_EQ(readFile(path), before);
+        EXPECT_FALSE(exists(path + "-journal"));
+    }
+
+    TempDir dir;
+    TempDir src;
+};
+
+TEST_F(NotAStoreTest, TextEmptyAndFolderAreNotDatabases)
+{
+    writeFile(dir / "text.vxt", "Dear diary, this is not a data store.\n");
+    expectRefused(dir / "text.vxt", kRpsErrNotSqlite);
+    writeFile(dir / "empty.vxt", "");
+    expectRefused(dir / "empty.vxt", kRpsErrNotSqlite);
+    writeFile(dir / "short.vxt", "SQLite form");
+    expectRefused(dir / "short.vxt", kRpsErrNotSqlite);
+    ::mkdir((dir / "folder.vxt").c_str(), 0700);
+    EXPECT_EQ(RPS_Check((dir / "folder.vxt").c_str()), kRpsErrNotSqlite);
+}
+
+TEST_F(NotAStoreTest, ForeignDatabasesAreRefused)
+{
+    const std::string path = dir / "other.db";
+    sqlite3* db = nullptr;
+    ASSERT_EQ(sqlite3_open(path.c_str(), &db), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(db, "CREATE TABLE rps_member(name TEXT, data BLOB)", nullptr, nullptr, nullptr), SQLITE_OK);
+    sqlite3_close(db);
+    // Right table name, but not marked as a store.
+    expectRefused(path, kRpsErrForeign);
+}
+
+TEST_F(NotAStoreTest, TruncatedOrScribbledStoreIsDamaged)
+{
+    const std::string path = dir / "cut.vxt";
+    ASSERT_EQ(RPS_Create(path.c_str()), kRpsOk);
+    testfiles::writePatternFile(src / "big", 3, 600 * 1024);
+    const char* names[] = {"big"};
+    ASSERT_EQ(RPS_Put(path.c_str(), src.path().c_str(), names, 1), kRpsOk);
+    ASSERT_EQ(::truncate(path.c_str(), 300 * 1024), 0);
+    expectRefused(path, kRpsErrDamaged);
+
+    // A page of the schema overwritten with noise.
+    const std::string scribbled = dir / "scribbled.vxt";
+    ASSERT_EQ(RPS_Create(scribbled.c_str()), kRpsOk);
+    std::string bytes = readFile(scribbled);
+    ASSERT_GE(bytes.size(), 8192u);
+    const std::string noise = testfiles::patternBytes(11, 4096 - 100);
+    bytes.replace(100, noise.size(), noise);
+    writeFile(scribbled, bytes);
+    const int rc = RPS_Check(scribbled.c_str());
+    EXPECT_EQ(rpsErrorClass(rc), kRpsClassNotStore) << rc;
+}
+
+TEST_F(NotAStoreTest, MissingStoreIsNeverCreated)
+{
+    const std::string path = dir / "never.vxt";
+    writeFile(src / "m", "data");
+    const char* names[] = {"m"};
+    EXPECT_EQ(RPS_Put(path.c_str(), src.path().c_str(), names, 1), kRpsErrNoStore);
+    EXPECT_EQ(RPS_Get(path.c_str(), src.path().c_str(), names, 1), kRpsErrNoStore);
+    EXPECT_EQ(RPS_LoadFile(path.c_str(), (src / "m").c_str(), "m"), kRpsErrNoStore);
+    EXPECT_EQ(RPS_Exists(path.c_str(), "m"), kRpsErrNoStore);
+    EXPECT_EQ(RPS_Check(path.c_str()), kRpsErrNoStore);
+    EXPECT_TRUE(dir.entries().empty());
+}
+
+// --- Memory and concurrency ----------------------------------------------
+
+// Peak resident memory of this process in KiB, after resetting the peak
+// (clear_refs 5), or -1 when the kernel does not allow it.
+long resetPeakRss()
+{
+    std::ofstream reset("/proc/self/clear_refs");
+    reset << "5";
+    reset.close();
+    return reset ? 0 : -1;
+}
+
+long peakRssKiB()
+{
+    std::ifstream status("/proc/self/status");
+    std::string line;
+    while (std::getline(status, line)) {
+        if (line.rfind("VmHWM:", 0) == 0)
+            return std::stol(line.substr(6));
+    }
+    return -1;
+}
+
+long currentRssKiB()
+{
+    std::ifstream status("/proc/self/status");
+    std::string line;
+    while (std::getline(status, line)) {
+        if (line.rfind("VmRSS:", 0) == 0)
+            return std::stol(line.substr(6));
+    }
+    return -1;
+}
+
+TEST_F(StoreTest, LargeMemberIsStreamedNotLoaded)
+{
+    constexpr std::uint64_t kSize = 64ull * 1024 * 1024;
+    testfiles::writePatternFile(src / "long.wav", 42, kSize);
+    const char* names[] = {"long.wav"};
+    TempDir out;
+
+    if (resetPeakRss() != 0)
+        GTEST_SKIP() << "cannot reset the peak RSS here";
+    long base = currentRssKiB();
+    ASSERT_EQ(RPS_Put(store.c_str(), src.path().c_str(), names, 1), kRpsOk);
+    const long putGrowth = peakRssKiB() - base;
+
+    resetPeakRss();
+    base = currentRssKiB();
+    ASSERT_EQ(RPS_Get(store.c_str(), out.path().c_str(), names, 1), kRpsOk);
+    const long getGrowth = peakRssKiB() - base;
+
+    // 64 MiB moved; a whole-member buffer would show up as 65536 KiB.
+    EXPECT_LT(putGrowth, 12 * 1024) << "put grew RSS by " << putGrowth << " KiB";
+    EXPECT_LT(getGrowth, 12 * 1024) << "get grew RSS by " << getGrowth << " KiB";
+    EXPECT_TRUE(testfiles::fileMatchesPattern(out / "long.wav", 42, kSize));
+}
+
+TEST_F(StoreTest, HeldStoreReportsBusyAndStaysIntact)
+{
+    ASSERT_EQ(putText("a", "old"), kRpsOk);
+    sqlite3* other = nullptr;
+    ASSERT_EQ(sqlite3_open(store.c_str(), &other), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(other, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr), SQLITE_OK);
+
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(putText("a", "new"), kRpsErrBusy);
+    // It waited for the other holder instead of failing at once.
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
+
+    sqlite3_exec(other, "ROLLBACK", nullptr, nullptr, nullptr);
+    sqlite3_close(other);
+    EXPECT_EQ(member("a"), "old");
+    EXPECT_EQ(putText("a", "new"), kRpsOk);
+    EXPECT_EQ(member("a"), "new");
+}
+
+TEST(StoreArguments, NullsAndNegativeCountsAreRefused)
+{
+    EXPECT_EQ(RPS_Create(nullptr), kRpsErrInvalidArgument);
+    EXPECT_EQ(RPS_Put(nullptr, "/tmp", nullptr, 0), kRpsErrInvalidArgument);
+    EXPECT_EQ(RPS_Put("/tmp/x.vxt", "/tmp", nullptr, 1), kRpsErrInvalidArgument);
+    const char* names[] = {nullptr};
+    EXPECT_EQ(RPS_Get("/tmp/x.vxt", "/tmp", names, 1), kRpsErrInvalidArgument);
+    EXPECT_EQ(RPS_Delete("/tmp/x.vxt", names, -1), kRpsErrInvalidArgument);
+    EXPECT_EQ(RPS_Info("/tmp/x.vxt", nullptr), kRpsErrInvalidArgument);
+    EXPECT_EQ(RPS_List("/tmp/x.vxt", nullptr), kRpsErrInvalidArgument);
+}
+
+}  // namespace
