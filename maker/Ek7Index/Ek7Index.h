@@ -44,7 +44,7 @@ enum Ek7IndexCode : int {
 // Limits, in bytes, of the texts an entry may carry. They keep every record
 // Ek7IndexRead returns within EK7_INDEX_RECORD_MAX.
 constexpr std::size_t kEk7IndexRecordTypeMax = 63;
-constexpr std::size_t kEk7IndexStartTimeMax = 127;
+constexpr std::size_t kEk7IndexStartTimeMax = 255;  // compression passes fields 8 and 9
 constexpr std::size_t kEk7IndexKeywordsMax = 4999;
 constexpr std::size_t kEk7IndexExtraTextMax = 8191;
 constexpr std::size_t kEk7IndexLineMax = 16384;
@@ -115,7 +115,8 @@ int Ek7IndexRead(std::uint32_t recId, const char* storeLocation1, char* buffer);
 // out must hold at least strlen(record) + 1 bytes.
 int Ek7IndexField(int number, const char* record, char* out);
 
-// Visits every entry in RecID order; visit returns false to stop early.
+// Visits every entry in RecID order; visit returns false to stop early. The
+// file stays open for reading meanwhile: visit may read it but not change it.
 int Ek7IndexForEach(const char* indexPath, const std::function<bool(const Ek7IndexRow&)>& visit);
 
 // RecIDs, in order, of the entries whose keywords, extra text or subject hold

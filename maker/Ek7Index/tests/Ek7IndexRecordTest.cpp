@@ -63,13 +63,12 @@ TEST_F(RecordTest, EmptyKeywordsKeepTheLaterFieldsInPlace)
 
 TEST_F(RecordTest, EveryWindows1252ByteSurvivesStorage)
 {
-    // Start times are stored as given, so they carry every byte but NUL
-    // (0xFF rides in the keywords: a start time holds 127 bytes at most).
+    // Start times are stored as given, so they carry every byte but NUL.
     std::string low;
     std::string high;
     for (int b = 1; b < 128; ++b)
         low += static_cast<char>(b);
-    for (int b = 128; b < 255; ++b)
+    for (int b = 128; b < 256; ++b)
         high += static_cast<char>(b);
     Ek7IndexEntry a = entry(1, "caf\xE9 \x80 \x81\x8D\x8F\x90\x9D\xFF");
     a.startTime = low.c_str();

@@ -5,6 +5,7 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <string>
 #include <time.h>
 
@@ -13,31 +14,29 @@ namespace {
 // Runs each test in a chosen time zone and puts the old one back.
 class ZoneTest : public ::testing::Test {
 protected:
+    void SetUp() override
+    {
+        const char* old = std::getenv("TZ");
+        m_oldZone = old != nullptr ? std::optional<std::string>(old) : std::nullopt;
+    }
+
     void TearDown() override
     {
-        if (m_hadZone)
-            setenv("TZ", m_oldZone.c_str(), 1);
+        if (m_oldZone)
+            setenv("TZ", m_oldZone->c_str(), 1);
         else
             unsetenv("TZ");
         tzset();
     }
 
-    void useZone(const char* zone)
+    static void useZone(const char* zone)
     {
-        if (!m_saved) {
-            const char* old = std::getenv("TZ");
-            m_hadZone = old != nullptr;
-            m_oldZone = old != nullptr ? old : "";
-            m_saved = true;
-        }
         setenv("TZ", zone, 1);
         tzset();
     }
 
 private:
-    bool m_saved = false;
-    bool m_hadZone = false;
-    std::string m_oldZone;
+    std::optional<std::string> m_oldZone;
 };
 
 std::string stampAt(std::time_t seconds, int millis)
