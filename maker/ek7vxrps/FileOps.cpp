@@ -162,8 +162,8 @@ bool isPlainFileName(const char* name)
         return false;
     if (std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0)
         return false;
-    // A backslash is a folder separator for the Windows program that made
-    // older record files; refuse it too so such a name cannot climb out.
+    // A backslash separates folders on Windows; refuse it too, so that a
+    // name from an archive made there cannot climb out either.
     return std::strchr(name, '/') == nullptr && std::strchr(name, '\\') == nullptr;
 }
 

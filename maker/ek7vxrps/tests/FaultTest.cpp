@@ -27,7 +27,7 @@ const char* describe(Content content)
     return content == Content::Old ? "old" : content == Content::New ? "new" : "mixed";
 }
 
-class FaultTest : public ::testing::Test {
+class RpsFaultTest : public ::testing::Test {
 protected:
     void SetUp() override
     {
@@ -99,7 +99,7 @@ protected:
     std::string store = dir / "store.vxt";
 };
 
-TEST_F(FaultTest, FailedWriteLeavesTheOldContent)
+TEST_F(RpsFaultTest, FailedWriteLeavesTheOldContent)
 {
     int writes = 0;
     int syncs = 0;
@@ -117,7 +117,7 @@ TEST_F(FaultTest, FailedWriteLeavesTheOldContent)
     }
 }
 
-TEST_F(FaultTest, FullDiskReportsDiskFullAndKeepsTheOldContent)
+TEST_F(RpsFaultTest, FullDiskReportsDiskFullAndKeepsTheOldContent)
 {
     int writes = 0;
     int syncs = 0;
@@ -139,7 +139,7 @@ TEST_F(FaultTest, FullDiskReportsDiskFullAndKeepsTheOldContent)
     }
 }
 
-TEST_F(FaultTest, FailedSyncLeavesTheOldContent)
+TEST_F(RpsFaultTest, FailedSyncLeavesTheOldContent)
 {
     int writes = 0;
     int syncs = 0;
@@ -159,7 +159,7 @@ TEST_F(FaultTest, FailedSyncLeavesTheOldContent)
     }
 }
 
-TEST_F(FaultTest, DeathAtAnyWriteOrSyncRollsBack)
+TEST_F(RpsFaultTest, DeathAtAnyWriteOrSyncRollsBack)
 {
     int writes = 0;
     int syncs = 0;
@@ -190,7 +190,7 @@ TEST_F(FaultTest, DeathAtAnyWriteOrSyncRollsBack)
     }
 }
 
-TEST_F(FaultTest, FailedCompressKeepsTheContent)
+TEST_F(RpsFaultTest, FailedCompressKeepsTheContent)
 {
     resetStore();
     const char* names[] = {"Telvarine.vxr"};
@@ -212,7 +212,7 @@ TEST_F(FaultTest, FailedCompressKeepsTheContent)
     }
 }
 
-TEST_F(FaultTest, FailedCreateLeavesNoFile)
+TEST_F(RpsFaultTest, FailedCreateLeavesNoFile)
 {
     for (int n = 1; n <= 3; ++n) {
         SCOPED_TRACE(n);

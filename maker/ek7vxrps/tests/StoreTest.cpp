@@ -23,7 +23,7 @@ using testfiles::writeFile;
 
 namespace {
 
-class StoreTest : public ::testing::Test {
+class RpsStoreTest : public ::testing::Test {
 protected:
     void SetUp() override { ASSERT_EQ(RPS_Create(store.c_str()), kRpsOk); }
 
@@ -50,7 +50,7 @@ protected:
     std::string store = dir / "data.vxt";
 };
 
-TEST_F(StoreTest, NewStoreIsEmptyPrivateAndSingleFile)
+TEST_F(RpsStoreTest, NewStoreIsEmptyPrivateAndSingleFile)
 {
     std::vector<std::string> names{"x"};
     EXPECT_EQ(RPS_List(store.c_str(), &names), kRpsOk);
@@ -65,7 +65,7 @@ TEST_F(StoreTest, NewStoreIsEmptyPrivateAndSingleFile)
     EXPECT_EQ(dir.entries(), std::vector<std::string>{"data.vxt"});
 }
 
-TEST_F(StoreTest, RoundTripAtChunkBoundaries)
+TEST_F(RpsStoreTest, RoundTripAtChunkBoundaries)
 {
     // Sizes around the 256 KiB piece in which members are streamed.
     const std::vector<std::pair<std::string, std::size_t>> members = {
@@ -100,7 +100,7 @@ TEST_F(StoreTest, RoundTripAtChunkBoundaries)
     EXPECT_EQ(RPS_MemberSize(store.c_str(), "absent", &size), kRpsErrMemberMissing);
 }
 
-TEST_F(StoreTest, PutReplacesOnlyTheNamedMembers)
+TEST_F(RpsStoreTest, PutReplacesOnlyTheNamedMembers)
 {
     ASSERT_EQ(putText("a", "first a"), kRpsOk);
     ASSERT_EQ(putText("b", "first b"), kRpsOk);
@@ -116,7 +116,7 @@ TEST_F(StoreTest, PutReplacesOnlyTheNamedMembers)
     EXPECT_EQ(readFile(out / "a"), "second a, longer than before");
 }
 
-TEST_F(StoreTest, LoadFileTakesAnyPathUnderAnyName)
+TEST_F(RpsStoreTest, LoadFileTakesAnyPathUnderAnyName)
 {
     writeFile(dir / "elsewhere.bin", "loaded");
     ASSERT_EQ(RPS_LoadFile(store.c_str(), (dir / "elsewhere.bin").c_str(), "Telvarine.vxa"), kRpsOk);
@@ -125,7 +125,7 @@ TEST_F(StoreTest, LoadFileTakesAnyPathUnderAnyName)
     EXPECT_EQ(RPS_LoadFile(store.c_str(), (dir / "elsewhere.bin").c_str(), "../x"), kRpsErrBadName);
 }
 
-TEST_F(StoreTest, FailedPutChangesNothing)
+TEST_F(RpsStoreTest, FailedPutChangesNothing)
 {
     ASSERT_EQ(putText("a", "old a"), kRpsOk);
     writeFile(src / "a", "new a");
@@ -144,7 +144,7 @@ TEST_F(StoreTest, FailedPutChangesNothing)
     EXPECT_EQ(listed, std::vector<std::string>{"a"});
 }
 
-TEST_F(StoreTest, FailedGetWritesNothing)
+TEST_F(RpsStoreTest, FailedGetWritesNothing)
 {
     ASSERT_EQ(putText("a", "content"), kRpsOk);
     TempDir out;
@@ -165,7 +165,7 @@ TEST_F(StoreTest, FailedGetWritesNothing)
     EXPECT_EQ(RPS_Get(store.c_str(), (out / "no-such-folder").c_str(), one, 1), kRpsErrIoExtract);
 }
 
-TEST_F(StoreTest, DeleteIsAllOrNothing)
+TEST_F(RpsStoreTest, DeleteIsAllOrNothing)
 {
     ASSERT_EQ(putText("a", "a"), kRpsOk);
     ASSERT_EQ(putText("b", "b"), kRpsOk);
@@ -180,7 +180,7 @@ TEST_F(StoreTest, DeleteIsAllOrNothing)
     EXPECT_TRUE(listed.empty());
 }
 
-TEST_F(StoreTest, CompressGivesFreeSpaceBack)
+TEST_F(RpsStoreTest, CompressGivesFreeSpaceBack)
 {
     testfiles::writePatternFile(src / "big", 7, 2 * 1024 * 1024);
     ASSERT_EQ(putText("small", "kept"), kRpsOk);
@@ -209,7 +209,7 @@ TEST_F(StoreTest, CompressGivesFreeSpaceBack)
 
 // --- Files that are not stores -------------------------------------------
 
-class NotAStoreTest : public ::testing::Test {
+class RpsNotAStoreTest : public ::testing::Test {
 protected:
     // Every call must refuse the file with a not-a-store code and leave its
     // bytes exactly as they were.
@@ -235,7 +235,7 @@ protected:
     TempDir src;
 };
 
-TEST_F(NotAStoreTest, TextEmptyAndFolderAreNotDatabases)
+TEST_F(RpsNotAStoreTest, TextEmptyAndFolderAreNotDatabases)
 {
     writeFile(dir / "text.vxt", "Dear diary, this is not a data store.\n");
     expectRefused(dir / "text.vxt", kRpsErrNotSqlite);
@@ -247,7 +247,7 @@ TEST_F(NotAStoreTest, TextEmptyAndFolderAreNotDatabases)
     EXPECT_EQ(RPS_Check((dir / "folder.vxt").c_str()), kRpsErrNotSqlite);
 }
 
-TEST_F(NotAStoreTest, ForeignDatabasesAreRefused)
+TEST_F(RpsNotAStoreTest, ForeignDatabasesAreRefused)
 {
     const std::string path = dir / "other.db";
     sqlite3* db = nullptr;
@@ -258,7 +258,7 @@ TEST_F(NotAStoreTest, ForeignDatabasesAreRefused)
     expectRefused(path, kRpsErrForeign);
 }
 
-TEST_F(NotAStoreTest, TruncatedOrScribbledStoreIsDamaged)
+TEST_F(RpsNotAStoreTest, TruncatedOrScribbledStoreIsDamaged)
 {
     const std::string path = dir / "cut.vxt";
     ASSERT_EQ(RPS_Create(path.c_str()), kRpsOk);
@@ -280,7 +280,7 @@ TEST_F(NotAStoreTest, TruncatedOrScribbledStoreIsDamaged)
     EXPECT_EQ(rpsErrorClass(rc), kRpsClassNotStore) << rc;
 }
 
-TEST_F(NotAStoreTest, MissingStoreIsNeverCreated)
+TEST_F(RpsNotAStoreTest, MissingStoreIsNeverCreated)
 {
     const std::string path = dir / "never.vxt";
     writeFile(src / "m", "data");
@@ -327,7 +327,7 @@ long currentRssKiB()
     return -1;
 }
 
-TEST_F(StoreTest, LargeMemberIsStreamedNotLoaded)
+TEST_F(RpsStoreTest, LargeMemberIsStreamedNotLoaded)
 {
     constexpr std::uint64_t kSize = 64ull * 1024 * 1024;
     testfiles::writePatternFile(src / "long.wav", 42, kSize);
@@ -351,7 +351,7 @@ TEST_F(StoreTest, LargeMemberIsStreamedNotLoaded)
     EXPECT_TRUE(testfiles::fileMatchesPattern(out / "long.wav", 42, kSize));
 }
 
-TEST_F(StoreTest, HeldStoreReportsBusyAndStaysIntact)
+TEST_F(RpsStoreTest, HeldStoreReportsBusyAndStaysIntact)
 {
     ASSERT_EQ(putText("a", "old"), kRpsOk);
     sqlite3* other = nullptr;
@@ -368,18 +368,6 @@ TEST_F(StoreTest, HeldStoreReportsBusyAndStaysIntact)
     EXPECT_EQ(member("a"), "old");
     EXPECT_EQ(putText("a", "new"), kRpsOk);
     EXPECT_EQ(member("a"), "new");
-}
-
-TEST(StoreArguments, NullsAndNegativeCountsAreRefused)
-{
-    EXPECT_EQ(RPS_Create(nullptr), kRpsErrInvalidArgument);
-    EXPECT_EQ(RPS_Put(nullptr, "/tmp", nullptr, 0), kRpsErrInvalidArgument);
-    EXPECT_EQ(RPS_Put("/tmp/x.vxt", "/tmp", nullptr, 1), kRpsErrInvalidArgument);
-    const char* names[] = {nullptr};
-    EXPECT_EQ(RPS_Get("/tmp/x.vxt", "/tmp", names, 1), kRpsErrInvalidArgument);
-    EXPECT_EQ(RPS_Delete("/tmp/x.vxt", names, -1), kRpsErrInvalidArgument);
-    EXPECT_EQ(RPS_Info("/tmp/x.vxt", nullptr), kRpsErrInvalidArgument);
-    EXPECT_EQ(RPS_List("/tmp/x.vxt", nullptr), kRpsErrInvalidArgument);
 }
 
 }  // namespace

@@ -1,0 +1,72 @@
+#include "maker/VXSAVE/FamilyAppend.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace vxsave {
+
+FamilyAppend::~FamilyAppend()
+{
+    if (m_written && !m_keep) {
+        // ftruncate can only fail here for reasons that also made the save
+        // fail (an I/O error); there is nothing better to do than try.
+        const int ignored = ::ftruncate(m_fd.get(), static_cast<off_t>(m_originalSize));
+        (void)ignored;
+    }
+    // Closing the descriptor releases the lock.
+}
+
+bool FamilyAppend::open(const std::string& path)
+{
+    m_fd.reset(rps::openFile(path, O_RDWR));
+    if (!m_fd.valid())
+        return false;
+    struct flock whole {};
+    whole.l_type = F_WRLCK;
+    whole.l_whence = SEEK_SET;
+    whole.l_start = 0;
+    whole.l_len = 0;
+    int rc;
+    do {
+        rc = ::fcntl(m_fd.get(), F_OFD_SETLKW, &whole);
+    } while (rc != 0 && errno == EINTR);
+    if (rc != 0)
+        return false;
+    struct stat st {};
+    if (::fstat(m_fd.get(), &st) != 0 || !S_ISREG(st.st_mode))
+        return false;
+    m_originalSize = static_cast<std::uint64_t>(st.st_size);
+    return true;
+}
+
+bool FamilyAppend::append(const char* line, std::uint64_t* position)
+{
+    std::uint64_t at = m_originalSize;
+    m_written = true;
+    if (at == 0) {
+        // A caller treats a returned position of 0 as failure, yet the first
+        // line of an empty family file would sit at byte 0. So an empty file
+        // first gets one dead line (RecID 99999999, the deleted-record mark,
+        // the rest blank): no live record ever stands at position 0, the
+        // position returned on success is never 0, and replacing a line,
+        // which also takes 0 to mean failure, stays consistent. Compression
+        // drops the dead line like any other deleted record.
+        char dead[kLineSize];
+        std::memset(dead, ' ', sizeof dead);
+        std::memcpy(dead, "99999999", 8);
+        dead[kLineSize - 1] = '\n';
+        if (rps::pwriteAll(m_fd.get(), dead, sizeof dead, 0) != 0)
+            return false;
+        at = kLineSize;
+    }
+    if (rps::pwriteAll(m_fd.get(), line, kLineSize, static_cast<off_t>(at)) != 0)
+        return false;
+    *position = at;
+    return true;
+}
+
+}  // namespace vxsave

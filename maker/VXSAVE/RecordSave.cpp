@@ -1,0 +1,275 @@
+// Filing a recording: VXsaveR and its siblings build the record file, append
+// the index line to the family file and put both into the store in one
+// transaction; VXsaveVXZ / VXsaveVXV rewrite a record file already in the
+// store after an edit.
+
+#include "maker/VXSAVE/VXSAVE.h"
+
+#include "maker/VXSAVE/FamilyAppend.h"
+#include "maker/VXSAVE/ZipArchive.h"
+#include "maker/ek7vxrps/FileOps.h"
+#include "maker/ek7vxrps/ek7vxrps.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <climits>
+#include <cstdio>
+#include <filesystem>
+#include <set>
+
+namespace {
+
+using vxsave::FamilyAppend;
+using vxsave::ZipArchive;
+
+const char* familyFileFor(char letter)
+{
+    switch (letter) {
+    case 'P': return "Telvarine.vxp";
+    case 'M': return "Telvarine.vxm";
+    case 'D': return "Telvarine.vxd";
+    default: return "Telvarine.vxr";  // R, and T and V, which share it
+    }
+}
+
+// Removes a file on scope exit unless released.
+class RemoveOnExit {
+public:
+    explicit RemoveOnExit(std::string path) : m_path(std::move(path)) {}
+    ~RemoveOnExit()
+    {
+        if (!m_path.empty())
+            ::unlink(m_path.c_str());
+    }
+    RemoveOnExit(const RemoveOnExit&) = delete;
+    RemoveOnExit& operator=(const RemoveOnExit&) = delete;
+
+private:
+    std::string m_path;
+};
+
+// A private folder inside the workspace, removed with its contents.
+class ScratchFolder {
+public:
+    ScratchFolder() = default;
+    ~ScratchFolder()
+    {
+        if (!m_path.empty()) {
+            std::error_code ignored;
+            std::filesystem::remove_all(m_path, ignored);
+        }
+    }
+    ScratchFolder(const ScratchFolder&) = delete;
+    ScratchFolder& operator=(const ScratchFolder&) = delete;
+
+    bool create(const std::string& parent)
+    {
+        std::string pattern = rps::joinPath(parent, ".vxsave-XXXXXX");
+        if (::mkdtemp(pattern.data()) == nullptr)
+            return false;
+        m_path = pattern;
+        return true;
+    }
+    const std::string& path() const { return m_path; }
+
+private:
+    std::string m_path;
+};
+
+// The record file name from the RecID at the start of the index line:
+// eight digits; the deleted-record mark 99999999 is no RecID.
+bool recordFileName(const char* line, std::string* name)
+{
+    int number = 0;
+    for (int i = 0; i < 8; ++i) {
+        if (line[i] < '0' || line[i] > '9')
+            return false;
+        number = number * 10 + (line[i] - '0');
+    }
+    if (number == 99999999)
+        return false;
+    char buffer[16];
+    std::snprintf(buffer, sizeof buffer, "%08d.vxz", number);
+    *name = buffer;
+    return true;
+}
+
+// Builds the record file from the work files, each under its own file name.
+bool buildRecordFile(const std::string& path, const std::vector<std::string>& files)
+{
+    std::set<std::string> names;
+    for (const std::string& file : files) {
+        const std::string name = rps::baseNameOf(file);
+        // Two work files of one name would overwrite each other inside.
+        if (!rps::isPlainFileName(name.c_str()) || !names.insert(name).second)
+            return false;
+    }
+    // Made 0600 before libzip writes it: libzip's replacement file takes
+    // the mode of the file it replaces.
+    {
+        rps::UniqueFd fd(rps::openFile(path, O_WRONLY | O_CREAT | O_TRUNC, 0600));
+        if (!fd.valid() || ::fchmod(fd.get(), 0600) != 0)
+            return false;
+    }
+    ZipArchive zip;
+    if (zip.open(path, ZipArchive::Mode::Create) != kVxOk)
+        return false;
+    for (const std::string& file : files) {
+        if (zip.putFile(rps::baseNameOf(file), file) != kVxOk)
+            return false;
+    }
+    return zip.close() == kVxOk && ::chmod(path.c_str(), 0600) == 0;
+}
+
+unsigned saveRecord(char letter, const char* name1, const char* name2, const char* name3, const char* attachment,
+                    const char* workspace, const char* storePath) noexcept
+{
+    try {
+        if (name1 == nullptr || name2 == nullptr || name3 == nullptr || workspace == nullptr
+            || storePath == nullptr)
+            return 0;
+
+        char line[FamilyAppend::kLineSize];
+        {
+            rps::UniqueFd fd(rps::openFile(name2, O_RDONLY));
+            std::size_t got = 0;
+            if (!fd.valid() || rps::readUpTo(fd.get(), line, sizeof line, &got) != 0 || got != sizeof line)
+                return 0;
+        }
+        std::string recordName;
+        if (!recordFileName(line, &recordName))
+            return 0;
+
+        std::vector<std::string> files = {name1, name2, name3};
+        if (attachment != nullptr && attachment[0] != '\0')
+            files.emplace_back(attachment);
+        const std::string recordPath = rps::joinPath(workspace, recordName);
+        RemoveOnExit removeRecord(recordPath);  // the store keeps it; the workspace does not
+        if (!buildRecordFile(recordPath, files))
+            return 0;
+
+        const char* family = familyFileFor(letter);
+        FamilyAppend append;
+        std::uint64_t position = 0;
+        if (!append.open(rps::joinPath(workspace, family)) || !append.append(line, &position))
+            return 0;
+        if (position > UINT_MAX)
+            return 0;
+
+        // One transaction: the store never holds a record without its line
+        // or a line without its record.
+        const char* names[] = {recordName.c_str(), family};
+        if (RPS_Put(storePath, workspace, names, 2) != kRpsOk)
+            return 0;
+        append.keep();
+        return static_cast<unsigned>(position);
+    } catch (...) {
+        return 0;
+    }
+}
+
+int saveEdited(const char* recordFileName, const char* workspace, const char* storePath, const char* extra) noexcept
+{
+    try {
+        if (recordFileName == nullptr || workspace == nullptr || storePath == nullptr
+            || !rps::isPlainFileName(recordFileName))
+            return kVxErrExtract;
+        if (extra == nullptr)
+            extra = "";
+        if (extra[0] != '\0' && !rps::isPlainFileName(extra))
+            return kVxErrMissingFile;
+
+        // The record file is rewritten in a folder of its own, so that a copy
+        // of it the program keeps in the workspace is not disturbed.
+        ScratchFolder scratch;
+        if (!scratch.create(workspace))
+            return kVxErrExtract;
+        const char* names[] = {recordFileName};
+        if (RPS_Get(storePath, scratch.path().c_str(), names, 1) != kRpsOk)
+            return kVxErrExtract;
+
+        const std::string recordPath = rps::joinPath(scratch.path(), recordFileName);
+        ZipArchive zip;
+        int code = zip.open(recordPath, ZipArchive::Mode::Modify);
+        std::vector<std::string> members;
+        if (code == kVxOk)
+            code = zip.names(&members);
+        // Members that are kept are copied over without being decompressed;
+        // read them once so that damage is reported instead of carried on.
+        if (code == kVxOk)
+            code = zip.verify();
+        if (code != kVxOk)
+            return code;
+
+        for (const std::string& member : members) {
+            const std::string edited = rps::joinPath(workspace, member);
+            struct stat st {};
+            if (::stat(edited.c_str(), &st) == 0 && S_ISREG(st.st_mode)) {
+                code = zip.putFile(member, edited);
+                if (code != kVxOk)
+                    return kVxErrWrite;
+            }
+        }
+        if (extra[0] != '\0') {
+            code = zip.putFile(extra, rps::joinPath(workspace, extra));
+            if (code != kVxOk)
+                return code;
+        }
+        if (zip.close() != kVxOk)
+            return kVxErrWrite;
+        return RPS_Put(storePath, scratch.path().c_str(), names, 1) == kRpsOk ? kVxOk : kVxErrWrite;
+    } catch (...) {
+        return kVxErrWrite;
+    }
+}
+
+}  // namespace
+
+unsigned VXsaveR(const char* name1, const char* name2, const char* name3, const char* attachment,
+                 const char* workspace, const char* storePath, const char*, int)
+{
+    return saveRecord('R', name1, name2, name3, attachment, workspace, storePath);
+}
+
+unsigned VXsaveP(const char* name1, const char* name2, const char* name3, const char* attachment,
+                 const char* workspace, const char* storePath, const char*, int)
+{
+    return saveRecord('P', name1, name2, name3, attachment, workspace, storePath);
+}
+
+unsigned VXsaveM(const char* name1, const char* name2, const char* name3, const char* attachment,
+                 const char* workspace, const char* storePath, const char*, int)
+{
+    return saveRecord('M', name1, name2, name3, attachment, workspace, storePath);
+}
+
+unsigned VXsaveD(const char* name1, const char* name2, const char* name3, const char* attachment,
+                 const char* workspace, const char* storePath, const char*, int)
+{
+    return saveRecord('D', name1, name2, name3, attachment, workspace, storePath);
+}
+
+unsigned VXsaveT(const char* name1, const char* name2, const char* name3, const char* attachment,
+                 const char* workspace, const char* storePath, const char*, int)
+{
+    return saveRecord('T', name1, name2, name3, attachment, workspace, storePath);
+}
+
+unsigned VXsaveV(const char* name1, const char* name2, const char* name3, const char* attachment,
+                 const char* workspace, const char* storePath, const char*, int)
+{
+    return saveRecord('V', name1, name2, name3, attachment, workspace, storePath);
+}
+
+int VXsaveVXZ(const char* recordFileName, const char* workspace, const char* storePath, const char* extra)
+{
+    return saveEdited(recordFileName, workspace, storePath, extra);
+}
+
+int VXsaveVXV(const char* containerFileName, const char* workspace, const char* storePath, const char* extra)
+{
+    // A video container is kept in the same ZIP form as a record file.
+    return saveEdited(containerFileName, workspace, storePath, extra);
+}

@@ -1,0 +1,199 @@
+#include "maker/VXSAVE/ZipArchive.h"
+
+#include "maker/VXSAVE/VXSAVE.h"
+#include "maker/ek7vxrps/FileOps.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <vector>
+
+namespace vxsave {
+
+namespace {
+
+constexpr std::size_t kChunk = 256 * 1024;
+
+// Damage in the data (as opposed to a file that cannot be read at all).
+bool isDamage(int zipError)
+{
+    switch (zipError) {
+    case ZIP_ER_CRC:
+    case ZIP_ER_INCONS:
+    case ZIP_ER_ZLIB:
+    case ZIP_ER_COMPRESSED_DATA:
+    case ZIP_ER_COMPNOTSUPP:
+    case ZIP_ER_ENCRNOTSUPP:
+    case ZIP_ER_NOPASSWD:
+    case ZIP_ER_WRONGPASSWD:
+    case ZIP_ER_EOF:
+        return true;
+    default:
+        return false;
+    }
+}
+
+int codeFromZipError(int zipError)
+{
+    return isDamage(zipError) ? kVxErrDamaged : kVxErrRead;
+}
+
+// Closes a zip_file_t on every path.
+class EntryReader {
+public:
+    explicit EntryReader(zip_file_t* file) : m_file(file) {}
+    ~EntryReader()
+    {
+        if (m_file != nullptr)
+            zip_fclose(m_file);
+    }
+    EntryReader(const EntryReader&) = delete;
+    EntryReader& operator=(const EntryReader&) = delete;
+    zip_file_t* get() const { return m_file; }
+
+private:
+    zip_file_t* m_file;
+};
+
+}  // namespace
+
+ZipArchive::~ZipArchive()
+{
+    // Unwritten changes are dropped; the file on disk stays as it was.
+    if (m_zip != nullptr)
+        zip_discard(m_zip);
+}
+
+int ZipArchive::open(const std::string& path, Mode mode)
+{
+    m_path = path;
+    int flags = 0;
+    switch (mode) {
+    case Mode::Read:
+        flags = ZIP_RDONLY | ZIP_CHECKCONS;
+        break;
+    case Mode::Modify:
+        flags = ZIP_CHECKCONS;
+        break;
+    case Mode::Create:
+        flags = ZIP_CREATE | ZIP_TRUNCATE;
+        break;
+    }
+    if (mode != Mode::Create) {
+        // libzip would open a folder or a device and fail later in odd ways.
+        struct stat st {};
+        if (::stat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode))
+            return kVxErrRead;
+    }
+    int error = 0;
+    m_zip = zip_open(path.c_str(), flags, &error);
+    if (m_zip == nullptr)
+        return mode == Mode::Create ? kVxErrWrite : codeFromZipError(error);
+    return kVxOk;
+}
+
+std::int64_t ZipArchive::count() const
+{
+    return zip_get_num_entries(m_zip, 0);
+}
+
+int ZipArchive::names(std::vector<std::string>* out) const
+{
+    out->clear();
+    const std::int64_t n = count();
+    for (std::int64_t i = 0; i < n; ++i) {
+        const char* name = zip_get_name(m_zip, static_cast<zip_uint64_t>(i), 0);
+        if (name == nullptr)
+            return kVxErrDamaged;
+        // An entry called "../x", "/x" or "a/b" would be written outside the
+        // workspace (or into a folder we never made): the archive is refused
+        // as a whole before anything is extracted.
+        if (!rps::isPlainFileName(name))
+            return kVxErrDamaged;
+        out->emplace_back(name);
+    }
+    return kVxOk;
+}
+
+std::int64_t ZipArchive::find(const std::string& name) const
+{
+    return zip_name_locate(m_zip, name.c_str(), 0);
+}
+
+int ZipArchive::sizeOf(std::int64_t index, std::uint64_t* size) const
+{
+    zip_stat_t st;
+    zip_stat_init(&st);
+    if (zip_stat_index(m_zip, static_cast<zip_uint64_t>(index), 0, &st) != 0 || (st.valid & ZIP_STAT_SIZE) == 0)
+        return kVxErrRead;
+    *size = st.size;
+    return kVxOk;
+}
+
+int ZipArchive::extract(std::int64_t index, int fd) const
+{
+    EntryReader entry(zip_fopen_index(m_zip, static_cast<zip_uint64_t>(index), 0));
+    if (entry.get() == nullptr)
+        return codeFromZipError(zip_error_code_zip(zip_get_error(m_zip)));
+    std::vector<char> buffer(kChunk);
+    for (;;) {
+        // libzip checks the CRC when the last byte has been read, and then
+        // fails this read with ZIP_ER_CRC.
+        const zip_int64_t n = zip_fread(entry.get(), buffer.data(), buffer.size());
+        if (n < 0)
+            return codeFromZipError(zip_error_code_zip(zip_file_get_error(entry.get())));
+        if (n == 0)
+            return kVxOk;
+        if (fd >= 0 && rps::writeAll(fd, buffer.data(), static_cast<std::size_t>(n)) != 0)
+            return kVxErrExtract;
+    }
+}
+
+int ZipArchive::verify() const
+{
+    const std::int64_t n = count();
+    for (std::int64_t i = 0; i < n; ++i) {
+        const int code = extract(i, -1);
+        if (code != kVxOk)
+            return code;
+    }
+    return kVxOk;
+}
+
+int ZipArchive::putFile(const std::string& name, const std::string& path)
+{
+    struct stat st {};
+    if (::stat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode))
+        return kVxErrMissingFile;
+    // Length 0: the file to its end, as it is when the archive is written.
+    zip_source_t* source = zip_source_file(m_zip, path.c_str(), 0, 0);
+    if (source == nullptr)
+        return kVxErrWrite;
+    const zip_int64_t index = zip_file_add(m_zip, name.c_str(), source, ZIP_FL_OVERWRITE | ZIP_FL_ENC_UTF_8);
+    if (index < 0) {
+        zip_source_free(source);
+        return kVxErrWrite;
+    }
+    // Level 1: recordings are large and mostly incompressible noise; the
+    // fastest deflate gets most of what there is to get.
+    if (zip_set_file_compression(m_zip, static_cast<zip_uint64_t>(index), ZIP_CM_DEFLATE, 1) != 0)
+        return kVxErrWrite;
+    return kVxOk;
+}
+
+int ZipArchive::remove(std::int64_t index)
+{
+    return zip_delete(m_zip, static_cast<zip_uint64_t>(index)) == 0 ? kVxOk : kVxErrWrite;
+}
+
+int ZipArchive::close()
+{
+    if (zip_close(m_zip) != 0)
+        return kVxErrWrite;  // the destructor discards; the old file is untouched
+    m_zip = nullptr;
+    return kVxOk;
+}
+
+}  // namespace vxsave

@@ -1,0 +1,62 @@
+#pragma once
+// One record file (a ZIP archive) open through libzip. Every entry name is
+// checked before it is used as a file name, entries are read to their end so
+// that libzip verifies their CRC, and an archive being changed is written to a
+// temporary file that replaces the original only when complete (libzip's own
+// way of closing). Methods return the VX result codes of VXSAVE.h.
+
+#include <zip.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace vxsave {
+
+class ZipArchive {
+public:
+    enum class Mode {
+        Read,    // an existing archive, unchanged
+        Modify,  // an existing archive to be changed and closed
+        Create,  // a new archive, replacing any file of that name
+    };
+
+    ZipArchive() = default;
+    ~ZipArchive();
+    ZipArchive(const ZipArchive&) = delete;
+    ZipArchive& operator=(const ZipArchive&) = delete;
+
+    // 0, kVxErrRead (missing, unreadable, not a ZIP) or kVxErrDamaged.
+    int open(const std::string& path, Mode mode);
+
+    // All entry names in archive order; kVxErrDamaged when one of them is not
+    // a plain file name (a zip-slip attempt or a folder entry).
+    int names(std::vector<std::string>* out) const;
+    // The index of the entry, or -1.
+    std::int64_t find(const std::string& name) const;
+    int sizeOf(std::int64_t index, std::uint64_t* size) const;
+
+    // Writes the entry's data to fd. kVxErrDamaged for a bad CRC or bad
+    // compressed data, kVxErrRead when the archive cannot be read,
+    // kVxErrExtract when fd cannot be written.
+    int extract(std::int64_t index, int fd) const;
+    // Reads every entry to its end, so that a damaged one is found before
+    // the archive is rewritten around it.
+    int verify() const;
+
+    // Adds the file at path as entry name, replacing an entry of that name.
+    // kVxErrMissingFile when path is no file, kVxErrWrite otherwise.
+    int putFile(const std::string& name, const std::string& path);
+    int remove(std::int64_t index);
+    std::int64_t count() const;
+
+    // Writes the changes; kVxErrWrite on failure (the original file then
+    // stays as it was). Afterwards the archive is closed.
+    int close();
+
+private:
+    zip_t* m_zip = nullptr;
+    std::string m_path;
+};
+
+}  // namespace vxsave
