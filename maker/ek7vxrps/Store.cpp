@@ -77,17 +77,20 @@ int queryInt(sqlite3* db, const char* sql, std::int64_t* value)
     return SQLITE_OK;
 }
 
-// Whether a file starts like an SQLite database. Short or empty files do not.
-bool hasSqliteHeader(const std::string& path)
+// Whether a file starts like an SQLite database: kRpsOk, kRpsErrNotSqlite
+// (short, empty or other content) or kRpsErrIoStore (cannot be read).
+int checkSqliteHeader(const std::string& path)
 {
     UniqueFd fd(openFile(path, O_RDONLY));
     if (!fd.valid())
-        return false;
+        return kRpsErrIoStore;
     char header[16] = {};
     std::size_t got = 0;
-    if (readUpTo(fd.get(), header, sizeof header, &got) != 0 || got != sizeof header)
-        return false;
-    return std::memcmp(header, kSqliteMagic, sizeof header) == 0;
+    if (readUpTo(fd.get(), header, sizeof header, &got) != 0)
+        return kRpsErrIoStore;
+    if (got != sizeof header || std::memcmp(header, kSqliteMagic, sizeof header) != 0)
+        return kRpsErrNotSqlite;
+    return kRpsOk;
 }
 
 }  // namespace
@@ -218,8 +221,11 @@ int Store::open(const std::string& path)
     // journal lies beside the file, SQLite must first roll it back, and the
     // file may legitimately look odd until then.
     const bool hotJournal = fileExists(path + "-journal");
-    if (!hotJournal && !hasSqliteHeader(path))
-        return kRpsErrNotSqlite;
+    if (!hotJournal) {
+        const int code = checkSqliteHeader(path);
+        if (code != kRpsOk)
+            return code;
+    }
 
     const std::string vfs = vfsName();
     int rc = m_db.open(path.c_str(), vfs.empty() ? nullptr : vfs.c_str());
