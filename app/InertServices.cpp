@@ -5,53 +5,7 @@
 
 StartupServices InertServices::services()
 {
-    return {this, this, this, this, this};
-}
-
-int InertServices::workspace(AppData&, int, const std::string&)
-{
-    OutputDebugString("Workspace skipped: no data store in this build\n");
-    return kNotAvailable;
-}
-
-int InertServices::buildStore(const std::string&, const std::string&, const std::string&)
-{
-    OutputDebugString("VXfilebuild skipped: no data store in this build\n");
-    return kNotAvailable;
-}
-
-int InertServices::openLastStore(AppData&)
-{
-    OutputDebugString("Open data store skipped: no data store in this build\n");
-    return kNotAvailable;
-}
-
-void InertServices::openStoreCommand(AppData& app, QWidget*)
-{
-    OutputDebugString("Open data store command: no data store in this build\n");
-    app.StoreUnusable = kStoreFailed;
-}
-
-void InertServices::newStoreCommand(AppData& app, QWidget*)
-{
-    OutputDebugString("New data store command: no data store in this build\n");
-    app.StoreUnusable = kStoreFailed;
-}
-
-int InertServices::save(AppData&)
-{
-    OutputDebugString("Save data store skipped: no data store in this build\n");
-    return kNotAvailable;
-}
-
-void InertServices::deleteWorkingCopies(AppData&)
-{
-    OutputDebugString("No working copies to delete: no data store in this build\n");
-}
-
-int InertServices::storeInfo(const std::string&, std::uint64_t&, std::uint64_t&)
-{
-    return kNotAvailable;
+    return {nullptr, this, this, this, this};
 }
 
 void InertServices::initVar(AppData&)

@@ -6,24 +6,13 @@
 
 #include "app/StartupServices.h"
 
-class InertServices : public StoreService,
-                      public LineService,
+class InertServices : public LineService,
                       public DiaryService,
                       public AnswerMachineService,
                       public CompressionService {
 public:
+    // Every seam but the store, which is always built.
     StartupServices services();
-
-    int workspace(AppData& app, int mode, const std::string& pattern) override;
-    int buildStore(const std::string& folder, const std::string& name,
-                   const std::string& workspace) override;
-    int openLastStore(AppData& app) override;
-    void openStoreCommand(AppData& app, QWidget* owner) override;
-    void newStoreCommand(AppData& app, QWidget* owner) override;
-    int save(AppData& app) override;
-    void deleteWorkingCopies(AppData& app) override;
-    int storeInfo(const std::string& storePath, std::uint64_t& size,
-                  std::uint64_t& reclaimable) override;
 
     void initVar(AppData& app) override;
     void chooseDevice(long deviceId) override;

@@ -33,7 +33,8 @@ constexpr int kWeightHeavy = 900;
 
 // Commands whose work is in this build. Everything else on the menu and the
 // tool bar stays greyed until its part arrives.
-const std::set<int> kAvailableCommands = {ID_EXIT, ID_OPTIONS, ID_ABOUT_NAVO, IDM_ABOUTBOX};
+const std::set<int> kAvailableCommands = {ID_EXIT,           ID_OPTIONS,       ID_ABOUT_NAVO,
+                                          IDM_ABOUTBOX,      ID_NEW_DATASTORE, ID_OPEN_DATASTORE};
 
 const QColor kChooserBackground(122, 153, 215);
 const QColor kListText(10, 20, 200);
@@ -184,9 +185,12 @@ BOOL MainWindow::OnInitDialog()
     } else if (opened == 0) {
         setStatusText(m_ui->IDC_STATUS_TEXT->text() + QStringLiteral(" : Using Navo File :") +
                       QString::fromLocal8Bit(m_app.DataStorePath.c_str()));
-    } else if (opened == kNotAvailable) {
-        setStatusText(m_ui->IDC_STATUS_TEXT->text() +
-                      QStringLiteral(" : No data store: filing is not in this build"));
+    } else if (opened > 0) {
+        // The store is there but cannot be read: its message says the
+        // program closes, and it does, without saving over it.
+        ShowCodedMessage(opened, MB_ICONSTOP);
+        m_app.StartupFailed = 1;
+        PostMessage(handle(), WM_CLOSE, 0, 0);
     }
 
     // 16.
@@ -476,9 +480,26 @@ void MainWindow::runCommand(int id)
     case IDM_ABOUTBOX:
         openAbout();
         break;
+    case ID_NEW_DATASTORE:
+        m_services.store->newStoreCommand(m_app, this);
+        afterStoreCommand();
+        break;
+    case ID_OPEN_DATASTORE:
+        m_services.store->openStoreCommand(m_app, this);
+        afterStoreCommand();
+        break;
     default:
         break;
     }
+}
+
+void MainWindow::afterStoreCommand()
+{
+    if (m_app.StoreUnusable != kStoreHealthy)
+        return;
+    setStatusText(QString::fromStdString(m_services.line->statusText()) + QStringLiteral(" : Using Navo File : ") +
+                  QString::fromLocal8Bit(m_app.DataStorePath.c_str()));
+    fillList(m_app.CurrentListType == kListNone ? kListDictation : m_app.CurrentListType);
 }
 
 void MainWindow::openOptions()

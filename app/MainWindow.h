@@ -69,6 +69,7 @@ private:
     void applyMenuStartStates();
     void checkStoreCompression();
     void setStatusText(const QString& text);
+    void afterStoreCommand();
     void openOptions();
     void openAbout();
 

@@ -5,6 +5,7 @@
 #include "app/AppData.h"
 #include "app/InertServices.h"
 #include "app/NavoApp.h"
+#include "store/DataStoreService.h"
 
 int main(int argc, char** argv)
 {
@@ -12,8 +13,11 @@ int main(int argc, char** argv)
     QApplication::setApplicationName(QStringLiteral("Navo"));
     QApplication::setOrganizationName(QStringLiteral("Orlent Systems"));
 
+    DataStoreService store;
     InertServices notYetBuilt;
-    NavoApp app(theAppData(), notYetBuilt.services(),
+    StartupServices services = notYetBuilt.services();
+    services.store = &store;
+    NavoApp app(theAppData(), services,
                 QFile::encodeName(QApplication::applicationFilePath()).toStdString());
     app.InitInstance();
     return 0;

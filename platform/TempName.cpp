@@ -2,7 +2,6 @@
 // eight digits once the short names run short.
 #include "platform/TempName.h"
 
-#include <QDir>
 #include <QFile>
 
 #include <sys/stat.h>
@@ -19,7 +18,13 @@ std::string uniqueTempName(const std::string& prefix)
     static std::unordered_set<std::string> issued;
     static std::mt19937 random{std::random_device{}()};
 
-    const std::string folder = QFile::encodeName(QDir::tempPath()).toStdString();
+    // TMPDIR as it stands: a folder that is missing must make the caller's
+    // create fail, not send the name to the root folder.
+    std::string folder = QFile::encodeName(qEnvironmentVariable("TMPDIR")).toStdString();
+    if (folder.empty())
+        folder = "/tmp";
+    while (folder.size() > 1 && folder.back() == '/')
+        folder.pop_back();
     std::lock_guard<std::mutex> lock(mutex);
     for (int attempt = 0;; ++attempt) {
         const std::uint32_t number = random();

@@ -2,10 +2,11 @@
 # End to end: the real navo in a fresh portable folder under Xvfb. It must show
 # the splash, then the main window titled for the log-on user, create NAVO.ini
 # with the new profile's defaults, and close cleanly on request.
-#   startup_e2e.sh <path to navo> <folder for screenshots>
+#   startup_e2e.sh <path to navo> <folder for screenshots> <path to navo-store>
 set -euo pipefail
 navo=$1
 shots=$2
+navo_store=$3
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 mkdir -p "$shots"
@@ -17,7 +18,8 @@ fail() { echo "FAIL: $*" >&2; exit 1; }
 export DISPLAY_SHOTS=$shots
 xvfb-run -a -s "-screen 0 1280x1024x24" bash -c '
     set -e
-    NAVO_TRACE=1 "$0/navo" 2> "$0/trace.txt" & pid=$!
+    mkdir -p "$0/tmp"
+    TMPDIR="$0/tmp" NAVO_TRACE=1 "$0/navo" 2> "$0/trace.txt" & pid=$!
     sleep 1.2
     import -window root "$DISPLAY_SHOTS/e2e-splash.png"
     for _ in $(seq 60); do
@@ -42,6 +44,12 @@ for key in LastPath RecID CommID LastFile Rings PhoneCost MeetCost Prime PhWarn 
     grep -q "^$key=" "$work/NAVO.ini" || fail "NAVO.ini lacks $key"
 done
 [ -d "$work/Profiles/$user" ] || fail "Profiles/$user was not created"
+# The first start built an empty data store, saved it at exit, and it is sound.
+store="$work/Profiles/$user/NAVO.vxt"
+[ -f "$store" ] || fail "no data store at $store"
+"$navo_store" check "$store" || fail "navo-store check failed on the new store"
+! ls "$work/tmp" | grep -q Telvarine || fail "the workspace was left behind: $(ls "$work/tmp")"
+
 
 # A screenshot of a real window has many colours; a blank screen has one.
 for shot in e2e-splash e2e-main; do

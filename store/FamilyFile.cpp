@@ -1,0 +1,113 @@
+#include "store/FamilyFile.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+
+#include "maker/VXSAVE/VXSAVE.h"
+#include "maker/ek7vxrps/ek7vxrps.h"
+#include "store/ComponentFiles.h"
+#include "store/IndexLine.h"
+
+namespace family {
+
+namespace {
+
+struct FileCloser {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using File = std::unique_ptr<std::FILE, FileCloser>;
+
+File openFile(const std::string& path, const char* mode)
+{
+    return File(std::fopen(path.c_str(), mode));
+}
+
+bool sameRecId(const std::string& line, const std::string& recIdText)
+{
+    const std::string first = indexline::field(line, 1);
+    return !first.empty() && std::atol(first.c_str()) == std::atol(recIdText.c_str());
+}
+
+}  // namespace
+
+std::string readLine(const std::string& workspace, const std::string& recIdText, int recordType,
+                     long position)
+{
+    const std::string name = components::familyFileForType(recordType);
+    if (name.empty())
+        return kBad;
+    File file = openFile(components::workspacePath(workspace, name), "rb");
+    if (!file || position < 0 || std::fseek(file.get(), position, SEEK_SET) != 0)
+        return kLost;
+    std::string line(indexline::kLineBytes, '\0');
+    // A line cut short by a damaged file is as lost as a missing one.
+    if (std::fread(line.data(), 1, line.size(), file.get()) != line.size())
+        return kLost;
+    return sameRecId(line, recIdText) ? line : kLost;
+}
+
+long replaceRecordLine(const std::string& recordFileName, const std::string& workspace,
+                       const std::string& storePath, const std::string& extra,
+                       const std::string& familyName, const std::string& lineFile)
+{
+    if (VXsaveVXZ(recordFileName.c_str(), workspace.c_str(), storePath.c_str(), extra.c_str()) > 0)
+        return 0;
+
+    const std::string familyPath = components::workspacePath(workspace, familyName);
+    const std::string tempPath = components::workspacePath(workspace, "templog.tmp");
+    long written = 0;
+    {
+        File familyIn = openFile(familyPath, "rb");
+        File lineIn = openFile(lineFile, "rb");
+        File temp = openFile(tempPath, "wb");
+        if (!familyIn || !lineIn || !temp)
+            return 0;
+        std::string newLine(indexline::kLineBytes, '\0');
+        if (std::fread(newLine.data(), 1, newLine.size(), lineIn.get()) != newLine.size())
+            return 0;
+        const std::string recId = indexline::field(newLine, 1);
+
+        std::string line(indexline::kLineBytes, '\0');
+        long position = 0;
+        std::size_t got;
+        while ((got = std::fread(line.data(), 1, line.size(), familyIn.get())) > 0) {
+            const std::string current = line.substr(0, got);
+            const bool replace = got == line.size() && sameRecId(current, recId);
+            const std::string& out = replace ? newLine : current;
+            if (replace)
+                written = position;
+            if (std::fwrite(out.data(), 1, out.size(), temp.get()) != out.size())
+                return 0;
+            position += static_cast<long>(out.size());
+        }
+        if (std::fflush(temp.get()) != 0)
+            return 0;
+    }
+    std::error_code error;
+    std::filesystem::copy_file(tempPath, familyPath, std::filesystem::copy_options::overwrite_existing, error);
+    std::filesystem::remove(tempPath);
+    if (error)
+        return 0;
+    const char* names[] = {familyName.c_str()};
+    if (RPS_Put(storePath.c_str(), workspace.c_str(), names, 1) != 0)
+        return 0;
+    return written;
+}
+
+bool markDeleted(const std::string& familyPath, const std::string& recIdText, long position)
+{
+    File file = openFile(familyPath, "r+b");
+    if (!file || std::fseek(file.get(), position, SEEK_SET) != 0)
+        return false;
+    std::string line(indexline::kLineBytes, '\0');
+    if (std::fread(line.data(), 1, line.size(), file.get()) != line.size() || !sameRecId(line, recIdText))
+        return false;
+    const std::string first = indexline::field(line, 1);
+    if (first.size() != 8 || std::fseek(file.get(), position, SEEK_SET) != 0)
+        return false;
+    return std::fwrite(indexline::kDeletedRecId, 1, 8, file.get()) == 8 && std::fflush(file.get()) == 0;
+}
+
+}  // namespace family

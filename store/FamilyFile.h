@@ -1,0 +1,34 @@
+// Family files: the index lines of one family of record types, 401 bytes
+// each, one after another, found by byte position. These read a line, put a
+// re-recorded record's new line in place of its old one, and mark a deleted
+// record's line dead.
+#pragma once
+
+#include <string>
+
+namespace family {
+
+inline constexpr const char* kLost = "LOST";
+inline constexpr const char* kBad = "BAD";
+
+// The line at position in the family file of the type, when it carries the
+// RecID; "LOST" when it does not (or the file is shorter); "BAD" for a type
+// with no family file.
+std::string readLine(const std::string& workspace, const std::string& recIdText, int recordType,
+                     long position);
+
+// Replacing a record's line after it was re-recorded or edited: the record
+// file is rewritten in the store, the line from lineFile replaces the line
+// with the same RecID in the family file, and the family file goes into the
+// store. Returns the position the line was written at; 0 is failure, so a
+// line at position 0 cannot be replaced this way (new family files begin with
+// a dead line, so only a compressed file can have a live line there).
+long replaceRecordLine(const std::string& recordFileName, const std::string& workspace,
+                       const std::string& storePath, const std::string& extra,
+                       const std::string& familyName, const std::string& lineFile);
+
+// Marks the line of recId at position dead ("99999999" in its RecID field) so
+// that store compression drops it. False when the line is not there.
+bool markDeleted(const std::string& familyPath, const std::string& recIdText, long position);
+
+}  // namespace family

@@ -1,0 +1,216 @@
+#include "store/RecordFiler.h"
+
+#include <filesystem>
+
+#include "app/AppData.h"
+#include "app/ShowCodedMessage.h"
+#include "maker/Ek7Index/Ek7Index.h"
+#include "maker/VXSAVE/VXSAVE.h"
+#include "maker/ek7vxrps/ek7vxrps.h"
+#include "maker/ZOLO/ZOLODATE.h"
+#include "platform/Trace.h"
+#include "store/ComponentFiles.h"
+#include "store/FamilyFile.h"
+#include "store/IndexLine.h"
+#include "store/IndexLineFile.h"
+#include "store/RecordInfo.h"
+
+namespace {
+
+constexpr std::size_t kDurationField = 10;  // counted from 1
+constexpr std::size_t kStartField = 8;
+
+using SaveCall = unsigned (*)(const char*, const char*, const char*, const char*, const char*, const char*,
+                              const char*, int);
+
+SaveCall saveCallFor(char family)
+{
+    switch (family) {
+    case 'P': return VXsaveP;
+    case 'M': return VXsaveM;
+    case 'D': return VXsaveD;
+    case 'T': return VXsaveT;
+    case 'V': return VXsaveV;
+    default: return VXsaveR;
+    }
+}
+
+std::string familyNameFor(char family)
+{
+    switch (family) {
+    case 'P': return components::kPhone;
+    case 'M': return components::kMeeting;
+    case 'D': return components::kDiary;
+    default: return components::kDictation;
+    }
+}
+
+std::string fieldOrEmpty(const std::vector<std::string>& fields, std::size_t number)
+{
+    return number <= fields.size() ? fields[number - 1] : std::string();
+}
+
+}  // namespace
+
+RecordFiler::RecordFiler(AppData& app) : m_app(app) {}
+
+std::string RecordFiler::wavePath(const std::string& workspace, const std::string& baseName)
+{
+    return components::workspacePath(workspace, baseName + ".wav");
+}
+
+std::string RecordFiler::linePath(const std::string& workspace, const std::string& baseName)
+{
+    return components::workspacePath(workspace, baseName + ".vxl");
+}
+
+std::string RecordFiler::infoPath(const std::string& workspace, const std::string& baseName)
+{
+    return components::workspacePath(workspace, baseName + ".vxs");
+}
+
+std::string RecordFiler::recordFileName(long recId)
+{
+    return indexline::recIdText(recId) + ".vxz";
+}
+
+int RecordFiler::save(RecordingToFile& recording, RecordingSource& source)
+{
+    m_columns.clear();
+    m_position = 0;
+    const int result = file(recording, source);
+    if (result > 0)
+        ShowCodedMessage(result, MB_ICONEXCLAMATION);
+
+    // Whatever happened, the work files go: the RecID already written to the
+    // profile is not taken back.
+    std::error_code error;
+    for (const std::string& path : {wavePath(m_app.TempDir, recording.baseName),
+                                    linePath(m_app.TempDir, recording.baseName),
+                                    infoPath(m_app.TempDir, recording.baseName)})
+        std::filesystem::remove(path, error);
+    OutputDebugString("Saving done closing dialog\n");
+    return result;
+}
+
+int RecordFiler::file(RecordingToFile& recording, RecordingSource& source)
+{
+    const std::string wave = wavePath(m_app.TempDir, recording.baseName);
+    const std::string lineFile = linePath(m_app.TempDir, recording.baseName);
+    const std::string info = infoPath(m_app.TempDir, recording.baseName);
+
+    // 1. The search text, kept in the "vxs" file with the audit data.
+    OutputDebugString("Saving SFS\n");
+    RecordInfo details;
+    if (recording.reRecorded)
+        recordinfo::readFile(info, &details);  // kept from the record file when it was opened
+    details.keywords = recording.keywords;
+    details.extraText = recording.extraText;
+    char now[64];
+    LogDate(now);
+    if (details.created.empty())
+        details.created = now;
+    details.saved = now;
+    recordinfo::writeFile(info, details);
+    OutputDebugString("Saved SFS\n");
+
+    // 2.-4.
+    OutputDebugString("About to fast forward\n");
+    if (source.fastForward())
+        OutputDebugString("Fast forward OK\n");
+    char duration[128];
+    conv_millisec(source.lengthMs(), duration);
+    source.showDuration(duration);
+    OutputDebugString("Saving WAV file\n");
+    if (source.writeWave(wave))
+        OutputDebugString("WAV file saved\n");
+
+    // 5.-6. The line, and the fields read back as the list will show them.
+    if (recording.fields.size() < kDurationField)
+        recording.fields.resize(kDurationField);
+    recording.fields[kDurationField - 1] = duration;
+    const std::string line = indexline::build(recording.fields);
+    m_columns = indexline::fields(line);
+    if (!indexlinefile::rewriteFromColumns(lineFile, m_columns))
+        OutputDebugString("Could not write the index line file\n");
+
+    // 7.
+    std::error_code error;
+    for (const std::string& path : {wave, lineFile, info})
+        if (!std::filesystem::exists(path, error))
+            return kMissingFile;
+
+    // 8. A replaced attachment leaves the record file before it is rewritten.
+    if (recording.reRecorded && !recording.replacedAttachment.empty())
+        dropMember(recording.recordFileName, recording.replacedAttachment);
+
+    return recording.reRecorded ? fileAgain(recording, line, lineFile)
+                                : fileNew(recording, line, wave, lineFile, info);
+}
+
+void RecordFiler::dropMember(const std::string& recordFileName, const std::string& member)
+{
+    const std::string local = components::workspacePath(m_app.TempDir, recordFileName);
+    if (ExtractFile(m_app.DataStorePath.c_str(), recordFileName.c_str(), m_app.TempDir.c_str()) != 0)
+        return;
+    const char* names[] = {recordFileName.c_str()};
+    if (DelFile(local.c_str(), member.c_str()) == 0)
+        RPS_Put(m_app.DataStorePath.c_str(), m_app.TempDir.c_str(), names, 1);
+    std::error_code error;
+    std::filesystem::remove(local, error);
+}
+
+int RecordFiler::fileNew(const RecordingToFile& recording, const std::string& line, const std::string& wave,
+                         const std::string& lineFile, const std::string& info)
+{
+    OutputDebugString("Saving Navo file to repository\n");
+    const unsigned position = saveCallFor(recording.family)(
+        wave.c_str(), lineFile.c_str(), info.c_str(), recording.attachment.c_str(), m_app.TempDir.c_str(),
+        m_app.DataStorePath.c_str(), recording.baseName.c_str(), 0);
+    if (position == 0)
+        return kRecordFileFailed;
+    OutputDebugString("Navo file saved to repository\n");
+    m_position = static_cast<long>(position);
+    OutputDebugString("Updating Index\n");
+    if (!addToIndex(recording, line))
+        return kIndexFailed;
+    OutputDebugString("Index updated\n");
+    return 0;
+}
+
+int RecordFiler::fileAgain(const RecordingToFile& recording, const std::string& line,
+                           const std::string& lineFile)
+{
+    const long position = family::replaceRecordLine(recording.recordFileName, m_app.TempDir,
+                                                    m_app.DataStorePath, "", familyNameFor(recording.family),
+                                                    lineFile);
+    if (position == 0)
+        return kRecordFileFailed;
+    m_position = position;
+    const std::string index = components::workspacePath(m_app.TempDir, components::kIndex);
+    Ek7IndexEntry entry{};
+    entry.storeLocation1 = index.c_str();
+    entry.recId = static_cast<std::uint32_t>(recording.recId);
+    Ek7IndexDel(&entry);
+    return addToIndex(recording, line) ? 0 : kIndexFailed;
+}
+
+bool RecordFiler::addToIndex(const RecordingToFile& recording, const std::string& line)
+{
+    const std::string index = components::workspacePath(m_app.TempDir, components::kIndex);
+    const std::string type = fieldOrEmpty(m_columns, 2);
+    const std::string start = fieldOrEmpty(m_columns, kStartField);
+    const std::string extra = recording.extraText.empty() ? " " : recording.extraText;
+    Ek7IndexEntry entry{index.c_str(),
+                        m_app.DataStorePath.c_str(),
+                        m_app.TempDir.c_str(),
+                        static_cast<std::uint32_t>(recording.recId),
+                        type.c_str(),
+                        start.c_str(),
+                        recording.keywords.c_str(),
+                        extra.c_str(),
+                        static_cast<std::uint32_t>(m_position),
+                        0,
+                        line.c_str()};
+    return Ek7IndexAdd(&entry) != 0;
+}

@@ -1,0 +1,27 @@
+// The temporary workspace: the private folder where a store's components and
+// a recording's work files live while Navo runs.
+//   mode 1: make a new folder (TempDir) and clear it;
+//   mode 0: delete the files matching the pattern;
+//   mode 2: delete them, then remove the folder.
+#pragma once
+
+#include <string>
+
+struct AppData;
+
+namespace workspace {
+
+inline constexpr int kCreate = 1;
+inline constexpr int kClear = 0;
+inline constexpr int kRemove = 2;
+inline constexpr int kCannotCreate = 119;
+
+// 0, or 119 when the folder cannot be made. The folder is readable by its
+// owner only: it holds private recordings.
+int Workspace(AppData& app, int mode, const std::string& pattern);
+
+// Files of folder whose names match a Windows wildcard ("*.*" matches every
+// file, with or without a dot).
+void deleteMatching(const std::string& folder, const std::string& pattern);
+
+}  // namespace workspace

@@ -1,0 +1,219 @@
+// Filing recordings through the real procedure into a real store, filing
+// them again, audit data, and deletion.
+#include <gtest/gtest.h>
+
+#include "ScriptedPrompt.h"
+#include "StoreFixture.h"
+#include "app/SettingsKeys.h"
+#include "maker/Ek7Index/Ek7Index.h"
+#include "maker/ek7vxrps/ek7vxrps.h"
+#include "platform/Trace.h"
+#include "res/MessageCatalogue.h"
+#include "store/ComponentFiles.h"
+#include "store/DataStore.h"
+#include "store/FamilyFile.h"
+#include "store/IndexLine.h"
+#include "store/RecordDeletion.h"
+#include "store/RecordInfo.h"
+
+class FilingTest : public StoreFixture {
+protected:
+    DataStore store;
+    void SetUp() override
+    {
+        StoreFixture::SetUp();
+        buildStore();
+        ASSERT_EQ(store.extract(app), 0);
+    }
+    std::string ws(const std::string& name) const { return components::workspacePath(app.TempDir, name); }
+    std::string indexPath() const { return ws(components::kIndex); }
+};
+
+TEST_F(FilingTest, RecIdsAreTakenBeforeRecordingAndNeverReused)
+{
+    EXPECT_EQ(allocateRecId(profile()), 1);
+    EXPECT_EQ(profile().read(settings::kRecID), "00000001");
+    profile().write(settings::kRecID, "41");
+    const NewRecordNames names = prepareNewRecording(profile(), app.TempDir);
+    EXPECT_EQ(names.recId, 42);
+    EXPECT_EQ(profile().read(settings::kRecID), "00000042");
+    EXPECT_EQ(names.lineName[1], names.baseName + ".vxl");
+    EXPECT_EQ(names.infoName[0], app.TempDir + "/" + names.baseName + ".vxs");
+    // A recording discarded now leaves 42 unused; the next is 43.
+    EXPECT_EQ(allocateRecId(profile()), 43);
+}
+
+TEST_F(FilingTest, ANewDictationReachesFamilyFileIndexAndStore)
+{
+    TraceCapture trace;
+    const long first = fileDictation("Call the bank", "bank\r\nmortgage");
+    ASSERT_EQ(lastResult, 0);
+    EXPECT_EQ(lastPosition, 401);  // behind the family file's dead first line
+    const long second = fileDictation("Second note");
+    ASSERT_EQ(lastResult, 0);
+    EXPECT_EQ(lastPosition, 802);
+
+    const std::string line = family::readLine(app.TempDir, indexline::recIdText(first), 0, 401);
+    ASSERT_EQ(line.size(), 401u);
+    EXPECT_EQ(indexline::showField(indexline::field(line, 5)), "Call the bank");
+    EXPECT_EQ(indexline::field(line, 10), "00:00:01");
+    EXPECT_EQ(lastColumns.size(), 14u);
+    EXPECT_EQ(lastColumns[0], indexline::recIdText(second));
+
+    char record[EK7_INDEX_RECORD_MAX];
+    ASSERT_NE(Ek7IndexRead(static_cast<std::uint32_t>(first), indexPath().c_str(), record), 0);
+    char position[64];
+    Ek7IndexField(3, record, position);
+    EXPECT_EQ(std::atol(position), 401);
+    std::vector<std::uint32_t> found;
+    ASSERT_EQ(Ek7IndexSearch(indexPath().c_str(), "mortgage", &found), 0);
+    EXPECT_EQ(found, (std::vector<std::uint32_t>{static_cast<std::uint32_t>(first)}));
+
+    // The record file in the store carries the sound, the line and the audit.
+    const std::string recordFile = RecordFiler::recordFileName(first);
+    ASSERT_EQ(ExtractFile(storePath().c_str(), recordFile.c_str(), root().c_str()), 0);
+    std::vector<std::string> members;
+    ASSERT_EQ(VXlistMembers((root() + "/" + recordFile).c_str(), &members), 0);
+    EXPECT_EQ(members.size(), 3u);
+    RecordInfo info;
+    const auto vxs = std::find_if(members.begin(), members.end(),
+                                  [](const std::string& m) { return m.size() > 4 && m.substr(m.size() - 4) == ".vxs"; });
+    ASSERT_NE(vxs, members.end());
+    ASSERT_EQ(recordinfo::readFromRecordFile(root() + "/" + recordFile, *vxs, root(), &info), 0);
+    EXPECT_EQ(info.keywords, "bank  mortgage");
+    EXPECT_FALSE(info.created.empty());
+    EXPECT_TRUE(info.original);
+
+    // The work files (named by their date stamp) are gone; the trace shows
+    // the steps in order.
+    for (const auto& entry : std::filesystem::directory_iterator(app.TempDir))
+        EXPECT_FALSE(std::isdigit(static_cast<unsigned char>(entry.path().filename().string()[0])))
+            << entry.path();
+    const std::string text = trace.text();
+    std::size_t at = 0;
+    for (const char* step : {"Saving SFS", "Saved SFS", "About to fast forward", "Fast forward OK", "Saving WAV file",
+                             "WAV file saved", "Saving Navo file to repository", "Navo file saved to repository",
+                             "Updating Index", "Index updated", "Saving done closing dialog"}) {
+        at = text.find(step, at);
+        ASSERT_NE(at, std::string::npos) << step;
+    }
+}
+
+TEST_F(FilingTest, ARecordFiledIsInTheStoreBeforeAnySave)
+{
+    const long recId = fileDictation("Durable");
+    ASSERT_EQ(lastResult, 0);
+    // Straight from the store, without the workspace: record and line.
+    EXPECT_EQ(CheckForFile(storePath().c_str(), RecordFiler::recordFileName(recId).c_str()), 0);
+    AppData fresh;
+    copyPaths(fresh, app);
+    ASSERT_EQ(workspace::Workspace(fresh, workspace::kCreate, "*.*"), 0);
+    ASSERT_EQ(ExtractFile(storePath().c_str(), components::kDictation, fresh.TempDir.c_str()), 0);
+    EXPECT_NE(family::readLine(fresh.TempDir, indexline::recIdText(recId), 0, 401), "LOST");
+    workspace::Workspace(fresh, workspace::kRemove, "*.*");
+}
+
+TEST_F(FilingTest, FailuresShowTheirMessageAndStillDeleteWorkFiles)
+{
+    ScriptedPrompt prompt;
+    prompt.answerMessage(IDOK);
+    const NewRecordNames names = prepareNewRecording(profile(), app.TempDir);
+    RecordingToFile rec;
+    rec.recId = names.recId;
+    rec.baseName = names.baseName;
+    rec.fields = {indexline::recIdText(names.recId), "0", "0", "", "No sound"};
+    FakeRecording silent(8000, /*writes=*/false);
+    RecordFiler filer(app);
+    EXPECT_EQ(filer.save(rec, silent), 108);
+    EXPECT_EQ(prompt.messages().at(0).text, "Cannot save recording - Missing file : Error 108");
+    EXPECT_EQ(prompt.messages().at(0).flags, MB_ICONEXCLAMATION);
+    EXPECT_FALSE(std::filesystem::exists(RecordFiler::infoPath(app.TempDir, names.baseName)));
+
+    // The store has gone: the record file cannot be saved.
+    prompt.answerMessage(IDOK);
+    const std::string familyBefore = readAll(ws(components::kDictation));
+    app.DataStorePath = root() + "/gone.vxt";
+    fileDictation("Nowhere to go");
+    EXPECT_EQ(lastResult, 109);
+    EXPECT_EQ(prompt.messages().at(1).text, MessageTextFor(109));
+    EXPECT_EQ(readAll(ws(components::kDictation)), familyBefore);
+}
+
+TEST_F(FilingTest, AReRecordedRecordReplacesItsLineInPlace)
+{
+    const long recId = fileDictation("Draft");
+    ASSERT_EQ(lastResult, 0);
+    fileDictation("Another");
+    const std::string familyBefore = readAll(ws(components::kDictation));
+
+    // Re-recording opens the record file into the workspace first.
+    const std::string recordFile = RecordFiler::recordFileName(recId);
+    ASSERT_EQ(ExtractFile(storePath().c_str(), recordFile.c_str(), app.TempDir.c_str()), 0);
+    std::vector<std::string> members;
+    ASSERT_EQ(VXlistMembers(ws(recordFile).c_str(), &members), 0);
+    ASSERT_EQ(VXopenVXZ(ws(recordFile).c_str(), app.TempDir.c_str()), 0);
+    std::string baseName = members[0].substr(0, members[0].rfind('.'));
+
+    RecordingToFile rec;
+    rec.recId = recId;
+    rec.baseName = baseName;
+    rec.reRecorded = true;
+    rec.recordFileName = recordFile;
+    rec.fields = {indexline::recIdText(recId), "0", "0", "", "Final version", "", "", "22/11/2026 11:00:00",
+                  "22/11/2026 11:02:00", "", "", "0"};
+    rec.keywords = "final";
+    FakeRecording longer(16000);
+    RecordFiler filer(app);
+    ASSERT_EQ(filer.save(rec, longer), 0);
+    EXPECT_EQ(filer.linePosition(), 401);
+
+    const std::string familyAfter = readAll(ws(components::kDictation));
+    ASSERT_EQ(familyAfter.size(), familyBefore.size());
+    const std::string line = family::readLine(app.TempDir, indexline::recIdText(recId), 0, 401);
+    EXPECT_EQ(indexline::showField(indexline::field(line, 5)), "Final version");
+    EXPECT_EQ(familyAfter.substr(802), familyBefore.substr(802));  // the other record untouched
+    std::vector<std::uint32_t> found;
+    Ek7IndexSearch(indexPath().c_str(), "final", &found);
+    EXPECT_EQ(found.size(), 1u);
+    // The store's record file now holds the longer sound.
+    std::filesystem::remove(ws(recordFile));
+    ASSERT_EQ(ExtractFile(storePath().c_str(), recordFile.c_str(), root().c_str()), 0);
+    EXPECT_EQ(CheckFileSize((root() + "/" + recordFile).c_str(), (baseName + ".wav").c_str()),
+              static_cast<long long>(waveBytes(16000).size()));
+}
+
+TEST_F(FilingTest, DeletionMarksTheLineDropsTheIndexEntryAndTheRecordFile)
+{
+    const long keep = fileDictation("Keep");
+    const long drop = fileDictation("Drop");
+    EXPECT_EQ(deleteRecords(app, {indexline::recIdText(drop)}), 0);
+    EXPECT_EQ(family::readLine(app.TempDir, indexline::recIdText(drop), 0, 802), "LOST");
+    EXPECT_EQ(readAll(ws(components::kDictation)).substr(802, 8), "99999999");
+    char record[EK7_INDEX_RECORD_MAX];
+    EXPECT_EQ(Ek7IndexRead(static_cast<std::uint32_t>(drop), indexPath().c_str(), record), 0);
+    EXPECT_NE(Ek7IndexRead(static_cast<std::uint32_t>(keep), indexPath().c_str(), record), 0);
+    EXPECT_NE(CheckForFile(storePath().c_str(), RecordFiler::recordFileName(drop).c_str()), 0);
+    EXPECT_EQ(CheckForFile(storePath().c_str(), RecordFiler::recordFileName(keep).c_str()), 0);
+    // Deleting it again, or a record that never was, fails.
+    EXPECT_EQ(deleteRecords(app, {indexline::recIdText(drop), "00000999"}), 2);
+}
+
+TEST(RecordInfo, LockAndOriginalShowInTheDescription)
+{
+    RecordInfo info;
+    info.keywords = "a\nb";
+    info.created = "22/11/2026 10:00:00";
+    info.saved = info.created;
+    info.user = "ann";
+    info.locked = true;
+    info.original = false;
+    RecordInfo back;
+    ASSERT_TRUE(RecordInfo::parse(info.serialize(), &back));
+    EXPECT_EQ(back.keywords, "a b");
+    EXPECT_TRUE(back.locked);
+    EXPECT_FALSE(back.original);
+    EXPECT_NE(recordinfo::describe(back).find("*** Warning : Not an original recording ***"), std::string::npos);
+    EXPECT_FALSE(RecordInfo::parse("garbage\n", &back));
+    EXPECT_EQ(MessageTextFor(recordinfo::kLocked), "The record is locked and cannot be edited : Info 006");
+    EXPECT_EQ(MessageTextFor(recordinfo::kNoAudit), "Navo file does not contain audit information : Info 130");
+}

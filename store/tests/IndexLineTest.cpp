@@ -1,0 +1,177 @@
+// Index lines byte for byte, their work-file writers and the family files.
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+#include <cstdio>
+
+#include "StoreFixture.h"
+#include "app/AppData.h"
+#include "platform/FileLock.h"
+#include "store/FamilyFile.h"
+#include "store/IndexLine.h"
+#include "store/IndexLineFile.h"
+
+namespace {
+
+const std::vector<std::string> kDictationFields = {
+    "00000012", "0", "0", "", "Call the bank", "", "second text", "22/11/2026 10:00:00",
+    "22/11/2026 10:05:00", "00:05:00", "", "3"};
+
+}  // namespace
+
+TEST(IndexLine, IsFourHundredCharactersAndALineEnd)
+{
+    const std::string line = indexline::build(kDictationFields);
+    const std::string fields =
+        "00000012 0 0  Call\xAC" "the\xAC" "bank  second\xAC" "text 22/11/2026\xAC" "10:00:00 "
+        "22/11/2026\xAC" "10:05:00 00:05:00  3 ";
+    ASSERT_EQ(line.size(), 401u);
+    EXPECT_EQ(line.substr(0, fields.size()), fields);
+    EXPECT_EQ(line.substr(fields.size(), 400 - fields.size()), std::string(400 - fields.size(), ' '));
+    EXPECT_EQ(line.back(), '\n');
+}
+
+TEST(IndexLine, EmptyFieldsKeepTheNumberingAndSpacesComeBackForShowing)
+{
+    const std::string line = indexline::build(kDictationFields);
+    const std::vector<std::string> fields = indexline::fields(line);
+    ASSERT_EQ(fields.size(), 14u);
+    EXPECT_EQ(fields[0], "00000012");
+    EXPECT_EQ(fields[3], "");
+    EXPECT_EQ(fields[4], "Call\xAC" "the\xAC" "bank");
+    EXPECT_EQ(indexline::showField(fields[4]), "Call the bank");
+    EXPECT_EQ(fields[5], "");
+    EXPECT_EQ(fields[9], "00:05:00");
+    EXPECT_EQ(fields[10], "");
+    EXPECT_EQ(fields[11], "3");
+    EXPECT_EQ(fields[12], "");
+    EXPECT_EQ(fields[13], "");
+}
+
+TEST(IndexLine, LineBreaksNeverSplitTheRecord)
+{
+    std::vector<std::string> fields = kDictationFields;
+    fields[6] = "first line\r\nsecond\nthird\r";
+    const std::string line = indexline::build(fields);
+    EXPECT_EQ(line.size(), 401u);
+    EXPECT_EQ(line.find('\n'), 400u);
+    EXPECT_EQ(line.find('\r'), std::string::npos);
+    EXPECT_EQ(indexline::field(line, 7), "first\xAC" "line\xAC\xAC" "second\xAC" "third\xAC");
+    EXPECT_EQ(indexline::field(line, 8), "22/11/2026\xAC" "10:00:00");
+}
+
+TEST(IndexLine, LongFieldsAreNotCut)
+{
+    std::vector<std::string> fields = kDictationFields;
+    fields[4] = std::string(390, 'x');
+    const std::string line = indexline::build(fields);
+    EXPECT_GT(line.size(), 401u);
+    EXPECT_EQ(line.substr(line.size() - 3), "3 \n");
+}
+
+TEST(IndexLine, RebuiltFromItsColumnsIsTheSameLine)
+{
+    const std::string line = indexline::build(kDictationFields);
+    EXPECT_EQ(indexline::fromColumns(indexline::fields(line)), line);
+    EXPECT_EQ(indexline::recIdText(7), "00000007");
+}
+
+class LineFileTest : public ::testing::Test {
+protected:
+    QTemporaryDir dir;
+    std::string path(const char* name) const { return dir.path().toStdString() + "/" + name; }
+};
+
+TEST_F(LineFileTest, RewriteWritesAtTheStartAndKeepsALongerTail)
+{
+    const std::string file = path("a.vxl");
+    writeAll(file, std::string(500, 'z'));
+    const std::string line = indexline::build(kDictationFields);
+    ASSERT_EQ(indexlinefile::rewriteFromColumns(file, indexline::fields(line)), 1);
+    const std::string content = readAll(file);
+    ASSERT_EQ(content.size(), 500u);
+    EXPECT_EQ(content.substr(0, 401), line);
+    EXPECT_EQ(content.substr(401), std::string(99, 'z'));
+    EXPECT_EQ(indexlinefile::rewriteFromColumns(path("missing/a.vxl"), {}), 0);
+}
+
+TEST_F(LineFileTest, AppendLocksFromTheEndForEndPlusALine)
+{
+    EXPECT_EQ(indexlinefile::appendLockRange(0), (std::pair<long long, long long>(0, 401)));
+    EXPECT_EQ(indexlinefile::appendLockRange(802), (std::pair<long long, long long>(802, 1203)));
+
+    const std::string file = path("p.vxl");
+    const std::string line = indexline::build(kDictationFields);
+    ASSERT_EQ(indexlinefile::appendLocked(file, line), 1);
+    ASSERT_EQ(indexlinefile::appendLocked(file, line), 1);
+    EXPECT_EQ(readAll(file), line + line);
+
+    // Someone else holding bytes inside the range keeps the writer out.
+    std::FILE* other = std::fopen(file.c_str(), "r+b");
+    ASSERT_NE(other, nullptr);
+    {
+        FileRangeLock held(other, 1000, 1);
+        ASSERT_TRUE(held.ok());
+        EXPECT_EQ(indexlinefile::appendLocked(file, line), 0);
+    }
+    std::fclose(other);
+    EXPECT_EQ(indexlinefile::appendLocked(file, line), 1);
+    EXPECT_EQ(readAll(file).size(), 3 * 401u);
+}
+
+TEST_F(LineFileTest, ReadLineByTypeAndPosition)
+{
+    const std::string line12 = indexline::build(kDictationFields);
+    std::vector<std::string> other = kDictationFields;
+    other[0] = "00000013";
+    const std::string line13 = indexline::build(other);
+    writeAll(path("Telvarine.vxr"), std::string(400, ' ') + "\n" + line12 + line13.substr(0, 200));
+    writeAll(path("Telvarine.vxp"), line13);
+    const std::string ws = dir.path().toStdString();
+
+    EXPECT_EQ(family::readLine(ws, "00000012", 0, 401), line12);
+    EXPECT_EQ(family::readLine(ws, "12", 5, 401), line12);
+    EXPECT_EQ(family::readLine(ws, "00000013", 3, 0), line13);
+    EXPECT_EQ(family::readLine(ws, "00000013", 0, 401), "LOST");   // another record there
+    EXPECT_EQ(family::readLine(ws, "00000013", 0, 802), "LOST");   // cut short
+    EXPECT_EQ(family::readLine(ws, "00000013", 0, 4010), "LOST");  // beyond the end
+    EXPECT_EQ(family::readLine(ws, "00000013", 1, 0), "LOST");     // no meeting file
+    for (int type : {6, 7, 8, 17, -1})
+        EXPECT_EQ(family::readLine(ws, "00000012", type, 401), "BAD") << type;
+
+    EXPECT_TRUE(family::markDeleted(path("Telvarine.vxr"), "00000012", 401));
+    EXPECT_EQ(family::readLine(ws, "00000012", 0, 401), "LOST");
+    EXPECT_EQ(readAll(path("Telvarine.vxr")).substr(401, 9), "99999999 ");
+    EXPECT_FALSE(family::markDeleted(path("Telvarine.vxr"), "00000012", 401));
+}
+
+TEST(Workspace, PrivateFolderClearedByPatternAndRemoved)
+{
+    AppData app;
+    ASSERT_EQ(workspace::Workspace(app, workspace::kCreate, "*.*"), 0);
+    ASSERT_FALSE(app.TempDir.empty());
+    EXPECT_NE(app.TempDir.find("Telvarine"), std::string::npos);
+    EXPECT_EQ(fileMode(app.TempDir), 0700u);
+    for (const char* name : {"a.vxz", "b.vxz", "Telvarine.vxr", "buffer"})
+        writeAll(app.TempDir + "/" + name, "x");
+    workspace::Workspace(app, workspace::kClear, "*.vxz");
+    EXPECT_FALSE(std::filesystem::exists(app.TempDir + "/a.vxz"));
+    EXPECT_TRUE(std::filesystem::exists(app.TempDir + "/Telvarine.vxr"));
+    workspace::Workspace(app, workspace::kClear, "*.*");
+    EXPECT_FALSE(std::filesystem::exists(app.TempDir + "/buffer"));  // no dot, still matched
+    workspace::Workspace(app, workspace::kRemove, "*.*");
+    EXPECT_FALSE(std::filesystem::exists(app.TempDir));
+}
+
+TEST(Workspace, UnusableTemporaryFolderIsError119)
+{
+    const QByteArray saved = qgetenv("TMPDIR");
+    qputenv("TMPDIR", "/nonexistent/navo-test-tmp");
+    AppData app;
+    EXPECT_EQ(workspace::Workspace(app, workspace::kCreate, "*.*"), 119);
+    EXPECT_TRUE(app.TempDir.empty());
+    if (saved.isNull())
+        qunsetenv("TMPDIR");
+    else
+        qputenv("TMPDIR", saved);
+}
