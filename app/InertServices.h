@@ -21,6 +21,10 @@ public:
     long selectModem(QWidget* owner) override;
     void close(AppData& app) override;
     std::string statusText() const override;
+    bool monitoring() const override { return false; }
+    bool answerMachineOn() const override { return false; }
+    bool callWaitingForUser() const override { return false; }
+    void setMessagesWaiting(int count) override { m_messagesWaiting = count; }
 
     int check(AppData& app) override;
     void start(AppData& app, std::uintptr_t mainWindow) override;
@@ -37,4 +41,5 @@ private:
     bool m_deviceChosen = false;
     long m_deviceId = -1;
     int m_rings = 3;
+    int m_messagesWaiting = 0;
 };

@@ -3,19 +3,33 @@
 #include <QAction>
 #include <QApplication>
 #include <QCloseEvent>
+#include <QCursor>
+#include <QDir>
+#include <QFile>
+#include <QHeaderView>
 #include <QListWidget>
 #include <QMenuBar>
+#include <QShortcut>
+#include <QStandardPaths>
+#include <QTextStream>
 #include <QToolBar>
 #include <QTreeView>
+#include <QWhatsThis>
 #include <set>
+
+#include "maker/Ek7Srch/Ek7Srch.h"
+#include "store/ComponentFiles.h"
 
 #include "app/AboutDialog.h"
 #include "app/AppData.h"
 #include "app/OptionsDialog.h"
 #include "app/ProfileStartup.h"
+#include "app/RecordListModel.h"
+#include "app/RecordLists.h"
 #include "app/ShowCodedMessage.h"
 #include "platform/Codepage.h"
 #include "platform/Prompt.h"
+#include "platform/Shell.h"
 #include "platform/Sleep.h"
 #include "platform/Trace.h"
 #include "platform/WindowMessages.h"
@@ -33,8 +47,50 @@ constexpr int kWeightHeavy = 900;
 
 // Commands whose work is in this build. Everything else on the menu and the
 // tool bar stays greyed until its part arrives.
-const std::set<int> kAvailableCommands = {ID_EXIT,           ID_OPTIONS,       ID_ABOUT_NAVO,
-                                          IDM_ABOUTBOX,      ID_NEW_DATASTORE, ID_OPEN_DATASTORE};
+const std::set<int> kAvailableCommands = {ID_EXIT,          ID_OPTIONS,        ID_ABOUT_NAVO,   IDM_ABOUTBOX,
+                                          ID_NEW_DATASTORE, ID_OPEN_DATASTORE, ID_RECORD_DELETE, ID_HELP_NAVO,
+                                          ID_HELP_NAVOING,  ID_TB_NAVOING,     ID_NAVO_WEB};
+
+// Private messages other threads and windows post to the main window.
+constexpr UINT kDiaryMonitorStarted = WM_USER + 40;
+constexpr UINT kDiaryMonitorFailed = WM_USER + 41;
+constexpr UINT kDiaryRemindersDue = WM_USER + 42;
+constexpr UINT kDiaryMonitorStopped = WM_USER + 43;
+constexpr UINT kTemplateRecording = WM_USER + 30;
+
+// Record menu commands, in menu order, with their texts.
+struct MenuItem {
+    int id;
+    const char* text;
+};
+const MenuItem kRecordMenu[] = {
+    {ID_RECORD_EDIT, "Edit"},
+    {ID_RECORD_DELETE, "Delete"},
+    {ID_RECORD_PRINT, "Print"},
+    {0, nullptr},
+    {ID_RECORD_PLAY, "Play"},
+    {ID_RECORD_PLAY_OVER_LINE, "Play over the phone line"},
+    {ID_RECORD_SEND, "Send"},
+    {0, nullptr},
+    {ID_RECORD_REDIAL, "Redial"},
+    {ID_RECORD_ADD_TO_PHONEBOOK, "Add to PhoneBook"},
+    {0, nullptr},
+    {ID_RECORD_NEW_DICTATION, "New Dictation"},
+    {ID_RECORD_USE_AS_GREETING, "Use dictation as greeting"},
+    {ID_RECORD_FROM_TEMPLATE, "Create new recording from template "},
+    {0, nullptr},
+    {ID_RECORD_EXPORT_NAVO, "Export as Navo recording"},
+    {ID_RECORD_EXPORT_WAV, "Export as WAV"},
+    {ID_RECORD_EXPORT_MP3, "Export as MP3"},
+    {ID_RECORD_EXPORT_WMA, "Export as WMA"},
+    {ID_RECORD_EXPORT_OGG, "Export as OGG"},
+    {ID_RECORD_EXPORT_WMV, "Export as WMV"},
+};
+
+const char* const kLineStateIcons[] = {":/res/images/line-closed.png", ":/res/images/line-monitoring.png",
+                                       ":/res/images/line-monitoring-new.png", ":/res/images/line-answering.png",
+                                       ":/res/images/line-answering-new.png"};
+constexpr int kPhoneItem = 4;
 
 const QColor kChooserBackground(122, 153, 215);
 const QColor kListText(10, 20, 200);
@@ -50,19 +106,6 @@ const TypeItem kRecordTypes[] = {
     {"Phone", ":/res/images/type-phone.png"},         {"Diary", ":/res/images/type-diary.png"},
 };
 
-const char* listTypeName(int listType)
-{
-    switch (listType) {
-    case kListDictation: return "Dictation";
-    case kListMeeting: return "Meeting";
-    case kListPhone: return "Phone";
-    case kListDiary: return "Diary";
-    case kListTranslation: return "Translation";
-    case kListVideo: return "Video";
-    default: return "";
-    }
-}
-
 }  // namespace
 
 MainWindow::MainWindow(AppData& app, StartupServices services, std::string executablePath,
@@ -77,6 +120,21 @@ MainWindow::MainWindow(AppData& app, StartupServices services, std::string execu
     setWindowIcon(QIcon(QStringLiteral(":/res/images/navo.png")));
     setWindowFlags(Qt::Window | Qt::WindowMinMaxButtonsHint | Qt::WindowCloseButtonHint);
     createMenu();
+
+    m_model = new RecordListModel(this);
+    QTreeView* list = m_ui->IDC_RECORD_LIST;
+    list->setModel(m_model);
+    list->setContextMenuPolicy(Qt::CustomContextMenu);
+    list->header()->setSortIndicatorShown(true);
+    connect(list->selectionModel(), &QItemSelectionModel::selectionChanged, this, &MainWindow::onSelectionChanged);
+    connect(list, &QTreeView::doubleClicked, this, &MainWindow::onDoubleClicked);
+    connect(list, &QWidget::customContextMenuRequested, this, [this] {
+        if (std::unique_ptr<QMenu> menu = recordMenu())
+            menu->exec(QCursor::pos());
+    });
+    connect(m_ui->IDC_RECORD_TYPES, &QListWidget::itemClicked, this, &MainWindow::onChooserClicked);
+    auto* help = new QShortcut(QKeySequence(Qt::Key_F1), this);
+    connect(help, &QShortcut::activated, this, &MainWindow::showControlHelp);
     assignControlNumbers(this);
 }
 
@@ -216,6 +274,7 @@ BOOL MainWindow::OnInitDialog()
 
     // 21.
     buildRecordTypeList();
+    showLineState();
 
     // 22.
     raise();
@@ -295,8 +354,7 @@ bool MainWindow::event(QEvent* event)
 {
     if (event->type() == WindowMessageEvent::eventType()) {
         const auto* message = static_cast<WindowMessageEvent*>(event);
-        if (message->message() == WM_CLOSE)
-            close();
+        handleWindowMessage(message->message(), message->wParam(), message->lParam());
         return true;
     }
     return QDialog::event(event);
@@ -326,12 +384,210 @@ void MainWindow::setStatusText(const QString& text)
 
 void MainWindow::fillList(int listType)
 {
-    // Lists come from the index of the open store; until the store and its
-    // search are in this build, the list stays empty and says why.
-    m_ui->IDC_HEADING->setText(QString::fromLatin1(listTypeName(listType)));
+    const recordlists::ListSpec* spec = recordlists::specFor(listType);
+    if (!spec)
+        return;
+    setCommandEnabled(ID_TB_PLAY, false);
+    setCommandEnabled(ID_TB_SEND, false);
+    m_ui->IDC_PROGRESS_TEXT->setText(QString::fromLatin1(spec->searchingText));
+    m_ui->IDC_HEADING->setText(QString::fromLatin1(spec->heading));
+    m_model->clear();
+
     m_app.CurrentListType = listType;
-    m_ui->IDC_PROGRESS_TEXT->setText(
-        QStringLiteral("%1 list: record lists are not in this build").arg(listTypeName(listType)));
+    SearchLogRows rows;
+    const std::string family = components::workspacePath(m_app.TempDir, spec->familyFile);
+    const int found = m_app.TempDir.empty() ? 0 : SearchLog(family.c_str(), spec->searchType, &rows);
+    m_model->setRows(std::move(rows), listType);
+
+    QTreeView* list = m_ui->IDC_RECORD_LIST;
+    const int columns = static_cast<int>(spec->columns.size());
+    for (int column = 0; column < columns; ++column) {
+        list->setColumnWidth(column, spec->columns[column].width);
+        list->setColumnHidden(column, column >= columns - 2);
+    }
+    list->header()->setSortIndicator(0, Qt::DescendingOrder);
+
+    int newMessages = 0;
+    if (listType == kListPhone) {
+        newMessages = m_model->newMessageCount();
+        m_services.line->setMessagesWaiting(newMessages);
+        showLineState();
+    }
+    m_ui->IDC_PROGRESS_TEXT->setText(QString::fromStdString(recordlists::countText(listType, found, newMessages)));
+    onSelectionChanged();
+}
+
+void MainWindow::showLineState()
+{
+    QListWidgetItem* phone = m_ui->IDC_RECORD_TYPES->item(kPhoneItem);
+    if (!phone)
+        return;
+    const int newMessages = m_app.CurrentListType == kListPhone ? m_model->newMessageCount() : 0;
+    const auto state = recordlists::lineState(m_services.line->monitoring(), m_services.line->answerMachineOn(),
+                                              newMessages);
+    phone->setIcon(QIcon(QString::fromLatin1(kLineStateIcons[static_cast<int>(state)])));
+}
+
+void MainWindow::onChooserClicked(QListWidgetItem* item)
+{
+    QListWidget* chooser = m_ui->IDC_RECORD_TYPES;
+    if (!item || chooser->currentItem() != item || !item->isSelected())
+        return;
+    const int listType = recordlists::listTypeAtChooserPosition(chooser->row(item));
+    if (listType != kListNone)
+        fillList(listType);
+}
+
+void MainWindow::onSelectionChanged()
+{
+    const QModelIndexList rows = m_ui->IDC_RECORD_LIST->selectionModel()->selectedRows();
+    m_selectedCount = static_cast<int>(rows.size());
+    m_selectedId.clear();
+    m_selectedFile.clear();
+    const SearchLogRows& data = m_model->rows();
+    for (const QModelIndex& row : rows) {
+        m_selectedId = data.recId(static_cast<std::size_t>(row.row()));
+        m_selectedFile = data.cell(static_cast<std::size_t>(row.row()), data.fileNameColumn());
+    }
+    const QModelIndex focused = m_ui->IDC_RECORD_LIST->currentIndex();
+    m_focusedRow = focused.isValid() ? focused.row() : -1;
+    setCommandEnabled(ID_TB_PLAY, m_selectedCount > 0);
+    setCommandEnabled(ID_TB_SEND, m_selectedCount > 0);
+}
+
+void MainWindow::onDoubleClicked(const QModelIndex& index)
+{
+    QItemSelectionModel* selection = m_ui->IDC_RECORD_LIST->selectionModel();
+    if (!index.isValid() || index.row() != m_ui->IDC_RECORD_LIST->currentIndex().row() ||
+        !selection->isRowSelected(index.row(), {}))
+        return;
+    setCommandEnabled(ID_TB_PLAY, true);
+    setCommandEnabled(ID_TB_SEND, true);
+    runCommand(ID_RECORD_PLAY);
+}
+
+std::vector<std::string> MainWindow::selectedIds() const
+{
+    std::vector<std::string> ids;
+    const SearchLogRows& data = m_model->rows();
+    for (const QModelIndex& row : m_ui->IDC_RECORD_LIST->selectionModel()->selectedRows())
+        ids.push_back(data.recId(static_cast<std::size_t>(row.row())));
+    return ids;
+}
+
+std::unique_ptr<QMenu> MainWindow::recordMenu()
+{
+    if (m_selectedId.empty() && m_selectedCount == 0)
+        return nullptr;
+    const std::map<int, bool> states = recordlists::contextMenuStates(
+        m_app.CurrentListType, m_selectedCount, m_services.line->callWaitingForUser());
+    auto menu = std::make_unique<QMenu>(this);
+    menu->setObjectName(QString::number(IDR_RECORD_MENU));
+    for (const MenuItem& item : kRecordMenu) {
+        if (!item.text) {
+            menu->addSeparator();
+            continue;
+        }
+        QAction* action = menu->addAction(QString::fromLatin1(item.text));
+        action->setObjectName(QString::number(item.id));
+        const auto state = states.find(item.id);
+        action->setEnabled(state != states.end() && state->second && kAvailableCommands.count(item.id) != 0);
+        action->setData(state != states.end() && state->second);
+        connect(action, &QAction::triggered, this, [this, id = item.id] { runCommand(id); });
+    }
+    return menu;
+}
+
+void MainWindow::deleteSelectedRecords()
+{
+    const std::vector<std::string> ids = selectedIds();
+    if (ids.empty())
+        return;
+    if (AfxMessageBox(recordlists::deleteQuestion(ids), MB_YESNO | MB_ICONQUESTION) != IDYES)
+        return;
+    const int failed = m_services.store->deleteRecords(m_app, ids);
+    if (failed > 0)
+        AfxMessageBox("Failed to delete one or more messages", MB_ICONEXCLAMATION);
+    else
+        AfxMessageBox("Message(s) Deleted", MB_ICONINFORMATION);
+    fillList(m_app.CurrentListType);
+}
+
+bool MainWindow::openHelpPage(const std::string& page)
+{
+    // The pages are built into the program; the browser gets a copy in the
+    // user's cache folder.
+    const QString folder = QStandardPaths::writableLocation(QStandardPaths::CacheLocation) + QStringLiteral("/help");
+    QDir().mkpath(folder);
+    for (const QString& name : QDir(QStringLiteral(":/res/help")).entryList(QDir::Files)) {
+        const QString target = folder + QLatin1Char('/') + name;
+        QFile::remove(target);
+        QFile::copy(QStringLiteral(":/res/help/") + name, target);
+        QFile::setPermissions(target, QFileDevice::ReadOwner | QFileDevice::WriteOwner);
+    }
+    const QString path = folder + QLatin1Char('/') + QString::fromStdString(page);
+    return QFile::exists(path) && ShellExecuteOpen(QFile::encodeName(path).toStdString()) > 32;
+}
+
+void MainWindow::openWebSite()
+{
+    if (ShellExecuteOpen(LoadString(790)) <= 32)
+        ShowCodedMessage(22, MB_ICONINFORMATION);
+}
+
+void MainWindow::showControlHelp()
+{
+    // Pop-up help for the four controls that have it, from the help texts.
+    static const std::map<int, int> kTexts = {{IDC_RECORD_TYPES, 100}, {IDC_RECORD_LIST, 101},
+                                              {IDC_PROGRESS_TEXT, 102}, {IDC_STATUS_TEXT, 103}};
+    QWidget* widget = QApplication::widgetAt(QCursor::pos());
+    if (!widget || !isAncestorOf(widget))
+        widget = focusWidget();
+    while (widget && widget != this && !kTexts.count(widget->objectName().toInt()))
+        widget = widget->parentWidget();
+    if (!widget || widget == this)
+        return;
+    QFile file(QStringLiteral(":/res/help/navohelp.txt"));
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
+        return;
+    const QString key = QString::number(kTexts.at(widget->objectName().toInt())) + QLatin1Char('=');
+    QTextStream in(&file);
+    while (!in.atEnd()) {
+        const QString line = in.readLine();
+        if (line.startsWith(key)) {
+            QWhatsThis::showText(widget->mapToGlobal(widget->rect().center()), line.mid(key.size()), widget);
+            return;
+        }
+    }
+}
+
+void MainWindow::handleWindowMessage(UINT message, WPARAM wParam, LPARAM)
+{
+    switch (message) {
+    case WM_CLOSE:
+        close();
+        break;
+    case kDiaryMonitorStarted:
+        if (QAction* action = commandAction(ID_DIARY_MONITOR))
+            action->setChecked(true);
+        break;
+    case kDiaryMonitorStopped:
+        if (QAction* action = commandAction(ID_DIARY_MONITOR))
+            action->setChecked(false);
+        break;
+    case kDiaryMonitorFailed:
+        ShowCodedMessage(static_cast<int>(wParam), MB_ICONEXCLAMATION);
+        m_app.DiaryMonitorRunning = 0;
+        break;
+    case kDiaryRemindersDue:
+        OutputDebugString("Diary reminders are due, but reminders are not in this build\n");
+        break;
+    case kTemplateRecording:
+        OutputDebugString("Recording from a template is not in this build\n");
+        break;
+    default:
+        break;
+    }
 }
 
 void MainWindow::buildRecordTypeList()
@@ -479,6 +735,19 @@ void MainWindow::runCommand(int id)
     case ID_ABOUT_NAVO:
     case IDM_ABOUTBOX:
         openAbout();
+        break;
+    case ID_RECORD_DELETE:
+        deleteSelectedRecords();
+        break;
+    case ID_HELP_NAVO:
+        openHelpPage("166.htm");
+        break;
+    case ID_HELP_NAVOING:
+    case ID_TB_NAVOING:
+        openHelpPage("900.htm");
+        break;
+    case ID_NAVO_WEB:
+        openWebSite();
         break;
     case ID_NEW_DATASTORE:
         m_services.store->newStoreCommand(m_app, this);

@@ -7,6 +7,7 @@
 
 #include <QDialog>
 #include <QFont>
+#include <QMenu>
 #include <QPointer>
 #include <QSize>
 #include <map>
@@ -18,8 +19,10 @@
 #include "platform/WinTypes.h"
 
 class QAction;
+class QListWidgetItem;
 class QMenuBar;
 class QToolBar;
+class RecordListModel;
 struct AppData;
 
 namespace Ui {
@@ -53,6 +56,23 @@ public:
 
     // Fills the record list of a type (1 Dictation ... 6 Video).
     void fillList(int listType);
+    RecordListModel* recordModel() const { return m_model; }
+
+    // The selection as the record commands see it.
+    const std::string& selectedId() const { return m_selectedId; }
+    const std::string& selectedFileName() const { return m_selectedFile; }
+    int selectedCount() const { return m_selectedCount; }
+    std::vector<std::string> selectedIds() const;
+
+    // The record menu for the current selection (nullptr when nothing is
+    // selected); the caller shows it.
+    std::unique_ptr<QMenu> recordMenu();
+
+    // Delete (command 2102) with its questions and reports.
+    void deleteSelectedRecords();
+
+    // The help page of a name ("166.htm") opened in the user's browser.
+    static bool openHelpPage(const std::string& page);
 
     QSize rememberedClientSize() const { return m_clientSize; }
 
@@ -62,6 +82,13 @@ protected:
     void reject() override;
 
 private:
+    void onChooserClicked(QListWidgetItem* item);
+    void onSelectionChanged();
+    void onDoubleClicked(const QModelIndex& index);
+    void showLineState();
+    void showControlHelp();
+    void handleWindowMessage(UINT message, WPARAM wParam, LPARAM lParam);
+    void openWebSite();
     void createToolBar();
     void createMenu();
     void addCommand(QMenu* menu, int id, const char* text);
@@ -82,6 +109,11 @@ private:
     std::map<int, QAction*> m_actions;
     std::map<int, bool> m_requested;
     std::vector<QPointer<QWidget>> m_modeless;
+    RecordListModel* m_model = nullptr;
+    std::string m_selectedId;
+    std::string m_selectedFile;
+    int m_focusedRow = -1;
+    int m_selectedCount = 0;
     QFont m_headingFont;
     QSize m_clientSize;
     bool m_initialised = false;

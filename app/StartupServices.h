@@ -10,6 +10,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 class QWidget;
 struct AppData;
@@ -38,6 +39,8 @@ public:
     // The store's size and reclaimable space in bytes; 0 when it answers.
     virtual int storeInfo(const std::string& storePath, std::uint64_t& size,
                           std::uint64_t& reclaimable) = 0;
+    // Deletes records by RecID text; the number that could not be deleted.
+    virtual int deleteRecords(AppData& app, const std::vector<std::string>& recIds) = 0;
 };
 
 class LineService {
@@ -55,6 +58,12 @@ public:
     virtual void close(AppData& app) = 0;
     // "Line monitoring active" or "Line monitoring inactive".
     virtual std::string statusText() const = 0;
+    virtual bool monitoring() const = 0;
+    virtual bool answerMachineOn() const = 0;
+    // A call is connected and nobody has taken it in hand yet.
+    virtual bool callWaitingForUser() const = 0;
+    // The phone list's count of new answer-machine messages.
+    virtual void setMessagesWaiting(int count) = 0;
 };
 
 class DiaryService {

@@ -3,6 +3,7 @@
 #include "app/AppData.h"
 #include "maker/VXSAVE/VXSAVE.h"
 #include "maker/ek7vxrps/ek7vxrps.h"
+#include "store/RecordDeletion.h"
 #include "store/Workspace.h"
 
 namespace {
@@ -59,4 +60,9 @@ int DataStoreService::storeInfo(const std::string& storePath, std::uint64_t& siz
     size = info.size;
     reclaimable = info.reclaimable;
     return result;
+}
+
+int DataStoreService::deleteRecords(AppData& app, const std::vector<std::string>& recIds)
+{
+    return ::deleteRecords(app, recIds);
 }

@@ -14,6 +14,7 @@ public:
     int save(AppData& app) override;
     void deleteWorkingCopies(AppData& app) override;
     int storeInfo(const std::string& storePath, std::uint64_t& size, std::uint64_t& reclaimable) override;
+    int deleteRecords(AppData& app, const std::vector<std::string>& recIds) override;
 
     DataStore& store() { return m_store; }
 

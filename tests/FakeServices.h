@@ -75,6 +75,13 @@ public:
         return saveResult;
     }
     void deleteWorkingCopies(AppData&) override { calls.push_back("delete working copies"); }
+    int deleteRecords(AppData&, const std::vector<std::string>& recIds) override
+    {
+        deleted.insert(deleted.end(), recIds.begin(), recIds.end());
+        return deleteFailures;
+    }
+    std::vector<std::string> deleted;
+    int deleteFailures = 0;
     int storeInfo(const std::string&, std::uint64_t& size, std::uint64_t& reclaimable) override
     {
         size = infoSize;
@@ -100,6 +107,14 @@ public:
         calls.push_back(app.DiaryMonitorRunning ? "line close (diary still running)" : "line close");
     }
     std::string statusText() const override { return "Line monitoring inactive"; }
+    bool monitoring() const override { return lineMonitoring; }
+    bool answerMachineOn() const override { return answering; }
+    bool callWaitingForUser() const override { return callWaiting; }
+    void setMessagesWaiting(int count) override { messagesWaiting = count; }
+    bool lineMonitoring = false;
+    bool answering = false;
+    bool callWaiting = false;
+    int messagesWaiting = -1;
 
     int check(AppData&) override
     {
