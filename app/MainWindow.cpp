@@ -606,6 +606,8 @@ void MainWindow::buildRecordTypeList()
                                          QString::fromLatin1(type.name), chooser);
         item->setForeground(Qt::white);
         item->setTextAlignment(Qt::AlignHCenter | Qt::AlignTop);
+        // The whole grid cell answers a click, not just the picture and name.
+        item->setSizeHint(QSize(100, 80));
     }
 }
 
