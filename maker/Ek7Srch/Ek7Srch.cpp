@@ -3,27 +3,17 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <vector>
 
 namespace {
 
 constexpr std::size_t kLineBytes = 401;
 constexpr long kDeadRecId = 99999999;
+constexpr std::size_t kLinesPerRead = 2048;
 
 struct FileCloser {
     void operator()(std::FILE* f) const { std::fclose(f); }
 };
-
-bool readWhole(const char* path, std::string* text)
-{
-    std::unique_ptr<std::FILE, FileCloser> file(std::fopen(path, "rb"));
-    if (!file)
-        return false;
-    char buffer[1 << 16];
-    std::size_t got;
-    while ((got = std::fread(buffer, 1, sizeof buffer, file.get())) > 0)
-        text->append(buffer, got);
-    return true;
-}
 
 // The RecID and type of a line, read without copying.
 bool lineHead(const char* line, long* recId, int* type)
@@ -53,19 +43,27 @@ bool SearchTypeMatches(int searchType, int recordType)
 
 int SearchLog(const char* indexPath, int searchType, SearchLogRows* rows)
 {
-    std::string text;
-    const bool read = readWhole(indexPath, &text);
-    rows->reset(searchType, std::move(text));
-    if (!read)
+    rows->reset(searchType);
+    std::unique_ptr<std::FILE, FileCloser> file(std::fopen(indexPath, "rb"));
+    if (!file)
         return 0;
-    const std::string& all = rows->text();
-    // Whole lines only: a torn last line is not a record.
-    for (std::size_t offset = 0; offset + kLineBytes <= all.size(); offset += kLineBytes) {
-        long recId = 0;
-        int type = 0;
-        if (lineHead(all.data() + offset, &recId, &type) && recId > 0 && recId < kDeadRecId &&
-            SearchTypeMatches(searchType, type))
-            rows->add(static_cast<std::uint32_t>(offset));
+    // Whole lines a read, into one buffer used again and again: a long list
+    // costs one pass over the file, and only the lines kept are copied.
+    std::setvbuf(file.get(), nullptr, _IONBF, 0);
+    std::vector<char> buffer(kLineBytes * kLinesPerRead + 1);
+    std::size_t got;
+    while ((got = std::fread(buffer.data(), 1, kLineBytes * kLinesPerRead, file.get())) > 0) {
+        buffer[got] = '\0';
+        // A torn last line is not a record.
+        for (std::size_t offset = 0; offset + kLineBytes <= got; offset += kLineBytes) {
+            long recId = 0;
+            int type = 0;
+            if (lineHead(buffer.data() + offset, &recId, &type) && recId > 0 && recId < kDeadRecId &&
+                SearchTypeMatches(searchType, type))
+                rows->add(std::string_view(buffer.data() + offset, kLineBytes));
+        }
+        if (got % kLineBytes != 0)
+            break;
     }
     rows->reverse();
     return static_cast<int>(rows->size());

@@ -5,7 +5,6 @@
 
 namespace {
 
-constexpr std::size_t kLineBytes = 401;
 constexpr char kSpaceMark = '\xAC';
 
 // Field n (from 1) of a line, separators counted one by one.
@@ -45,11 +44,20 @@ std::string_view datePart(std::string_view stamp, bool time)
 
 }  // namespace
 
-void SearchLogRows::reset(int searchType, std::string text)
+void SearchLogRows::reset(int searchType)
 {
     m_searchType = searchType;
-    m_text = std::move(text);
+    m_text.clear();
     m_offsets.clear();
+}
+
+void SearchLogRows::add(std::string_view line)
+{
+    while (!line.empty() && (line.back() == ' ' || line.back() == '\n' || line.back() == '\r'))
+        line.remove_suffix(1);
+    m_offsets.push_back(static_cast<std::uint32_t>(m_text.size()));
+    m_text.append(line);
+    m_text.push_back('\n');
 }
 
 void SearchLogRows::reverse()
@@ -59,7 +67,9 @@ void SearchLogRows::reverse()
 
 std::string_view SearchLogRows::line(std::size_t row) const
 {
-    return std::string_view(m_text).substr(m_offsets[row], kLineBytes);
+    const std::size_t start = m_offsets[row];
+    const std::size_t end = m_text.find('\n', start);
+    return std::string_view(m_text).substr(start, end - start);
 }
 
 int SearchLogRows::columnCount() const

@@ -1,6 +1,6 @@
-// The rows SearchLog found: the family file's bytes and the offsets of the
-// lines that belong to the list, newest first. Cells are cut from a line on
-// demand, as the list shows them.
+// The rows SearchLog found: the lines that belong to the list, newest first,
+// kept without their padding one after another, each ended by "\n". Cells
+// are cut from a line on demand, as the list shows them.
 #pragma once
 
 #include <cstdint>
@@ -21,12 +21,12 @@ public:
     // The image of a new answer-machine message.
     static constexpr int kNewMessageImage = 7;
 
-    void reset(int searchType, std::string text);
-    void add(std::uint32_t offset) { m_offsets.push_back(offset); }
+    void reset(int searchType);
+    // Keeps a line (its padding is dropped).
+    void add(std::string_view line);
     void reverse();
 
     int searchType() const { return m_searchType; }
-    const std::string& text() const { return m_text; }
     std::size_t size() const { return m_offsets.size(); }
     std::string_view line(std::size_t row) const;
 
