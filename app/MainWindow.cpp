@@ -23,9 +23,11 @@
 #include "app/AboutDialog.h"
 #include "app/AppData.h"
 #include "app/OptionsDialog.h"
+#include "app/ProfileSettings.h"
 #include "app/ProfileStartup.h"
 #include "app/RecordListModel.h"
 #include "app/RecordLists.h"
+#include "app/SettingsKeys.h"
 #include "app/ShowCodedMessage.h"
 #include "platform/Codepage.h"
 #include "platform/Prompt.h"
@@ -91,6 +93,7 @@ const char* const kLineStateIcons[] = {":/res/images/line-closed.png", ":/res/im
                                        ":/res/images/line-monitoring-new.png", ":/res/images/line-answering.png",
                                        ":/res/images/line-answering-new.png"};
 constexpr int kPhoneItem = 4;
+constexpr int kRepositoryItem = 7;
 
 const QColor kChooserBackground(122, 153, 215);
 const QColor kListText(10, 20, 200);
@@ -433,7 +436,12 @@ void MainWindow::onChooserClicked(QListWidgetItem* item)
     QListWidget* chooser = m_ui->IDC_RECORD_TYPES;
     if (!item || chooser->currentItem() != item || !item->isSelected())
         return;
-    const int listType = recordlists::listTypeAtChooserPosition(chooser->row(item));
+    const int position = chooser->row(item);
+    if (position == kRepositoryItem) {
+        openInternetRepository();
+        return;
+    }
+    const int listType = recordlists::listTypeAtChooserPosition(position);
     if (listType != kListNone)
         fillList(listType);
 }
@@ -527,6 +535,18 @@ bool MainWindow::openHelpPage(const std::string& page)
     }
     const QString path = folder + QLatin1Char('/') + QString::fromStdString(page);
     return QFile::exists(path) && ShellExecuteOpen(QFile::encodeName(path).toStdString()) > 32;
+}
+
+void MainWindow::openInternetRepository()
+{
+    setCommandEnabled(ID_TB_PLAY, false);
+    setCommandEnabled(ID_TB_SEND, false);
+    std::string target = ProfileSettings(m_app.IniPath, m_app.ProfileSection).read(settings::kInternet);
+    // AppDir already ends in the separator; the page name brings its own.
+    if (ProfileSettings::isMissing(target))
+        target = m_app.AppDir + "/test.htm";
+    if (ShellExecuteOpen(target) <= 32)
+        AfxMessageBox("Internet Repository unavailable", MB_ICONEXCLAMATION);
 }
 
 void MainWindow::openWebSite()
@@ -662,6 +682,28 @@ void MainWindow::createMenu()
     addCommand(file, ID_NEW_DATASTORE, "New &Navo Datastore");
     addCommand(file, ID_OPEN_DATASTORE, "&Open Navo Datastore");
     file->addSeparator();
+    QMenu* import = file->addMenu(tr("&Import"));
+    addCommand(import, ID_IMPORT_DATASTORE, "Navo &Data Store...");
+    addCommand(import, ID_IMPORT_MESSAGE_FILE, "Navo &Message File...");
+    addCommand(import, ID_IMPORT_VIDEO_FILE, "Navo &Video File...");
+    import->addSeparator();
+    addCommand(import, ID_IMPORT_WAV, "&WAV File...");
+    addCommand(import, ID_IMPORT_MP3, "M&P3 File...");
+    addCommand(import, ID_IMPORT_WMA, "WM&A File...");
+    addCommand(import, ID_IMPORT_OGG, "&OGG File...");
+    addCommand(import, ID_IMPORT_WMV, "WM&V File...");
+    import->addSeparator();
+    addCommand(import, ID_IMPORT_PHONE_BOOK_STORE, "Phone Book from a Data Store...");
+    addCommand(import, ID_IMPORT_PHONE_BOOK_FILE, "Phone Book from an Exported File...");
+    addCommand(import, ID_IMPORT_TEMPLATES_STORE, "Templates from a Data Store...");
+    addCommand(import, ID_IMPORT_TEMPLATES_FILE, "Templates from an Exported File...");
+    addCommand(import, ID_IMPORT_AGENDAS_STORE, "Meeting Agendas from a Data Store...");
+    addCommand(import, ID_IMPORT_AGENDAS_FILE, "Meeting Agendas from an Exported File...");
+    QMenu* exportMenu = file->addMenu(tr("E&xport"));
+    addCommand(exportMenu, ID_EXPORT_PHONE_BOOK, "&Phone Book...");
+    addCommand(exportMenu, ID_EXPORT_TEMPLATES, "&Templates...");
+    addCommand(exportMenu, ID_EXPORT_AGENDAS, "Meeting &Agendas...");
+    file->addSeparator();
     addCommand(file, ID_EXIT, "&Exit");
 
     QMenu* phone = m_menuBar->addMenu(tr("&Phone"));
@@ -691,6 +733,10 @@ void MainWindow::createMenu()
     addCommand(help, ID_HELP_NAVO, "Navo &Help");
     addCommand(help, ID_HELP_NAVOING, "Navoing!");
     addCommand(help, ID_NAVO_WEB, "Navo on the &Web");
+    // The internet repository has no command number of its own.
+    QAction* repository = help->addAction(tr("Internet &Repository"));
+    repository->setObjectName(QStringLiteral("internetRepository"));
+    connect(repository, &QAction::triggered, this, &MainWindow::openInternetRepository);
     help->addSeparator();
     addCommand(help, ID_ABOUT_NAVO, "&About Navo");
 }

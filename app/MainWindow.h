@@ -73,6 +73,7 @@ public:
 
     // The help page of a name ("166.htm") opened in the user's browser.
     static bool openHelpPage(const std::string& page);
+    void openInternetRepository();
 
     QSize rememberedClientSize() const { return m_clientSize; }
 

@@ -300,3 +300,32 @@ TEST_F(ListWindowTest, HelpAndWebGoThroughTheShell)
     EXPECT_EQ(prompt.messages().at(0).flags, MB_ICONINFORMATION);
     setShellOpener(nullptr);
 }
+
+TEST_F(ListWindowTest, InternetRepositoryKeepsItsDoubledSeparatorAndSaysWhenUnavailable)
+{
+    std::vector<std::string> opened;
+    setShellOpener([&](const std::string& target) {
+        opened.push_back(target);
+        return false;
+    });
+    ScriptedPrompt prompt;
+    prompt.answerMessage(IDOK);
+    window->openInternetRepository();
+    ASSERT_EQ(opened.size(), 1u);
+    EXPECT_EQ(opened[0], app.AppDir + "/test.htm");
+    EXPECT_EQ(opened[0].substr(opened[0].size() - 10), "//test.htm");
+    EXPECT_EQ(prompt.messages().at(0).text, "Internet Repository unavailable");
+    EXPECT_EQ(prompt.messages().at(0).flags, MB_ICONEXCLAMATION);
+    setShellOpener(nullptr);
+}
+
+TEST_F(ListWindowTest, CommandsOfPartsNotBuiltStayGrey)
+{
+    for (int id : {ID_NEW_RECORDING, ID_MODEM_SELECTION, ID_START_MONITORING, ID_IMPORT_WAV, ID_EXPORT_AGENDAS,
+                   ID_PHONE_BOOK, ID_COMPRESS_DATASTORE, ID_TB_PLAY, ID_TB_SEARCH}) {
+        ASSERT_NE(window->commandAction(id), nullptr) << id;
+        EXPECT_FALSE(window->commandAction(id)->isEnabled()) << id;
+    }
+    for (int id : {ID_OPTIONS, ID_EXIT, ID_NEW_DATASTORE, ID_OPEN_DATASTORE, ID_HELP_NAVO, ID_NAVO_WEB})
+        EXPECT_TRUE(window->commandAction(id)->isEnabled()) << id;
+}
