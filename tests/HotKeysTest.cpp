@@ -127,15 +127,6 @@ TEST_F(HotKeyStorage, SaveWritesAllSixUnderTheirNamesAndLoadReadsThemBack)
     EXPECT_EQ(loadedValues(), chosen);
 }
 
-TEST_F(HotKeyStorage, ControlKeysDropTheExtendedFlagOnTheWayIn)
-{
-    EXPECT_EQ(HotKeys::valueOf(ControlHotKey{VK_DOWN, HOTKEYF_CONTROL | HOTKEYF_EXT}), 0x228u);
-    EXPECT_EQ(HotKeys::valueOf(ControlHotKey{VK_F5, HOTKEYF_CONTROL | HOTKEYF_SHIFT}), 0x374u);
-    EXPECT_EQ(HotKeys::controlHotKeyOf(0x228), (ControlHotKey{VK_DOWN, HOTKEYF_CONTROL | HOTKEYF_EXT}));
-    for (DWORD value : {0x228u, 0x374u, 0x641u, 0x0u})
-        EXPECT_EQ(HotKeys::valueOf(HotKeys::controlHotKeyOf(value)), value);
-}
-
 // --- The hot key control's codes and rule -----------------------------------
 
 TEST(HotKeyControl, RuleGivesControlInsteadOfNoneShiftAltOrShiftAlt)
@@ -166,11 +157,8 @@ TEST(HotKeyControl, EveryVirtualKeyShownByQtComesBackAsTheSameKey)
             EXPECT_EQ(back.modifiers & ~HOTKEYF_EXT, HOTKEYF_CONTROL | HOTKEYF_ALT);
         }
     }
-    for (UINT vk : {VK_PRIOR, VK_NEXT, VK_END, VK_HOME, VK_LEFT, VK_UP, VK_RIGHT, VK_DOWN, VK_INSERT,
-                    VK_DELETE, VK_SPACE, UINT('0'), UINT('9'), UINT('A'), UINT('Z'), VK_F1, VK_F12,
-                    VK_NUMPAD0, VK_NUMPAD9, VK_MULTIPLY, VK_ADD, VK_SUBTRACT, VK_DIVIDE, VK_OEM_2})
-        EXPECT_NE(keyCombinationOf(ControlHotKey{vk, HOTKEYF_CONTROL}).key(), Qt::Key(0)) << vk;
-    EXPECT_GT(mapped, 2 * 90);
+    // Letters, digits, F1-F24, the keypad, paging, editing and punctuation.
+    EXPECT_GT(mapped, 2 * 100);
 }
 
 TEST(HotKeyControl, ExtendedFlagTellsDedicatedKeysFromTheKeypad)
@@ -193,9 +181,6 @@ TEST(HotKeyControl, ShiftedCharactersAreTheirKeysAndModifiersAloneAreNoKey)
               (ControlHotKey{'1', HOTKEYF_SHIFT}));
     EXPECT_EQ(hotKeyFromKey(QKeyCombination(Qt::ControlModifier | Qt::ShiftModifier, Qt::Key_Question)),
               (ControlHotKey{VK_OEM_2, HOTKEYF_CONTROL | HOTKEYF_SHIFT}));
-    EXPECT_EQ(hotKeyFromKey(QKeyCombination(Qt::AltModifier, Qt::Key_P)), (ControlHotKey{'P', HOTKEYF_ALT}));
-    EXPECT_EQ(hotKeyFromKey(QKeyCombination(Qt::ControlModifier, Qt::Key_F24)),
-              (ControlHotKey{0x87, HOTKEYF_CONTROL}));
     EXPECT_EQ(hotKeyFromKey(QKeyCombination(Qt::ControlModifier, Qt::Key_Control)).virtualKey, 0u);
     EXPECT_EQ(hotKeyFromKey(QKeyCombination(Qt::Key_VolumeUp)).virtualKey, 0u);
 }
