@@ -21,6 +21,8 @@
 #include "store/ComponentFiles.h"
 
 #include "app/AboutDialog.h"
+#include "app/DictationEditorDialog.h"
+#include "app/HotKeysDialog.h"
 #include "app/AppData.h"
 #include "app/OptionsDialog.h"
 #include "app/ProfileSettings.h"
@@ -51,7 +53,8 @@ constexpr int kWeightHeavy = 900;
 // tool bar stays greyed until its part arrives.
 const std::set<int> kAvailableCommands = {ID_EXIT,          ID_OPTIONS,        ID_ABOUT_NAVO,   IDM_ABOUTBOX,
                                           ID_NEW_DATASTORE, ID_OPEN_DATASTORE, ID_RECORD_DELETE, ID_HELP_NAVO,
-                                          ID_HELP_NAVOING,  ID_TB_NAVOING,     ID_NAVO_WEB};
+                                          ID_HELP_NAVOING,  ID_TB_NAVOING,     ID_NAVO_WEB,     ID_RECORD_EDIT,
+                                          ID_HOT_KEYS};
 
 // Private messages other threads and windows post to the main window.
 constexpr UINT kDiaryMonitorStarted = WM_USER + 40;
@@ -499,11 +502,25 @@ std::unique_ptr<QMenu> MainWindow::recordMenu()
         QAction* action = menu->addAction(QString::fromLatin1(item.text));
         action->setObjectName(QString::number(item.id));
         const auto state = states.find(item.id);
-        action->setEnabled(state != states.end() && state->second && kAvailableCommands.count(item.id) != 0);
+        // Of the editors, only the dictation's is in this build.
+        const bool available = kAvailableCommands.count(item.id) != 0 &&
+                               (item.id != ID_RECORD_EDIT || m_app.CurrentListType == kListDictation);
+        action->setEnabled(state != states.end() && state->second && available);
         action->setData(state != states.end() && state->second);
         connect(action, &QAction::triggered, this, [this, id = item.id] { runCommand(id); });
     }
     return menu;
+}
+
+void MainWindow::editSelectedRecord()
+{
+    // Only dictations have an editor in this build.
+    if (m_selectedId.empty() || m_app.CurrentListType != kListDictation)
+        return;
+    DictationEditorDialog editor(m_app, m_selectedId, this);
+    if (editor.loadResult() == 0 || editor.loadResult() == RecordEditor::kLocked)
+        editor.exec();
+    fillList(m_app.CurrentListType);
 }
 
 void MainWindow::deleteSelectedRecords()
@@ -787,6 +804,14 @@ void MainWindow::runCommand(int id)
     case ID_RECORD_DELETE:
         deleteSelectedRecords();
         break;
+    case ID_RECORD_EDIT:
+        editSelectedRecord();
+        break;
+    case ID_HOT_KEYS: {
+        HotKeysDialog dialog(this);
+        dialog.exec();
+        break;
+    }
     case ID_HELP_NAVO:
         openHelpPage("166.htm");
         break;

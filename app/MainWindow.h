@@ -70,6 +70,8 @@ public:
 
     // Delete (command 2102) with its questions and reports.
     void deleteSelectedRecords();
+    // Edit (command 2101): the selected dictation's editor.
+    void editSelectedRecord();
 
     // The help page of a name ("166.htm") opened in the user's browser.
     static bool openHelpPage(const std::string& page);

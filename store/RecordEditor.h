@@ -1,0 +1,47 @@
+// Editing the descriptive text of a filed record without touching its sound:
+// the record is opened into the workspace, its subject and comments change,
+// and the record file, its line and its index entry are written back.
+#pragma once
+
+#include <string>
+
+struct AppData;
+
+struct EditableRecord {
+    std::string recId;      // "%08d"
+    int recordType = 0;
+    std::string startTime;  // as shown (spaces, not 0xAC)
+    std::string endTime;
+    std::string duration;
+    std::string keywords;
+    std::string subject;
+    std::string comments;
+    bool locked = false;
+    // Where it lives.
+    long position = 0;
+    std::string line;
+    std::string recordFileName;
+    std::string baseName;
+};
+
+class RecordEditor {
+public:
+    static constexpr int kLocked = 6;
+
+    explicit RecordEditor(AppData& app);
+
+    // 0, or the message code of what went wrong: 111 the record file cannot
+    // be taken from the store, 112/113 it cannot be read, 6 it is locked
+    // (the record is loaded all the same, for showing).
+    int load(const std::string& recIdText, EditableRecord* record);
+
+    // Writes the new subject and comments back. 0, 6 (locked), 109 (record
+    // file or line not written) or 110 (index not updated).
+    int save(const EditableRecord& record, const std::string& subject, const std::string& comments);
+
+    // Removes the record's working copies from the workspace.
+    void discard(const EditableRecord& record);
+
+private:
+    AppData& m_app;
+};
