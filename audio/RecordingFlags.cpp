@@ -1,0 +1,7 @@
+#include "audio/RecordingFlags.h"
+
+RecordingFlags& theRecordingFlags()
+{
+    static RecordingFlags flags;
+    return flags;
+}

@@ -1,0 +1,8 @@
+#include "audio/WindowCallback.h"
+
+LRESULT WindowCallback::WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+{
+    return DefWindowProc(window, message, wParam, lParam);
+}
+
+LRESULT WindowCallback::DefWindowProc(HWND, UINT, WPARAM, LPARAM) { return 0; }

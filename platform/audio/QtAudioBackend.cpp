@@ -1,0 +1,65 @@
+#include "platform/audio/QtAudioBackend.h"
+
+#include "platform/audio/QtCapture.h"
+#include "platform/audio/QtPlayback.h"
+
+#include <QMediaDevices>
+
+namespace {
+
+std::vector<AudioBackend::Device> describe(const QList<QAudioDevice>& devices)
+{
+    std::vector<AudioBackend::Device> list;
+    for (const QAudioDevice& d : devices)
+        list.push_back({d.id().toStdString(), d.description().toStdString()});
+    return list;
+}
+
+bool find(const QList<QAudioDevice>& devices, const std::string& id, QAudioDevice& found)
+{
+    for (const QAudioDevice& d : devices) {
+        if (d.id().toStdString() == id) {
+            found = d;
+            return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
+std::vector<AudioBackend::Device> QtAudioBackend::inputs() { return describe(QMediaDevices::audioInputs()); }
+
+std::vector<AudioBackend::Device> QtAudioBackend::outputs() { return describe(QMediaDevices::audioOutputs()); }
+
+std::string QtAudioBackend::defaultInput()
+{
+    const QAudioDevice d = QMediaDevices::defaultAudioInput();
+    return d.isNull() ? std::string() : d.id().toStdString();
+}
+
+std::string QtAudioBackend::defaultOutput()
+{
+    const QAudioDevice d = QMediaDevices::defaultAudioOutput();
+    return d.isNull() ? std::string() : d.id().toStdString();
+}
+
+MMRESULT QtAudioBackend::openCapture(const std::string& deviceId, const WAVEFORMATEX& format,
+                                     std::unique_ptr<AudioCapture>& capture)
+{
+    QAudioDevice device;
+    if (!find(QMediaDevices::audioInputs(), deviceId, device))
+        return MMSYSERR_BADDEVICEID;
+    capture = std::make_unique<QtCapture>(device, format);
+    return MMSYSERR_NOERROR;
+}
+
+MMRESULT QtAudioBackend::openPlayback(const std::string& deviceId, const WAVEFORMATEX& format,
+                                      std::unique_ptr<AudioPlayback>& playback)
+{
+    QAudioDevice device;
+    if (!find(QMediaDevices::audioOutputs(), deviceId, device))
+        return MMSYSERR_BADDEVICEID;
+    playback = std::make_unique<QtPlayback>(device, format);
+    return MMSYSERR_NOERROR;
+}
