@@ -16,15 +16,8 @@
 #include "store/RecordDeletion.h"
 #include "store/RecordInfo.h"
 
-class FilingTest : public StoreFixture {
+class FilingTest : public OpenStoreFixture {
 protected:
-    DataStore store;
-    void SetUp() override
-    {
-        StoreFixture::SetUp();
-        buildStore();
-        ASSERT_EQ(store.extract(app), 0);
-    }
     std::string ws(const std::string& name) const { return components::workspacePath(app.TempDir, name); }
     std::string indexPath() const { return ws(components::kIndex); }
 };

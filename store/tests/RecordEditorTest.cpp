@@ -14,15 +14,8 @@
 #include "store/RecordEditor.h"
 #include "store/RecordInfo.h"
 
-class RecordEditorTest : public StoreFixture {
+class RecordEditorTest : public OpenStoreFixture {
 protected:
-    DataStore store;
-    void SetUp() override
-    {
-        StoreFixture::SetUp();
-        buildStore();
-        ASSERT_EQ(store.extract(app), 0);
-    }
     std::string storedMember(long recId, const std::string& suffix)
     {
         const std::string recordFile = RecordFiler::recordFileName(recId);

@@ -16,6 +16,7 @@
 #include "maker/VXSAVE/VXSAVE.h"
 #include "store/RecIdAllocator.h"
 #include "store/RecordFiler.h"
+#include "store/DataStore.h"
 #include "store/Workspace.h"
 
 inline std::string readAll(const std::string& path)
@@ -158,4 +159,16 @@ protected:
     int lastResult = -1;
     long lastPosition = 0;
     std::vector<std::string> lastColumns;
+};
+
+// A store built and opened, as after a first start.
+class OpenStoreFixture : public StoreFixture {
+protected:
+    DataStore store;
+    void SetUp() override
+    {
+        StoreFixture::SetUp();
+        buildStore();
+        ASSERT_EQ(store.extract(app), 0);
+    }
 };
