@@ -66,8 +66,9 @@ public:
     std::vector<Device> outputs() override { return {}; }
     std::string defaultInput() override { return m_state->inputs.empty() ? std::string() : m_state->inputs.front().id; }
     std::string defaultOutput() override { return {}; }
-    MMRESULT openCapture(const std::string&, const WAVEFORMATEX&, std::unique_ptr<AudioCapture>& capture) override
+    MMRESULT openCapture(const std::string& id, const WAVEFORMATEX&, std::unique_ptr<AudioCapture>& capture) override
     {
+        m_state->openedId = id;
         if (m_state->openResult != MMSYSERR_NOERROR)
             return m_state->openResult;
         capture = std::make_unique<ScriptedCapture>(m_state);
@@ -196,6 +197,12 @@ std::vector<std::int16_t> channel(const std::vector<std::int16_t>& x, int channe
     for (std::size_t i = static_cast<std::size_t>(which); i < x.size(); i += static_cast<std::size_t>(channels))
         out.push_back(x[i]);
     return out;
+}
+
+void drain()
+{
+    QCoreApplication::sendPostedEvents();
+    QCoreApplication::processEvents();
 }
 
 bool pumpUntil(const std::function<bool()>& done, int timeoutMs)

@@ -41,6 +41,8 @@ double rms(const std::vector<std::int16_t>& x);
 // One channel of interleaved 16-bit samples.
 std::vector<std::int16_t> channel(const std::vector<std::int16_t>& x, int channels, int which);
 
+// Delivers every message posted so far.
+void drain();
 // Processes events until done() or the timeout; done()'s last answer.
 bool pumpUntil(const std::function<bool()>& done, int timeoutMs);
 void pumpFor(int ms);
@@ -65,6 +67,7 @@ protected:
 struct ScriptedState {
     std::vector<AudioBackend::Device> inputs{{"scripted-in", "Scripted input"}};
     MMRESULT openResult = MMSYSERR_NOERROR;
+    std::string openedId;                // the device id last opened
     AudioCapture::Sink* sink = nullptr;  // while a capture runs
     int starts = 0;
     int stops = 0;
