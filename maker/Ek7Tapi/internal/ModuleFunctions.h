@@ -1,0 +1,30 @@
+// The provider module's functions the line library calls, bound by name.
+#pragma once
+
+#include <string>
+
+#include "maker/Ek7Tapi/TapiModule.h"
+
+class DynamicLibrary;
+
+struct ModuleFunctions {
+    PFN_lineInitializeExA lineInitializeExA = nullptr;
+    PFN_lineShutdown lineShutdown = nullptr;
+    PFN_lineGetDevCapsA lineGetDevCapsA = nullptr;
+    PFN_lineOpenA lineOpenA = nullptr;
+    PFN_lineClose lineClose = nullptr;
+    PFN_lineAnswer lineAnswer = nullptr;
+    PFN_lineDrop lineDrop = nullptr;
+    PFN_lineDeallocateCall lineDeallocateCall = nullptr;
+    PFN_lineMakeCallA lineMakeCallA = nullptr;
+    PFN_lineGetCallInfoA lineGetCallInfoA = nullptr;
+    PFN_lineGetIDA lineGetIDA = nullptr;
+    PFN_navoLinePlayFile navoLinePlayFile = nullptr;
+    PFN_navoLineRecordFile navoLineRecordFile = nullptr;
+    PFN_navoLinePauseRecord navoLinePauseRecord = nullptr;
+    PFN_navoLineStopMedia navoLineStopMedia = nullptr;
+
+    // Binds every function; false (naming the first missing one) when the
+    // module lacks any, and then none is bound.
+    bool bind(const DynamicLibrary& module, std::string* missing);
+};

@@ -1,0 +1,89 @@
+#include "telephony/module/ProviderThread.h"
+
+ProviderThread::~ProviderThread()
+{
+    stop(nullptr);
+}
+
+void ProviderThread::start(std::chrono::milliseconds period, std::function<void()> setUp, std::function<void()> tick)
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    if (m_running)
+        return;
+    m_period = period;
+    m_tick = std::move(tick);
+    m_running = true;
+    m_stopping = false;
+    m_thread = std::thread(&ProviderThread::loop, this, std::move(setUp));
+}
+
+void ProviderThread::stop(std::function<void()> tearDown)
+{
+    if (!m_thread.joinable())
+        return;
+    if (tearDown)
+        run(tearDown);
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_stopping = true;
+    }
+    m_wake.notify_all();
+    m_thread.join();
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_running = false;
+}
+
+bool ProviderThread::run(const std::function<void()>& work)
+{
+    if (onThread()) {
+        work();
+        return true;
+    }
+    std::unique_lock<std::mutex> lock(m_mutex);
+    if (!m_running || m_stopping)
+        return false;
+    Request request{&work};
+    m_requests.push_back(&request);
+    m_wake.notify_all();
+    m_finished.wait(lock, [&] { return request.done; });
+    return true;
+}
+
+void ProviderThread::loop(std::function<void()> setUp)
+{
+    // Requests made while setUp runs wait for it: they are queued.
+    if (setUp)
+        setUp();
+    auto next = std::chrono::steady_clock::now();
+    std::unique_lock<std::mutex> lock(m_mutex);
+    for (;;) {
+        while (!m_requests.empty()) {
+            Request* request = m_requests.front();
+            m_requests.pop_front();
+            lock.unlock();
+            (*request->work)();
+            lock.lock();
+            request->done = true;
+            m_finished.notify_all();
+        }
+        if (m_stopping)
+            break;
+        const auto now = std::chrono::steady_clock::now();
+        if (now >= next) {
+            lock.unlock();
+            if (m_tick)
+                m_tick();
+            lock.lock();
+            next += m_period;
+            if (next < now)
+                next = now + m_period;  // fell behind: do not race to catch up
+            continue;
+        }
+        m_wake.wait_until(lock, next, [&] { return m_stopping || !m_requests.empty(); });
+    }
+    // Nobody may be left waiting on a request that will never run.
+    for (Request* request : m_requests)
+        request->done = true;
+    m_requests.clear();
+    m_finished.notify_all();
+}

@@ -1,0 +1,57 @@
+// The one thread a provider's line runs on. It calls tick() every period and
+// runs the provider's requests between ticks, so everything the provider owns
+// (sockets, the SIP stack) is touched by this thread only and needs no lock.
+// liblinphone in particular must never be called from two threads.
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <thread>
+
+class ProviderThread {
+public:
+    ProviderThread() = default;
+    ~ProviderThread();
+    ProviderThread(const ProviderThread&) = delete;
+    ProviderThread& operator=(const ProviderThread&) = delete;
+
+    // Starts the thread: setUp runs first on it; tick every period after.
+    void start(std::chrono::milliseconds period, std::function<void()> setUp, std::function<void()> tick);
+    // Runs tearDown on the thread, then ends it. Safe to call twice.
+    void stop(std::function<void()> tearDown);
+
+    // Runs work on the thread and waits for it (at once when called on the
+    // thread itself). Returns work's result; fallback when not running.
+    template <typename Result>
+    Result call(std::function<Result()> work, Result fallback)
+    {
+        Result result = fallback;
+        run([&] { result = work(); });
+        return result;
+    }
+    // false when the thread is not running.
+    bool run(const std::function<void()>& work);
+
+    bool onThread() const { return std::this_thread::get_id() == m_thread.get_id(); }
+
+private:
+    void loop(std::function<void()> setUp);
+
+    struct Request {
+        const std::function<void()>* work;
+        bool done = false;
+    };
+
+    std::thread m_thread;
+    std::mutex m_mutex;
+    std::condition_variable m_wake;
+    std::condition_variable m_finished;
+    std::deque<Request*> m_requests;
+    bool m_running = false;
+    bool m_stopping = false;
+    std::chrono::milliseconds m_period{20};
+    std::function<void()> m_tick;
+};

@@ -1,0 +1,496 @@
+#include "telephony/module/SipLineProvider.h"
+
+#include <sys/stat.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <system_error>
+
+#include <linphone++/linphone.hh>
+
+#include "maker/Ek7Tapi/wave/LineWave.h"
+#include "telephony/module/PrivateFile.h"
+#include "telephony/module/ProviderIcons.h"
+#include "telephony/module/ProviderRegistry.h"
+
+namespace {
+
+constexpr std::chrono::milliseconds kIterate{20};
+
+void warn(const std::string& text)
+{
+    std::fprintf(stderr, "navotapi: SIP line: %s\n", text.c_str());
+}
+
+}  // namespace
+
+class SipLineProvider::CoreWatcher : public linphone::CoreListener {
+public:
+    explicit CoreWatcher(SipLineProvider& provider) : m_provider(provider) {}
+    void onCallStateChanged(const std::shared_ptr<linphone::Core>&, const std::shared_ptr<linphone::Call>& call,
+                            linphone::Call::State state, const std::string&) override
+    {
+        m_provider.onCallState(call, static_cast<int>(state));
+    }
+
+private:
+    SipLineProvider& m_provider;
+};
+
+class SipLineProvider::PlayerWatcher : public linphone::PlayerListener {
+public:
+    explicit PlayerWatcher(SipLineProvider& provider) : m_provider(provider) {}
+    void onEofReached(const std::shared_ptr<linphone::Player>&) override { m_provider.onPlayerEnd(); }
+
+private:
+    SipLineProvider& m_provider;
+};
+
+void SipLineProvider::registerProvider(ProviderRegistry& registry)
+{
+    registry.add(ProviderEntry{
+        kName, "Navo SIP line (calls over the Internet)",
+        LINEMEDIAMODE_INTERACTIVEVOICE | LINEMEDIAMODE_AUTOMATEDVOICE, ProviderIcons::sipLine(),
+        [](const LineOptions& options) { return std::unique_ptr<LineProvider>(new SipLineProvider(options)); }});
+}
+
+SipLineProvider::SipLineProvider(const LineOptions& options) : m_options(options) {}
+
+SipLineProvider::~SipLineProvider()
+{
+    close();
+}
+
+LONG SipLineProvider::open(LineEvents& events)
+{
+    m_events = &events;
+    m_thread.start(kIterate, [this] { setUp(); }, [this] { tick(); });
+    // setUp has run once the first request gets through.
+    const LONG result = m_thread.call<LONG>([this] { return m_openResult; }, LINEERR_OPERATIONFAILED);
+    if (result != 0)
+        close();
+    return result;
+}
+
+void SipLineProvider::close()
+{
+    m_thread.stop([this] { tearDown(); });
+}
+
+// ---- on the provider's thread
+
+void SipLineProvider::setUp()
+{
+    std::error_code ignored;
+    std::filesystem::create_directories(m_options.sipDataDir, ignored);
+    ::chmod(m_options.sipDataDir.c_str(), 0700);  // call recordings are kept there for a moment
+
+    linphone::LoggingService::get()->setLogLevel(linphone::LogLevel::Warning);
+    auto factory = linphone::Factory::get();
+    factory->setDataDir(m_options.sipDataDir + "/");  // the trailing "/" is required
+    factory->setConfigDir(m_options.sipDataDir + "/");
+    m_core = factory->createCore("", "", nullptr);
+    if (!m_core) {
+        warn("the SIP stack cannot be created");
+        m_openResult = LINEERR_OPERATIONFAILED;
+        return;
+    }
+
+    // No sound card: the stack reads and writes files only, and never rings
+    // a loudspeaker of its own.
+    m_core->setUseFiles(true);
+    m_core->setPlayFile("");
+    m_core->setRecordFile("");
+    m_core->setRing("");
+    m_core->setRingback("");
+    m_core->enableEchoCancellation(false);
+    m_core->enableVideoCapture(false);
+    m_core->enableVideoDisplay(false);
+    auto video = factory->createVideoActivationPolicy();
+    video->setAutomaticallyInitiate(false);
+    video->setAutomaticallyAccept(false);
+    m_core->setVideoActivationPolicy(video);
+    // Navo decides when a call is answered or given up, not the stack.
+    m_core->setIncTimeout(3600);
+    m_core->setUserAgent("Navo", "0.1");
+
+    auto transports = factory->createTransports();
+    transports->setUdpPort(m_options.sipPort);
+    transports->setTcpPort(0);
+    transports->setTlsPort(0);
+    transports->setDtlsPort(0);
+    m_core->setTransports(transports);
+    m_core->setAudioPortRange(m_options.rtpPortMin, m_options.rtpPortMax);
+
+    // 8 kHz codecs only: the recording is then at the line's own rate.
+    for (const auto& payload : m_core->getAudioPayloadTypes()) {
+        const std::string mime = payload->getMimeType();
+        payload->enable(mime == "PCMU" || mime == "PCMA");
+    }
+
+    if (!addAccount()) {
+        m_core.reset();
+        m_openResult = LINEERR_OPERATIONFAILED;
+        return;
+    }
+
+    m_coreWatcher = std::make_shared<CoreWatcher>(*this);
+    m_playerWatcher = std::make_shared<PlayerWatcher>(*this);
+    m_core->addListener(m_coreWatcher);
+    if (m_core->start() != 0) {
+        warn("the SIP stack does not start");
+        m_core->removeListener(m_coreWatcher);
+        m_core.reset();
+        m_openResult = LINEERR_OPERATIONFAILED;
+        return;
+    }
+    const auto used = m_core->getTransportsUsed();
+    std::fprintf(stderr, "navotapi: SIP line listening on UDP port %d\n", used ? used->getUdpPort() : -1);
+    m_openResult = 0;
+}
+
+bool SipLineProvider::addAccount()
+{
+    if (m_options.sipUser.empty() && m_options.sipDomain.empty())
+        return true;  // direct calls only
+    if (m_options.sipUser.empty() || m_options.sipDomain.empty()) {
+        warn("an account needs both sip_user and sip_domain");
+        return false;
+    }
+    std::string password;
+    if (!m_options.sipPasswordFile.empty()) {
+        std::string why;
+        if (!PrivateFile::readFirstLine(m_options.sipPasswordFile, password, why)) {
+            warn(why);
+            return false;
+        }
+    }
+    auto factory = linphone::Factory::get();
+    const auto identity = factory->createAddress("sip:" + m_options.sipUser + "@" + m_options.sipDomain);
+    const auto server = factory->createAddress("sip:" + m_options.sipDomain);
+    if (!identity || !server) {
+        warn("sip_user or sip_domain is not valid in a SIP address");
+        return false;
+    }
+    if (!password.empty())
+        m_core->addAuthInfo(factory->createAuthInfo(m_options.sipUser, "", password, "", "", m_options.sipDomain));
+    auto params = m_core->createAccountParams();
+    params->setIdentityAddress(identity);
+    params->setServerAddress(server);
+    params->enableRegister(true);
+    auto account = m_core->createAccount(params);
+    if (!account || m_core->addAccount(account) != 0) {
+        warn("the account cannot be added");
+        return false;
+    }
+    m_core->setDefaultAccount(account);
+    return true;
+}
+
+void SipLineProvider::tick()
+{
+    if (!m_core)
+        return;
+    m_core->iterate();
+    if (m_playerEnded) {
+        // Handled here rather than inside the player's own callback, where
+        // closing the player would pull the ground from under it.
+        m_playerEnded = false;
+        if (m_playing) {
+            stopPlayer();
+            m_events->playDone(m_handle);
+        }
+    }
+    if (m_call && m_incoming && !m_connected) {
+        const auto waited = Clock::now() - m_offeredAt;
+        const std::chrono::milliseconds period(m_options.ringPeriodMs);
+        while (m_call && waited >= period * (m_rings + 1)) {
+            ++m_rings;
+            m_events->ringing(m_rings);
+        }
+    }
+}
+
+void SipLineProvider::tearDown()
+{
+    if (!m_core)
+        return;
+    m_closing = true;  // Navo is not told of a call that ends because the line closes
+    if (const auto call = m_call) {
+        stopPlayer();
+        if (m_recording && !m_paused)
+            call->stopRecording();
+        m_recording = false;
+        call->terminate();
+    }
+    m_call.reset();
+    m_handle = 0;
+    m_core->removeListener(m_coreWatcher);
+    m_core->stop();
+    m_core.reset();
+    if (!m_callRecordFile.empty())
+        std::remove(m_callRecordFile.c_str());
+}
+
+void SipLineProvider::onCallState(const std::shared_ptr<linphone::Call>& call, int stateNumber)
+{
+    using State = linphone::Call::State;
+    const auto state = static_cast<State>(stateNumber);
+    if (state == State::IncomingReceived) {
+        if (m_call) {
+            call->decline(linphone::Reason::Busy);  // 486 Busy Here
+            return;
+        }
+        m_call = call;
+        m_incoming = true;
+        m_connected = false;
+        m_rings = 0;
+        m_offeredAt = Clock::now();
+        m_handle = m_events->newCall(true);
+        const auto from = call->getRemoteAddress();
+        m_events->offered(m_handle, from ? from->getUsername() : "", from ? from->getDisplayName() : "");
+        return;
+    }
+    if (call != m_call)
+        return;
+    switch (state) {
+    case State::OutgoingProgress:
+        m_events->callState(m_handle, LINECALLSTATE_PROCEEDING);
+        break;
+    case State::OutgoingRinging:
+        m_events->callState(m_handle, LINECALLSTATE_RINGBACK);
+        break;
+    case State::StreamsRunning:
+        if (!m_connected) {
+            m_connected = true;
+            m_events->callState(m_handle, LINECALLSTATE_CONNECTED);
+        }
+        break;
+    case State::End:
+    case State::Error: {
+        const auto reason = call->getReason();
+        finishCall(reason == linphone::Reason::Busy ? LINEDISCONNECTMODE_BUSY
+                   : reason == linphone::Reason::Declined ? LINEDISCONNECTMODE_REJECT
+                                                          : LINEDISCONNECTMODE_NORMAL);
+        break;
+    }
+    default:
+        break;
+    }
+}
+
+void SipLineProvider::onPlayerEnd()
+{
+    m_playerEnded = true;
+}
+
+void SipLineProvider::finishCall(unsigned mode)
+{
+    const HCALL handle = m_handle;
+    stopPlayer();
+    finishRecording();
+    m_call.reset();
+    m_handle = 0;
+    m_connected = false;
+    if (m_closing)
+        return;
+    m_events->callState(handle, LINECALLSTATE_DISCONNECTED, mode);
+    m_events->callState(handle, LINECALLSTATE_IDLE);
+}
+
+void SipLineProvider::stopPlayer()
+{
+    if (m_player) {
+        m_player->removeListener(m_playerWatcher);
+        m_player->pause();
+        m_player->close();
+    }
+    m_player.reset();
+    m_playing = false;
+    m_playerEnded = false;
+}
+
+void SipLineProvider::finishRecording()
+{
+    if (!m_recording)
+        return;
+    if (m_call && !m_paused)
+        m_call->stopRecording();
+    m_recording = false;
+    m_paused = false;
+    // The call's recorder writes what the codec gives; bring it to the
+    // line's form where Navo wanted it. Nothing recorded is an empty file.
+    LineSamples samples;
+    std::string why;
+    if (!m_callRecordFile.empty() && std::filesystem::exists(m_callRecordFile) &&
+        !LineWave::readFile(m_callRecordFile, samples, &why))
+        warn("the call's recording cannot be read: " + why);
+    if (!LineWave::writeFile(m_recordTarget, samples, false))
+        warn("cannot write the recording to " + m_recordTarget);
+    // The recorder appends to an existing file, so a later recording in this
+    // call must start from nothing.
+    std::remove(m_callRecordFile.c_str());
+}
+
+std::string SipLineProvider::newCallRecordFile()
+{
+    const std::string path = m_options.sipDataDir + "/call-" + std::to_string(m_handle) + "-" +
+                             std::to_string(++m_fileCounter) + ".wav";
+    std::remove(path.c_str());
+    return path;
+}
+
+// ---- requests from Navo
+
+LONG SipLineProvider::answer(HCALL call)
+{
+    return m_thread.call<LONG>(
+        [&]() -> LONG {
+            if (!m_call || call != m_handle)
+                return LINEERR_INVALCALLHANDLE;
+            if (!m_incoming || m_call->getState() != linphone::Call::State::IncomingReceived)
+                return LINEERR_INVALCALLSTATE;
+            // The recorder's file belongs to the call from its acceptance on;
+            // setting one on the core instead, once a call exists, crashes.
+            if (!m_callRecordFile.empty())
+                std::remove(m_callRecordFile.c_str());
+            m_callRecordFile = newCallRecordFile();
+            auto params = m_core->createCallParams(m_call);
+            params->setRecordFile(m_callRecordFile);
+            params->enableVideo(false);
+            return m_call->acceptWithParams(params) == 0 ? 0 : LINEERR_OPERATIONFAILED;
+        },
+        LINEERR_OPERATIONFAILED);
+}
+
+LONG SipLineProvider::drop(HCALL call)
+{
+    return m_thread.call<LONG>(
+        [&]() -> LONG {
+            if (!m_call || call != m_handle)
+                return LINEERR_INVALCALLHANDLE;
+            const auto dropped = m_call;  // keeps the call alive through its own End
+            if (dropped->terminate() != 0)
+                return LINEERR_INVALCALLSTATE;
+            // Normally End has been reported inside terminate(); if the stack
+            // defers it, the call is finished here so Navo hears of it now.
+            if (m_call == dropped)
+                finishCall(LINEDISCONNECTMODE_NORMAL);
+            return 0;
+        },
+        LINEERR_OPERATIONFAILED);
+}
+
+LONG SipLineProvider::makeCall(const std::string& number, HCALL& call)
+{
+    return m_thread.call<LONG>(
+        [&]() -> LONG {
+            if (m_call)
+                return LINEERR_CALLUNAVAIL;
+            std::string uri = number;
+            if (uri.rfind("sip:", 0) != 0) {
+                if (uri.find('@') == std::string::npos) {
+                    if (m_options.sipDomain.empty())
+                        return LINEERR_INVALADDRESS;
+                    uri += "@" + m_options.sipDomain;
+                }
+                uri = "sip:" + uri;
+            }
+            const auto address = m_core->createAddress(uri);
+            if (!address)
+                return LINEERR_INVALADDRESS;
+            m_handle = m_events->newCall(false);
+            m_incoming = false;
+            m_connected = false;
+            m_callRecordFile = newCallRecordFile();
+            auto params = m_core->createCallParams(nullptr);
+            params->setRecordFile(m_callRecordFile);
+            params->enableVideo(false);
+            m_call = m_core->inviteAddressWithParams(address, params);
+            if (!m_call) {
+                m_handle = 0;
+                return LINEERR_OPERATIONFAILED;
+            }
+            call = m_handle;
+            m_events->callState(m_handle, LINECALLSTATE_DIALING);
+            const auto state = m_call->getState();
+            if (state == linphone::Call::State::End || state == linphone::Call::State::Error)
+                finishCall(LINEDISCONNECTMODE_UNREACHABLE);
+            return 0;
+        },
+        LINEERR_OPERATIONFAILED);
+}
+
+LONG SipLineProvider::playFile(HCALL call, const std::string& path)
+{
+    return m_thread.call<LONG>(
+        [&]() -> LONG {
+            if (!m_call || call != m_handle)
+                return LINEERR_INVALCALLHANDLE;
+            if (!m_connected)
+                return LINEERR_INVALCALLSTATE;
+            stopPlayer();
+            m_player = m_call->getPlayer();
+            if (!m_player)
+                return LINEERR_OPERATIONFAILED;
+            m_player->addListener(m_playerWatcher);
+            if (m_player->open(path) != 0 || m_player->start() != 0) {
+                warn("cannot play " + path + " into the call");
+                stopPlayer();
+                return LINEERR_OPERATIONFAILED;
+            }
+            m_playing = true;
+            return 0;
+        },
+        LINEERR_OPERATIONFAILED);
+}
+
+LONG SipLineProvider::recordFile(HCALL call, const std::string& path)
+{
+    return m_thread.call<LONG>(
+        [&]() -> LONG {
+            if (!m_call || call != m_handle)
+                return LINEERR_INVALCALLHANDLE;
+            if (!m_connected)
+                return LINEERR_INVALCALLSTATE;
+            if (m_recording)
+                finishRecording();
+            m_recordTarget = path;
+            m_call->startRecording();
+            m_recording = true;
+            m_paused = false;
+            return 0;
+        },
+        LINEERR_OPERATIONFAILED);
+}
+
+LONG SipLineProvider::pauseRecord(HCALL call, bool pause)
+{
+    return m_thread.call<LONG>(
+        [&]() -> LONG {
+            if (!m_call || call != m_handle)
+                return LINEERR_INVALCALLHANDLE;
+            if (!m_recording)
+                return LINEERR_INVALCALLSTATE;
+            if (pause && !m_paused)
+                m_call->stopRecording();  // starting again appends to the same file
+            else if (!pause && m_paused)
+                m_call->startRecording();
+            m_paused = pause;
+            return 0;
+        },
+        LINEERR_OPERATIONFAILED);
+}
+
+LONG SipLineProvider::stopMedia(HCALL call)
+{
+    return m_thread.call<LONG>(
+        [&]() -> LONG {
+            if (!m_call || call != m_handle)
+                return LINEERR_INVALCALLHANDLE;
+            stopPlayer();
+            finishRecording();
+            return 0;
+        },
+        LINEERR_OPERATIONFAILED);
+}

@@ -1,0 +1,99 @@
+// "SIP line": real telephone calls over SIP on liblinphone.
+//
+// The SIP stack lives on the provider's own thread (ProviderThread): the core
+// is made, iterated every 20 ms and destroyed there, and every request from
+// Navo is run there; liblinphone is never called from another thread.
+//
+// Incoming calls wait in the ringing state (the caller gets 180 Ringing) and
+// count one ring per ring period until Navo answers; a second caller while a
+// call is up is refused with 486 Busy Here. The caller's identity is the
+// display name and user part of the From address. Audio runs without a sound
+// card: files in, files out, PCMU/PCMA only so that the line stays at 8 kHz.
+// A greeting is played with the call's own player; recording uses the call's
+// recorder (a file per call, started only after the greeting so that it holds
+// the caller alone) and is copied to the path Navo asked for when it stops.
+//
+// Settings (LineOptions): local UDP port, RTP port range, an optional account
+// at a registrar (user, domain, and a password file that only its owner may
+// read), the ring period and the folder for liblinphone's own files.
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <string>
+
+#include "telephony/module/LineOptions.h"
+#include "telephony/module/LineProvider.h"
+#include "telephony/module/ProviderThread.h"
+
+namespace linphone {
+class Core;
+class Call;
+class Player;
+}  // namespace linphone
+
+class ProviderRegistry;
+
+class SipLineProvider : public LineProvider {
+public:
+    static constexpr const char* kName = "SIP line";
+    static void registerProvider(ProviderRegistry& registry);
+
+    explicit SipLineProvider(const LineOptions& options);
+    ~SipLineProvider() override;
+
+    LONG open(LineEvents& events) override;
+    void close() override;
+    LONG answer(HCALL call) override;
+    LONG drop(HCALL call) override;
+    LONG makeCall(const std::string& number, HCALL& call) override;
+    LONG playFile(HCALL call, const std::string& path) override;
+    LONG recordFile(HCALL call, const std::string& path) override;
+    LONG pauseRecord(HCALL call, bool pause) override;
+    LONG stopMedia(HCALL call) override;
+
+    // Called by the stack's listeners, on the provider's thread.
+    void onCallState(const std::shared_ptr<linphone::Call>& call, int state);
+    void onPlayerEnd();
+
+private:
+    using Clock = std::chrono::steady_clock;
+    class CoreWatcher;
+    class PlayerWatcher;
+
+    void setUp();
+    void tick();
+    void tearDown();
+    bool addAccount();
+    void finishCall(unsigned mode);
+    void stopPlayer();
+    void finishRecording();
+    std::string newCallRecordFile();
+
+    LineOptions m_options;
+    LineEvents* m_events = nullptr;
+    ProviderThread m_thread;
+    LONG m_openResult = 0;
+    bool m_closing = false;
+
+    std::shared_ptr<linphone::Core> m_core;
+    std::shared_ptr<CoreWatcher> m_coreWatcher;
+    std::shared_ptr<PlayerWatcher> m_playerWatcher;
+
+    std::shared_ptr<linphone::Call> m_call;
+    HCALL m_handle = 0;
+    bool m_incoming = false;
+    bool m_connected = false;
+    Clock::time_point m_offeredAt;
+    int m_rings = 0;
+
+    std::shared_ptr<linphone::Player> m_player;
+    bool m_playing = false;
+    bool m_playerEnded = false;
+
+    std::string m_callRecordFile;  // the call's own recorder file
+    std::string m_recordTarget;    // where Navo wants the recording
+    bool m_recording = false;      // started and not stopped (paused counts)
+    bool m_paused = false;
+    unsigned m_fileCounter = 0;
+};
