@@ -347,7 +347,9 @@ MCIERROR MciWaveDevice::record(DWORD flags, const MCI_RECORD_PARMS& parms)
         return MCIERR_FLAGS_NOT_COMPATIBLE;
     if ((flags & MCI_WAIT) && !(flags & MCI_TO))
         return MCIERR_FLAGS_NOT_COMPATIBLE;
-    std::uint64_t from = positionBytes();
+    // The running command ends first, so "from here" means where it ended.
+    endActive(MCI_NOTIFY_SUPERSEDED);
+    std::uint64_t from = m_position;
     std::uint64_t to = kNoLimit;
     if (flags & MCI_FROM) {
         if (MCIERROR e = toBytes(parms.dwFrom, from); e != 0)
@@ -357,7 +359,6 @@ MCIERROR MciWaveDevice::record(DWORD flags, const MCI_RECORD_PARMS& parms)
         if (MCIERROR e = toBytes(parms.dwTo, to); e != 0)
             return e;
     }
-    endActive(MCI_NOTIFY_SUPERSEDED);
     if (from > m_sound.length() || (to != kNoLimit && to <= from))
         return MCIERR_OUTOFRANGE;
     m_position = from;
@@ -484,7 +485,8 @@ void MciWaveDevice::finishRecording(WPARAM notifyCode, bool keepQueued)
 
 MCIERROR MciWaveDevice::play(DWORD flags, const MCI_PLAY_PARMS& parms)
 {
-    std::uint64_t from = positionBytes();
+    endActive(MCI_NOTIFY_SUPERSEDED);
+    std::uint64_t from = m_position;
     std::uint64_t to = m_sound.length();
     if (flags & MCI_FROM) {
         if (MCIERROR e = toBytes(parms.dwFrom, from); e != 0)
@@ -494,7 +496,6 @@ MCIERROR MciWaveDevice::play(DWORD flags, const MCI_PLAY_PARMS& parms)
         if (MCIERROR e = toBytes(parms.dwTo, to); e != 0)
             return e;
     }
-    endActive(MCI_NOTIFY_SUPERSEDED);
     if (from > m_sound.length() || to > m_sound.length() || from > to)
         return MCIERR_OUTOFRANGE;
     if (flags & MCI_NOTIFY) {

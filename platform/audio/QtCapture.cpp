@@ -90,15 +90,19 @@ void QtCapture::pump()
 
 void QtCapture::stopHere()
 {
+    // The source's destructor runs the event loop: nothing may reach it
+    // through the timer or readyRead once it is going.
+    delete m_timer;
+    m_timer = nullptr;
     if (m_source != nullptr) {
         pump();
-        m_source->stop();
-        delete m_source;
+        QObject::disconnect(m_io, nullptr, m_thread.context(), nullptr);
+        QAudioSource* source = m_source;
+        m_source = nullptr;
+        m_io = nullptr;
+        source->stop();
+        delete source;
     }
-    delete m_timer;
-    m_source = nullptr;
-    m_io = nullptr;
-    m_timer = nullptr;
     m_converter.reset();
     m_partial.clear();
     m_sink = nullptr;

@@ -115,14 +115,17 @@ void QtPlayback::feed()
 
 void QtPlayback::stopHere()
 {
-    if (m_sink != nullptr) {
-        m_sink->stop();
-        delete m_sink;
-    }
+    // The sink's destructor runs the event loop: the feeding timer must be
+    // gone first.
     delete m_timer;
-    m_sink = nullptr;
-    m_io = nullptr;
     m_timer = nullptr;
+    if (m_sink != nullptr) {
+        QAudioSink* sink = m_sink;
+        m_sink = nullptr;
+        m_io = nullptr;
+        sink->stop();
+        delete sink;
+    }
     m_converter.reset();
     m_waiting.clear();
     m_pulled = 0;
