@@ -1,0 +1,297 @@
+// The SIP line end to end: SIP clients we did not write (linphonec, baresip)
+// call Navo's SIP line over loopback. Runs inside a private network
+// namespace (sip_e2e.sh) where only 127.0.0.1 exists, so nothing leaves the
+// machine and no port is shared with anything else.
+//
+// Navo's side is the line library with the answer machine's handlers, as in
+// the test-line tests: answer at +120, greeting and tone at +107, save at
+// +150.
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QElapsedTimer>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <memory>
+
+#include "LineTestSupport.h"
+#include "maker/Ek7Tapi/Ek7Tapi.h"
+
+namespace {
+
+constexpr int kNavoPort = 5070;
+constexpr int kRingPeriodMs = 400;
+
+bool inPrivateNetwork()
+{
+    const char* flag = std::getenv("NAVO_SIP_NETNS");
+    return flag != nullptr && std::string(flag) == "1";
+}
+
+void writeText(const std::string& path, const std::string& text)
+{
+    std::ofstream out(path);
+    out << text;
+}
+
+// linphonec driven through its standard input.
+class LinphoneCaller {
+public:
+    LinphoneCaller(const TestLineSetup& setup, const std::string& name, const std::string& number, int sipPort,
+                   int rtpPort)
+    {
+        const std::string home = setup.path("linphonec-" + number);
+        QDir().mkpath(QString::fromStdString(home + "/.local/share/linphone"));
+        m_config = home + "/linphonerc";
+        writeText(m_config, "[sip]\nsip_port=" + std::to_string(sipPort) +
+                                "\nsip_tcp_port=0\nsip_tls_port=0\ncontact=\"" + name + "\" <sip:" + number +
+                                "@127.0.0.1>\n"
+                                "[rtp]\naudio_rtp_port=" + std::to_string(rtpPort) + "-" + std::to_string(rtpPort + 10) +
+                                "\nbind_address=127.0.0.1\n"
+                                "[video]\ncapture=0\ndisplay=0\nautomatically_initiate=0\n");
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("HOME"), QString::fromStdString(home));
+        m_process.setProcessEnvironment(environment);
+        m_process.setProcessChannelMode(QProcess::MergedChannels);
+        m_process.start(QStringLiteral("linphonec"), {QStringLiteral("-c"), QString::fromStdString(m_config)});
+    }
+
+    ~LinphoneCaller()
+    {
+        if (m_process.state() != QProcess::NotRunning) {
+            m_process.kill();
+            m_process.waitForFinished(3000);
+        }
+    }
+
+    bool started() { return m_process.waitForStarted(5000); }
+    void command(const std::string& line)
+    {
+        m_process.write((line + "\n").c_str());
+        m_process.waitForBytesWritten(1000);
+    }
+    // Waits (with the test's event loop running) until the output holds text.
+    bool waitForOutput(const QString& text, int timeoutMs)
+    {
+        QElapsedTimer timer;
+        timer.start();
+        while (timer.elapsed() < timeoutMs) {
+            collect();
+            if (m_output.contains(text))
+                return true;
+            MessageLog::pump(20);
+        }
+        return false;
+    }
+    bool quit(int timeoutMs = 10000)
+    {
+        command("quit");
+        QElapsedTimer timer;
+        timer.start();
+        while (m_process.state() != QProcess::NotRunning && timer.elapsed() < timeoutMs) {
+            MessageLog::pump(20);
+            m_process.waitForFinished(5);
+        }
+        collect();
+        return m_process.state() == QProcess::NotRunning;
+    }
+    QString output()
+    {
+        collect();
+        return m_output;
+    }
+
+private:
+    void collect() { m_output += QString::fromLocal8Bit(m_process.readAll()); }
+
+    std::string m_config;
+    QProcess m_process;
+    QString m_output;
+};
+
+class SipLineCall : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        if (!inPrivateNetwork())
+            GTEST_SKIP() << "needs a private network namespace: run it through ctest (sip_e2e.sh)";
+        setup.environment().set("NAVO_SIP_PORT", std::to_string(kNavoPort));
+        setup.environment().set("NAVO_SIP_RTP_PORTS", "7078-7098");
+        state = Ek7TapiInitVar();
+        log = std::make_unique<MessageLog>(state);
+        ASSERT_TRUE(SineFiles::write(greeting, 400, 0.5));
+        state->Rings = 2;
+        state->DeviceId = 0;
+        ASSERT_EQ(Ek7TapiInit(0)->ErrorCode, kEk7Ok);
+        ASSERT_EQ(Ek7TapiOpen(log->handle())->ErrorCode, kEk7Ok);
+        log->onMessage = [this](const LoggedMessage& m) {
+            if (m.message == kEk7MsgAnswerNow && state->CallState == 1 && state->CallHandle != 0) {
+                Ek7TapiSetRecord(setup.path("xbuffer.wav").c_str(), setup.path("xdata.wav").c_str(),
+                                 vxw.c_str());
+                answerResult = Ek7TapiAnswer()->ErrorCode;
+            } else if (m.message == kEk7MsgConnected && state->CallState == 1) {
+                Ek7TapiSetResource(&resources, 3001);
+                playResult = Ek7TapiPlayFile(greeting.c_str())->ErrorCode;
+            } else if (m.message == kEk7MsgDisconnected && state->CallState == 1) {
+                state->CallEndFlag = 1;
+                Ek7TapiStop();
+                saveResult = Ek7TapiSave()->ErrorCode;
+            }
+        };
+    }
+
+    void TearDown() override
+    {
+        if (state != nullptr)
+            Ek7TapiClose();
+    }
+
+    TestLineSetup setup{kRingPeriodMs, "SIP line"};
+    LineState* state = nullptr;
+    std::unique_ptr<MessageLog> log;
+    SoundFolderResources resources;
+    const std::string greeting = setup.path("greeting.wav");
+    const std::string vxw = setup.path("message.vxw");
+    int answerResult = -1;
+    int playResult = -1;
+    int saveResult = -1;
+};
+
+TEST_F(SipLineCall, LinphoneCallerIsAnsweredAfterTheRingsHearsTheGreetingAndIsRecorded)
+{
+    // The caller waits out greeting and tone in silence, then says 600 Hz for
+    // a second (the file player loops, so the test hangs up before it comes
+    // round again).
+    const std::string voice = setup.path("voice.wav");
+    LineSamples said = SineFiles::sine(0, 1.8, 0);
+    const LineSamples tone = SineFiles::sine(600, 1.0);
+    said.insert(said.end(), tone.begin(), tone.end());
+    said.resize(said.size() + 8000 * 2, 0);
+    ASSERT_TRUE(LineWave::writeFile(voice, said, false));
+    const std::string heard = setup.path("heard.wav");
+
+    LinphoneCaller caller(setup, "Grace Hopper", "01614960000", 5080, 7200);
+    ASSERT_TRUE(caller.started());
+    caller.command("soundcard use files");
+    caller.command("play " + voice);
+    caller.command("record " + heard);
+    caller.command("call sip:navo@127.0.0.1:" + std::to_string(kNavoPort));
+
+    ASSERT_TRUE(log->waitFor(kEk7MsgConnected, 1, 15000)) << caller.output().toStdString();
+    const qint64 connectedAt = log->first(kEk7MsgConnected)->atMs;
+    MessageLog::pump(3200);
+    caller.command("terminate");
+    ASSERT_TRUE(log->waitFor(kEk7MsgIdle, 1, 10000)) << caller.output().toStdString();
+    EXPECT_TRUE(caller.quit()) << caller.output().toStdString();
+
+    // Rings, caller identity and the answer.
+    const LoggedMessage* callerId = log->first(kEk7MsgCallerId);
+    ASSERT_NE(callerId, nullptr);
+    EXPECT_STREQ(callerId->state.CallerNumber, "01614960000");
+    EXPECT_STREQ(callerId->state.CallerName, "Grace Hopper");
+    EXPECT_EQ(log->count(kEk7MsgRing), 2);
+    EXPECT_EQ(log->count(kEk7MsgAnswerNow), 1);
+    EXPECT_EQ(answerResult, kEk7Ok);
+    EXPECT_EQ(playResult, kEk7Ok);
+    EXPECT_EQ(saveResult, kEk7Ok);
+    const LoggedMessage* offered = log->first(kEk7MsgOffered);
+    const LoggedMessage* answerNow = log->first(kEk7MsgAnswerNow);
+    ASSERT_NE(offered, nullptr);
+    ASSERT_NE(answerNow, nullptr);
+    EXPECT_NEAR(answerNow->atMs - offered->atMs, 2 * kRingPeriodMs, 120);
+    std::printf("[ measured ] offered -> answer now %lld ms (2 rings of %d ms); answer now -> connected %lld ms\n",
+                static_cast<long long>(answerNow->atMs - offered->atMs), kRingPeriodMs,
+                static_cast<long long>(connectedAt - answerNow->atMs));
+    EXPECT_LT(connectedAt - answerNow->atMs, 1000);
+
+    // What the caller heard: the greeting, then the tone.
+    LineSamples played;
+    ASSERT_TRUE(LineWave::readFile(heard, played)) << heard;
+    const std::size_t start = SineFiles::measure(played).firstSound;
+    const ToneMeasure greetingHeard = SineFiles::measure(played, start, start + 4000);
+    EXPECT_NEAR(greetingHeard.frequency, 400, 15);
+    EXPECT_NEAR(greetingHeard.soundSeconds, 0.5, 0.1);
+    const ToneMeasure toneHeard = SineFiles::measure(played, start + 4400, start + 4400 + 8000);
+    EXPECT_NEAR(toneHeard.frequency, 1000, 25);
+    EXPECT_NEAR(toneHeard.soundSeconds, 0.6, 0.1);
+
+    // The message: only the caller's second of 600 Hz, at 8 kHz.
+    int rate = 0, channels = 0, bits = 0;
+    ASSERT_TRUE(LineWave::probe(vxw, rate, channels, bits));
+    EXPECT_EQ(rate, 8000);
+    EXPECT_EQ(channels, 1);
+    EXPECT_EQ(bits, 16);
+    LineSamples message;
+    ASSERT_TRUE(LineWave::readFile(vxw, message));
+    const ToneMeasure kept = SineFiles::measure(message);
+    EXPECT_NEAR(kept.frequency, 600, 15);
+    EXPECT_NEAR(kept.soundSeconds, 1.0, 0.1);
+    std::printf("[ measured ] caller heard %.0f Hz for %.2f s then %.0f Hz for %.2f s; message %.0f Hz for %.2f s "
+                "of %.2f s\n",
+                greetingHeard.frequency, greetingHeard.soundSeconds, toneHeard.frequency, toneHeard.soundSeconds,
+                kept.frequency, kept.soundSeconds, kept.seconds);
+}
+
+TEST_F(SipLineCall, ASecondCallerDuringACallIsRefusedBusy)
+{
+    LinphoneCaller first(setup, "First", "100", 5080, 7200);
+    ASSERT_TRUE(first.started());
+    first.command("soundcard use files");
+    first.command("call sip:navo@127.0.0.1:" + std::to_string(kNavoPort));
+    ASSERT_TRUE(log->waitFor(kEk7MsgConnected, 1, 15000)) << first.output().toStdString();
+
+    // baresip: a different SIP stack altogether.
+    const std::string folder = setup.path("baresip");
+    QDir().mkpath(QString::fromStdString(folder));
+    writeText(folder + "/accounts", "\"Second\" <sip:200@127.0.0.1>;regint=0\n");
+    writeText(folder + "/config",
+              "sip_listen 127.0.0.1:5090\nnet_interface 127.0.0.1\naudio_source aufile," + greeting +
+                  "\naudio_player aubridge,nil\nmodule_path /usr/lib/baresip/modules\nmodule g711.so\n"
+                  "module aufile.so\nmodule aubridge.so\nmodule account.so\nmodule menu.so\n");
+    QProcess second;
+    second.setProcessChannelMode(QProcess::MergedChannels);
+    second.setStandardInputFile(QProcess::nullDevice());
+    second.start(QStringLiteral("baresip"),
+                 {QStringLiteral("-f"), QString::fromStdString(folder), QStringLiteral("-e"),
+                  QStringLiteral("/dial sip:navo@127.0.0.1:%1").arg(kNavoPort), QStringLiteral("-t"),
+                  QStringLiteral("2")});
+    ASSERT_TRUE(second.waitForStarted(5000));
+    QElapsedTimer timer;
+    timer.start();
+    while (second.state() != QProcess::NotRunning && timer.elapsed() < 15000) {
+        MessageLog::pump(20);
+        second.waitForFinished(5);
+    }
+    const QString said = QString::fromLocal8Bit(second.readAll());
+    EXPECT_TRUE(said.contains(QStringLiteral("486"))) << said.toStdString();
+    EXPECT_EQ(log->count(kEk7MsgOffered), 1);
+    EXPECT_EQ(state->Connected, 1);  // the first call goes on
+    EXPECT_STREQ(state->CallerNumber, "100");
+
+    first.command("terminate");
+    ASSERT_TRUE(log->waitFor(kEk7MsgIdle, 1, 10000));
+    EXPECT_TRUE(first.quit());
+}
+
+TEST_F(SipLineCall, CallerWhoGivesUpBeforeTheRingsEndsTheCallUnanswered)
+{
+    LinphoneCaller caller(setup, "Impatient", "300", 5080, 7200);
+    ASSERT_TRUE(caller.started());
+    caller.command("soundcard use files");
+    caller.command("call sip:navo@127.0.0.1:" + std::to_string(kNavoPort));
+    ASSERT_TRUE(log->waitFor(kEk7MsgRing, 1, 15000)) << caller.output().toStdString();
+    caller.command("terminate");
+    ASSERT_TRUE(log->waitFor(kEk7MsgIdle, 1, 10000)) << caller.output().toStdString();
+    MessageLog::pump(2 * kRingPeriodMs);
+    EXPECT_EQ(log->count(kEk7MsgAnswerNow), 0);
+    EXPECT_EQ(log->count(kEk7MsgConnected), 0);
+    EXPECT_EQ(log->count(kEk7MsgDisconnected), 1);
+    EXPECT_EQ(log->first(kEk7MsgDisconnected)->state.CallState, 0);
+    EXPECT_TRUE(caller.quit());
+}
+
+}  // namespace
