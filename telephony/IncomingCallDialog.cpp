@@ -1,0 +1,88 @@
+#include "telephony/IncomingCallDialog.h"
+
+#include <QCloseEvent>
+
+#include "app/AppData.h"
+#include "app/ProfileSettings.h"
+#include "app/SettingsKeys.h"
+#include "maker/Ek7Tapi/Ek7Tapi.h"
+#include "platform/Codepage.h"
+#include "platform/Trace.h"
+#include "platform/WindowMessages.h"
+#include "res/ResourceIds.h"
+#include "res/resource.h"
+#include "ui_IncomingCallDialog.h"
+
+IncomingCallDialog::IncomingCallDialog(AppData& app, LineState* line, const ProgramResources& resources,
+                                       QWidget* parent)
+    : QDialog(parent), m_ui(std::make_unique<Ui::IncomingCallDialog>()), m_app(app), m_line(line)
+{
+    m_ui->setupUi(this);
+    m_ui->answerButton->setObjectName(QString::number(IDOK));
+    m_ui->messageButton->setObjectName(QString::number(IDCANCEL));
+    assignControlNumbers(this);
+    connect(m_ui->answerButton, &QPushButton::clicked, this, [this] { decide(true); });
+    connect(m_ui->messageButton, &QPushButton::clicked, this, [this] { decide(false); });
+
+    m_ring.start(resources.url(IDR_WAVE_RING));
+    if (m_line != nullptr && m_line->CallerIdValid == 1) {
+        OutputDebugString("Displaying ID\n");
+        showCaller();
+    }
+    const ProfileSettings profile(m_app.IniPath, m_app.ProfileSection);
+    const std::string warn = profile.read(settings::kPhWarn);
+    if (ProfileSettings::isMissing(warn)) {
+        profile.write(settings::kPhWarn, "N");
+        m_app.PhoneWarning = 0;
+    } else {
+        m_app.PhoneWarning = warn == "Y" ? 1 : 0;
+    }
+}
+
+IncomingCallDialog::~IncomingCallDialog() = default;
+
+void IncomingCallDialog::showCaller()
+{
+    if (m_line == nullptr)
+        return;
+    // The block's texts are Windows-1252, as all of the program's text.
+    m_ui->IDC_CALLER_NUMBER->setText(fromAnsi(std::string(m_line->CallerNumber)));
+    m_ui->IDC_CALLER_NAME->setText(fromAnsi(std::string(m_line->CallerName)));
+}
+
+bool IncomingCallDialog::event(QEvent* event)
+{
+    if (event->type() == WindowMessageEvent::eventType()) {
+        if (static_cast<WindowMessageEvent*>(event)->message() == kRefreshCaller)
+            showCaller();
+        return true;
+    }
+    return QDialog::event(event);
+}
+
+void IncomingCallDialog::decide(bool pickUp)
+{
+    m_ring.stop();
+    if (m_line != nullptr)
+        m_line->CallAnsweredByUser = 1;
+    m_pickedUp = pickUp;
+    m_decided = true;
+    done(pickUp ? IDOK : IDCANCEL);
+}
+
+void IncomingCallDialog::closeEvent(QCloseEvent* event)
+{
+    m_ring.stop();
+    m_pickedUp = false;
+    QDialog::closeEvent(event);
+}
+
+void IncomingCallDialog::reject()
+{
+    // Escape or the frame's close button: the call is not picked up.
+    if (!m_decided) {
+        m_ring.stop();
+        m_pickedUp = false;
+    }
+    done(IDCANCEL);
+}

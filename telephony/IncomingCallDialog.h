@@ -1,0 +1,55 @@
+// The incoming-call window (dialog 118, "Navo : Incoming Call Detected"),
+// run modally by the main window's handler of WM_USER+106 while the answer
+// machine is off.
+//
+// It rings (WAVE resource 3003, looped) until closed, shows the caller's
+// number (10037) and name (10039) when caller identification has come, and
+// shows them again on WM_USER+12 (post it when WM_USER+121 arrives). It reads
+// "PhWarn" into AppData::PhoneWarning (missing: "N" is written, warning off).
+//
+// "&Answer" (button 1): CallAnsweredByUser = 1, picked up, exec() gives IDOK.
+// "&Message" (button 2): CallAnsweredByUser = 1, not picked up (the answer
+// machine takes the call), exec() gives IDCANCEL. Closing it by its frame:
+// not picked up, CallAnsweredByUser unchanged, IDCANCEL.
+#pragma once
+
+#include <QDialog>
+
+#include <memory>
+
+#include "platform/WinTypes.h"
+#include "telephony/ProgramResources.h"
+#include "telephony/RingSound.h"
+
+struct AppData;
+struct LineState;
+namespace Ui {
+class IncomingCallDialog;
+}
+
+class IncomingCallDialog : public QDialog {
+public:
+    static constexpr UINT kRefreshCaller = WM_USER + 12;
+
+    IncomingCallDialog(AppData& app, LineState* line, const ProgramResources& resources, QWidget* parent = nullptr);
+    ~IncomingCallDialog() override;
+
+    bool pickedUp() const { return m_pickedUp; }
+    const RingSound& ring() const { return m_ring; }
+
+protected:
+    bool event(QEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
+    void reject() override;
+
+private:
+    void showCaller();
+    void decide(bool pickUp);
+
+    std::unique_ptr<Ui::IncomingCallDialog> m_ui;
+    AppData& m_app;
+    LineState* m_line;
+    RingSound m_ring;
+    bool m_pickedUp = false;
+    bool m_decided = false;
+};

@@ -1,0 +1,109 @@
+// The telephone line as the main window uses it: app/StartupServices.h's
+// LineService for real, on the line library Ek7Tapi, plus the Phone menu's
+// line commands (start and stop monitoring, Modem Selection), the incoming-
+// call window and the exit step.
+//
+// Use (all on the UI thread):
+//
+//   TelephonyService line;                      // main(): services.line = &line
+//   line.initVar(app);                          // start-up: app.lineState is the block
+//   line.startMonitoring(mainWindow);           // 2003, answer machine on, after Modem Selection
+//   line.stopMonitoring();                      // 2004
+//   line.modemSelectionCommand(mainWindow);     // 2002
+//   line.close(app);                            // exit (the main window then waits a second)
+//
+// The library's messages arrive at the window given to startMonitoring (see
+// maker/Ek7Tapi/Ek7Tapi.h for each): +106 offered, +121 caller identity,
+// +105 a ring, +120 time to answer, +107 connected, +110 recording, +131
+// played, +150 ended, +151 idle; dialling adds +154, +111, +152, +153, +108,
+// +109. The main window handles them as its Part of the design says; for the
+// incoming-call window it calls runIncomingCall() on +106 and
+// forwardCallerId() on +121.
+//
+// Status texts: "Line monitoring active", "Line monitoring inactive" (also
+// before anything was tried), "Failed to start line monitoring".
+#pragma once
+
+#include <QPointer>
+
+#include <string>
+
+#include "app/ProfileSettings.h"
+#include "app/StartupServices.h"
+#include "maker/Ek7Tapi/Ek7Tapi.h"
+#include "telephony/IncomingCallDialog.h"
+#include "telephony/ProgramResources.h"
+
+class QObject;
+
+class TelephonyService : public LineService {
+public:
+    static constexpr const char* kActive = "Line monitoring active";
+    static constexpr const char* kInactive = "Line monitoring inactive";
+    static constexpr const char* kFailed = "Failed to start line monitoring";
+
+    enum class StartResult {
+        Started,            // status active; menu: 2003 greyed, 2004 enabled
+        AlreadyMonitoring,  // nothing changed
+        NoDevice,           // DeviceChosen is 0: refused without a word
+        InitFailed,         // reported; status failed; menus as they were
+        OpenFailed,         // 749, 751 or reported; status failed; DeviceChosen 0;
+                            // menu: 2003 and 2004 greyed, 2005 unchecked and greyed
+    };
+    enum class IncomingChoice {
+        PickedUp,         // "&Answer": open the phone recorder for the call
+        ToAnswerMachine,  // "&Message" or closed: the answer machine takes this call
+    };
+
+    explicit TelephonyService(ProgramResources resources = ProgramResources());
+    ~TelephonyService() override;
+
+    // LineService
+    void initVar(AppData& app) override;
+    void chooseDevice(long deviceId) override;
+    bool deviceChosen() const override;
+    void setRings(int rings) override;
+    // Modem Selection (113): stops monitoring first when the line is
+    // monitored and starts it again afterwards, whatever the choice. The
+    // device chosen (DeviceId, DeviceChosen 1), or -1.
+    long selectModem(QWidget* owner) override;
+    // Exit: frees the incoming-call window, drops a present call (lineDrop),
+    // Ek7TapiClose. The one-second wait after it is the caller's.
+    void close(AppData& app) override;
+    std::string statusText() const override { return m_status; }
+    bool monitoring() const override;
+    bool answerMachineOn() const override;
+    // A call is connected and the answer machine is not handling it.
+    bool callWaitingForUser() const override;
+    void setMessagesWaiting(int count) override;
+
+    // Command 2003: reads "Rings" (missing: writes "3"), then Ek7TapiInit and
+    // Ek7TapiOpen(mainWindow) unless already monitoring.
+    StartResult startMonitoring(QObject* mainWindow);
+    // Command 2004: Ek7TapiClose; status inactive.
+    void stopMonitoring();
+    // Command 2002: selectModem; when DeviceChosen is set afterwards, "CommID"
+    // is written as DeviceId in hexadecimal and true returned (menu: 2003
+    // enabled, 2005 unchecked and enabled, 2006 checked).
+    bool modemSelectionCommand(QWidget* owner);
+
+    // WM_USER+106 with the answer machine off: runs the incoming-call window
+    // modally and forgets it afterwards.
+    IncomingChoice runIncomingCall(QWidget* owner);
+    // WM_USER+121: the window, when open, shows the caller again.
+    void forwardCallerId();
+    IncomingCallDialog* incomingCallDialog() const { return m_incoming.data(); }
+
+    LineState* lineState() const { return m_line; }
+    const ProgramResources& resources() const { return m_resources; }
+
+private:
+    ProfileSettings profile() const;
+
+    ProgramResources m_resources;
+    AppData* m_app = nullptr;
+    LineState* m_line = nullptr;
+    QObject* m_window = nullptr;
+    std::string m_status = kInactive;
+    QPointer<IncomingCallDialog> m_incoming;
+};

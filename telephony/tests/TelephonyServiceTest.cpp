@@ -1,0 +1,321 @@
+// TelephonyService, the main window's line, over the test line: monitoring
+// started and stopped with its status texts and messages, the "Rings" and
+// "CommID" settings, Modem Selection, the incoming-call window on a real
+// call, and the exit.
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QFile>
+#include <QLabel>
+#include <QLocalServer>
+#include <QPushButton>
+#include <QTimer>
+#include <QTreeWidget>
+
+#include <functional>
+#include <memory>
+
+#include "LineTestSupport.h"
+#include "ScriptedPrompt.h"
+#include "app/AppData.h"
+#include "app/ProfileSettings.h"
+#include "app/SettingsKeys.h"
+#include "platform/Trace.h"
+#include "res/StringTable.h"
+#include "telephony/IncomingCallDialog.h"
+#include "telephony/ModemSelectionDialog.h"
+#include "telephony/TapiBinding.h"
+#include "telephony/TelephonyService.h"
+
+namespace {
+
+// Runs check on the modal dialog once it is up (the test thread is inside
+// its exec() then).
+void whenModal(std::function<void(QWidget*)> check)
+{
+    QTimer::singleShot(0, [check] {
+        QWidget* dialog = QApplication::activeModalWidget();
+        if (dialog == nullptr) {
+            QTimer::singleShot(20, [check] { whenModal(check); });
+            return;
+        }
+        check(dialog);
+    });
+}
+
+class TelephonyServiceTest : public ::testing::Test {
+protected:
+    explicit TelephonyServiceTest(const std::string& providers = "test line")
+        : setup(200, providers), profile(setup.path("NAVO.ini"), "Tester")
+    {
+        app.IniPath = setup.path("NAVO.ini");
+        app.ProfileSection = "Tester";
+        service.initVar(app);
+        log = std::make_unique<MessageLog>(app.lineState);
+    }
+
+    ~TelephonyServiceTest() override { service.close(app); }
+
+    TestLineSetup setup;
+    ProfileSettings profile;
+    AppData app;
+    TelephonyService service{ProgramResources(QString::fromStdString(TestLineSetup::soundsFolder()))};
+    std::unique_ptr<MessageLog> log;
+};
+
+TEST_F(TelephonyServiceTest, InitVarHandsTheBlockToTheApplication)
+{
+    ASSERT_NE(app.lineState, nullptr);
+    EXPECT_EQ(service.lineState(), app.lineState);
+    EXPECT_EQ(app.lineState->Rings, 3);
+    EXPECT_EQ(service.statusText(), "Line monitoring inactive");
+    EXPECT_FALSE(service.deviceChosen());
+    service.chooseDevice(0);
+    service.setRings(6);
+    EXPECT_TRUE(service.deviceChosen());
+    EXPECT_EQ(app.lineState->DeviceId, 0);
+    EXPECT_EQ(app.lineState->Rings, 6);
+    service.setMessagesWaiting(4);
+    EXPECT_EQ(app.lineState->MessagesWaiting, 4);
+}
+
+TEST_F(TelephonyServiceTest, StartIsRefusedSilentlyWithoutAChosenDevice)
+{
+    ScriptedPrompt prompt;  // any message box would fail the test
+    EXPECT_EQ(service.startMonitoring(log.get()), TelephonyService::StartResult::NoDevice);
+    EXPECT_FALSE(service.monitoring());
+    EXPECT_EQ(service.statusText(), "Line monitoring inactive");
+    EXPECT_EQ(profile.read(settings::kRings), "Bad");  // not even read
+}
+
+TEST_F(TelephonyServiceTest, StartAndStopMonitoringWithTheRingsSetting)
+{
+    service.chooseDevice(0);
+    EXPECT_EQ(service.startMonitoring(log.get()), TelephonyService::StartResult::Started);
+    EXPECT_TRUE(service.monitoring());
+    EXPECT_EQ(service.statusText(), "Line monitoring active");
+    EXPECT_EQ(profile.read(settings::kRings), "3");  // missing: written as 3
+    EXPECT_EQ(app.lineState->Rings, 3);
+
+    profile.write(settings::kRings, "5");
+    EXPECT_EQ(service.startMonitoring(log.get()), TelephonyService::StartResult::AlreadyMonitoring);
+    EXPECT_EQ(app.lineState->Rings, 5);  // read again even so
+
+    service.stopMonitoring();
+    EXPECT_FALSE(service.monitoring());
+    EXPECT_EQ(service.statusText(), "Line monitoring inactive");
+    EXPECT_EQ(service.startMonitoring(log.get()), TelephonyService::StartResult::Started);
+    EXPECT_TRUE(service.monitoring());
+}
+
+TEST_F(TelephonyServiceTest, AModemThatIsGoneShowsMessage749AndDisablesMonitoring)
+{
+    ScriptedPrompt prompt;
+    prompt.answerMessage(IDOK);
+    service.chooseDevice(3);  // the test line is device 0 and the only one
+    EXPECT_EQ(service.startMonitoring(log.get()), TelephonyService::StartResult::OpenFailed);
+    ASSERT_EQ(prompt.messages().size(), 1u);
+    EXPECT_EQ(prompt.messages()[0].text, LoadString(749));
+    EXPECT_EQ(prompt.messages()[0].flags, MB_OK | MB_ICONINFORMATION);
+    EXPECT_EQ(service.statusText(), "Failed to start line monitoring");
+    EXPECT_FALSE(service.deviceChosen());
+    EXPECT_FALSE(service.monitoring());
+    // Until a modem is chosen again, starting is refused without a word.
+    EXPECT_EQ(service.startMonitoring(log.get()), TelephonyService::StartResult::NoDevice);
+    EXPECT_EQ(prompt.messages().size(), 1u);
+}
+
+TEST_F(TelephonyServiceTest, ALineInUseElsewhereAlsoCounts749)
+{
+    QLocalServer other;
+    ASSERT_TRUE(other.listen(QString::fromStdString(setup.socketPath())));
+    ScriptedPrompt prompt;
+    prompt.answerMessage(IDOK);
+    service.chooseDevice(0);
+    EXPECT_EQ(service.startMonitoring(log.get()), TelephonyService::StartResult::OpenFailed);
+    ASSERT_EQ(prompt.messages().size(), 1u);
+    EXPECT_EQ(prompt.messages()[0].text, LoadString(749));
+}
+
+TEST_F(TelephonyServiceTest, IncomingCallWindowShowsTheCallerAndSendsTheCallToTheAnswerMachine)
+{
+    service.chooseDevice(0);
+    profile.write(settings::kRings, "9");
+    ASSERT_EQ(service.startMonitoring(log.get()), TelephonyService::StartResult::Started);
+    QString shownNumber, shownName;
+    TelephonyService::IncomingChoice choice = TelephonyService::IncomingChoice::PickedUp;
+    bool ran = false;
+    log->onMessage = [&](const LoggedMessage& m) {
+        if (m.message == kEk7MsgCallerId)
+            service.forwardCallerId();
+        if (m.message != kEk7MsgOffered || app.lineState->AnswerMachineOn != 0 || app.lineState->CallState != 1)
+            return;
+        whenModal([&](QWidget* dialog) {
+            // Give the caller's identity time to come and be forwarded.
+            QTimer::singleShot(300, dialog, [&, dialog] {
+                shownNumber = dialog->findChild<QLabel*>(QStringLiteral("10037"))->text();
+                shownName = dialog->findChild<QLabel*>(QStringLiteral("10039"))->text();
+                dialog->findChild<QPushButton*>(QStringLiteral("2"))->click();  // "&Message"
+            });
+        });
+        choice = service.runIncomingCall(nullptr);
+        ran = true;
+    };
+    NavoLineProcess caller(setup.socketPath());
+    caller.start({"call", "--rings", "2", "--number", "01632 960001", "--name", "Zoe Smith"});
+    EXPECT_EQ(caller.finish(), 4);  // nobody answers within two rings
+    ASSERT_TRUE(log->waitFor(kEk7MsgIdle));
+    ASSERT_TRUE(ran);
+    EXPECT_EQ(choice, TelephonyService::IncomingChoice::ToAnswerMachine);
+    EXPECT_EQ(shownNumber, QStringLiteral("01632 960001"));
+    EXPECT_EQ(shownName, QStringLiteral("Zoe Smith"));
+    EXPECT_EQ(app.lineState->CallAnsweredByUser, 1);
+    EXPECT_EQ(service.incomingCallDialog(), nullptr);  // destroyed and forgotten
+    EXPECT_EQ(profile.read(settings::kPhWarn), "N");
+}
+
+TEST_F(TelephonyServiceTest, ConnectedCallIsWaitingForTheUserUnlessTheAnswerMachineHasIt)
+{
+    service.chooseDevice(0);
+    profile.write(settings::kRings, "1");
+    ASSERT_EQ(service.startMonitoring(log.get()), TelephonyService::StartResult::Started);
+    bool waitingWhileConnected = false;
+    bool waitingWithMachine = true;
+    log->onMessage = [&](const LoggedMessage& m) {
+        if (m.message == kEk7MsgAnswerNow)
+            Ek7TapiAnswer();
+        if (m.message == kEk7MsgConnected) {
+            waitingWhileConnected = service.callWaitingForUser();
+            app.lineState->AnswerMachineOn = 1;
+            waitingWithMachine = service.callWaitingForUser();
+            app.lineState->AnswerMachineOn = 0;
+        }
+    };
+    EXPECT_FALSE(service.callWaitingForUser());
+    NavoLineProcess caller(setup.socketPath());
+    caller.start({"call", "--rings", "4", "--speak-after", "answer", "--hold", "200"});
+    EXPECT_EQ(caller.finish(), 0);
+    ASSERT_TRUE(log->waitFor(kEk7MsgIdle));
+    EXPECT_TRUE(waitingWhileConnected);
+    EXPECT_FALSE(waitingWithMachine);
+    EXPECT_FALSE(service.callWaitingForUser());
+}
+
+TEST_F(TelephonyServiceTest, ExitDropsACallInProgressAndClosesTheLine)
+{
+    service.chooseDevice(0);
+    profile.write(settings::kRings, "1");
+    ASSERT_EQ(service.startMonitoring(log.get()), TelephonyService::StartResult::Started);
+    log->onMessage = [&](const LoggedMessage& m) {
+        if (m.message == kEk7MsgAnswerNow)
+            Ek7TapiAnswer();
+    };
+    NavoLineProcess caller(setup.socketPath());
+    caller.start({"call", "--rings", "4", "--speak-after", "answer", "--hold", "10000"});
+    ASSERT_TRUE(log->waitFor(kEk7MsgConnected));
+    service.close(app);
+    EXPECT_EQ(caller.finish(), 0);
+    EXPECT_TRUE(caller.outputHas("Navo hung up")) << caller.output().toStdString();
+    EXPECT_FALSE(service.monitoring());
+    EXPECT_EQ(app.lineState->CallHandle, 0u);
+    EXPECT_EQ(service.statusText(), "Line monitoring inactive");
+}
+
+TEST_F(TelephonyServiceTest, LineDropThroughTheBindingEndsTheCallWithItsMessages)
+{
+    service.chooseDevice(0);
+    profile.write(settings::kRings, "1");
+    ASSERT_EQ(service.startMonitoring(log.get()), TelephonyService::StartResult::Started);
+    log->onMessage = [&](const LoggedMessage& m) {
+        if (m.message == kEk7MsgAnswerNow)
+            Ek7TapiAnswer();
+        if (m.message == kEk7MsgConnected) {
+            EXPECT_EQ(lineDrop(app.lineState->CallHandle, nullptr, 0), 0);
+        }
+    };
+    NavoLineProcess caller(setup.socketPath());
+    caller.start({"call", "--rings", "4", "--speak-after", "answer", "--hold", "10000"});
+    EXPECT_EQ(caller.finish(), 0);
+    EXPECT_TRUE(caller.outputHas("Navo hung up"));
+    ASSERT_TRUE(log->waitFor(kEk7MsgIdle));
+    EXPECT_EQ(log->count(kEk7MsgDisconnected), 1);
+    EXPECT_TRUE(service.monitoring());  // the line stays open for the next call
+}
+
+class TwoLines : public TelephonyServiceTest {
+protected:
+    TwoLines() : TelephonyServiceTest("test line,SIP line") {}
+};
+
+TEST_F(TwoLines, ModemSelectionPreselectsCommIdReadAsDecimalAndRestartsMonitoring)
+{
+    // "a" is what device 10 was written as: read as a decimal number it is 0.
+    profile.write(settings::kCommID, "a");
+    service.chooseDevice(0);
+    ASSERT_EQ(service.startMonitoring(log.get()), TelephonyService::StartResult::Started);
+
+    QStringList rows;
+    QString preselected;
+    bool testEnabled = true;
+    bool iconShown = false;
+    whenModal([&](QWidget* dialog) {
+        auto* list = dialog->findChild<QTreeWidget*>(QStringLiteral("10038"));
+        for (int i = 0; i < list->topLevelItemCount(); ++i)
+            rows << list->topLevelItem(i)->text(0) + QLatin1Char(' ') + list->topLevelItem(i)->text(1);
+        if (!list->selectedItems().isEmpty())
+            preselected = list->selectedItems().first()->text(0);
+        iconShown = !list->topLevelItem(0)->icon(0).isNull();
+        testEnabled = dialog->findChild<QPushButton*>(QStringLiteral("8011"))->isEnabled();
+        list->clearSelection();
+        list->topLevelItem(1)->setSelected(true);
+        dialog->findChild<QPushButton*>(QStringLiteral("8010"))->click();  // Select
+    });
+    EXPECT_TRUE(service.modemSelectionCommand(nullptr));
+    EXPECT_EQ(rows, (QStringList{"0 Navo test line (driven by navo-line)", "1 Navo SIP line (calls over the Internet)"}));
+    EXPECT_EQ(preselected, QStringLiteral("0"));
+    EXPECT_TRUE(iconShown);
+    EXPECT_FALSE(testEnabled);
+    EXPECT_EQ(app.lineState->DeviceId, 1);
+    EXPECT_TRUE(service.deviceChosen());
+    EXPECT_EQ(profile.read(settings::kCommID), "1");
+    // Monitoring was on before, so it is on again, now on the SIP line.
+    EXPECT_TRUE(service.monitoring());
+    service.stopMonitoring();
+}
+
+TEST_F(TwoLines, CancelKeepsTheDeviceAndCommIdMissingPreselectsNothing)
+{
+    service.chooseDevice(1);
+    QString preselected = QStringLiteral("unset");
+    whenModal([&](QWidget* dialog) {
+        auto* list = dialog->findChild<QTreeWidget*>(QStringLiteral("10038"));
+        preselected = list->selectedItems().isEmpty() ? QString() : list->selectedItems().first()->text(0);
+        dialog->findChild<QPushButton*>(QStringLiteral("8009"))->click();  // Cancel
+    });
+    EXPECT_EQ(service.selectModem(nullptr), -1);
+    EXPECT_TRUE(preselected.isEmpty());
+    EXPECT_EQ(app.lineState->DeviceId, 1);  // put back after listing
+    EXPECT_FALSE(service.monitoring());
+}
+
+class NoLines : public TelephonyServiceTest {
+protected:
+    NoLines() : TelephonyServiceTest("") {}
+};
+
+TEST_F(NoLines, ModemSelectionWithoutDevicesShowsMessage759)
+{
+    ScriptedPrompt prompt;
+    prompt.answerMessage(IDOK);
+    service.chooseDevice(0);
+    EXPECT_EQ(service.selectModem(nullptr), -1);
+    ASSERT_EQ(prompt.messages().size(), 1u);
+    EXPECT_EQ(prompt.messages()[0].text, LoadString(759));
+    EXPECT_EQ(prompt.messages()[0].flags, MB_OK | MB_ICONINFORMATION);
+    EXPECT_FALSE(service.deviceChosen());
+    prompt.answerMessage(IDOK);
+    EXPECT_FALSE(service.modemSelectionCommand(nullptr));
+    EXPECT_EQ(profile.read(settings::kCommID), "Bad");
+}
+
+}  // namespace
