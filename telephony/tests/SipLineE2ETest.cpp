@@ -294,4 +294,42 @@ TEST_F(SipLineCall, CallerWhoGivesUpBeforeTheRingsEndsTheCallUnanswered)
     EXPECT_TRUE(caller.quit());
 }
 
+TEST_F(SipLineCall, NavoDialsAPhoneThatAnswersAndHearsWhatIsPlayed)
+{
+    log->onMessage = [this](const LoggedMessage& m) {
+        if (m.message == kEk7MsgConnected && state->CallState == 2)
+            playResult = Ek7TapiPlayFile(greeting.c_str())->ErrorCode;
+        if (m.message == kEk7MsgPlayDone)
+            Ek7TapiClose();  // as the modem tester hangs up after playing
+    };
+    const std::string heard = setup.path("phone-heard.wav");
+    LinphoneCaller phone(setup, "Phone", "200", 5080, 7200);
+    ASSERT_TRUE(phone.started());
+    phone.command("soundcard use files");
+    phone.command("record " + heard);
+    phone.command("autoanswer enable");
+    MessageLog::pump(300);
+    EXPECT_EQ(Ek7TapiDial("sip:200@127.0.0.1:5080")->ErrorCode, kEk7Ok);
+    EXPECT_EQ(state->CallState, 2);
+    ASSERT_TRUE(log->waitFor(kEk7MsgPlayDone, 1, 15000)) << phone.output().toStdString();
+    EXPECT_EQ(playResult, kEk7Ok);
+    EXPECT_EQ(log->count(kEk7MsgDialStarted), 1);
+    EXPECT_EQ(log->count(kEk7MsgConnected), 1);
+    EXPECT_EQ(state->Monitoring, 0);
+    ASSERT_TRUE(phone.waitForOutput(QStringLiteral("ended"), 5000)) << phone.output().toStdString();
+    EXPECT_TRUE(phone.quit());
+    LineSamples played;
+    ASSERT_TRUE(LineWave::readFile(heard, played));
+    const ToneMeasure greetingHeard = SineFiles::measure(played);
+    EXPECT_NEAR(greetingHeard.frequency, 400, 15);
+    EXPECT_NEAR(greetingHeard.soundSeconds, 0.5, 0.1);
+}
+
+TEST_F(SipLineCall, DialWithoutADomainNeedsAFullAddress)
+{
+    EXPECT_EQ(Ek7TapiDial("0800123")->ErrorCode, kEk7DialFailed);
+    EXPECT_EQ(state->CallHandle, 0u);
+    EXPECT_EQ(log->count(kEk7MsgDialStarted), 0);
+}
+
 }  // namespace
