@@ -70,6 +70,19 @@ TapiModule& TapiModule::instance()
     return module;
 }
 
+TapiModule::~TapiModule()
+{
+    std::vector<HLINE> lines;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        for (const auto& line : m_lines)
+            lines.push_back(line.first);
+        m_callback = nullptr;  // the application may be gone already
+    }
+    for (HLINE line : lines)
+        close(line);
+}
+
 void TapiModule::loadDevices()
 {
     registerBuiltInProviders();

@@ -46,8 +46,8 @@ private:
     class Sink;
     struct OpenLine {
         TAPIDWORD device = 0;
-        std::shared_ptr<LineProvider> provider;
         std::unique_ptr<Sink> sink;
+        std::shared_ptr<LineProvider> provider;  // last: goes first, while its sink is still there
     };
     struct CallEntry {
         HLINE line = 0;
@@ -58,6 +58,9 @@ private:
     };
 
     TapiModule() = default;
+    // At exit: every line closed (provider threads stopped) while the
+    // tables their reports touch still exist.
+    ~TapiModule();
     void loadDevices();  // with m_mutex held
     std::shared_ptr<LineProvider> providerOf(HCALL call);
     void report(TAPIDWORD device, TAPIDWORD message, DWORD_PTR instance, DWORD_PTR p1, DWORD_PTR p2 = 0,

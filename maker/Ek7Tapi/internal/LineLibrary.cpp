@@ -37,13 +37,10 @@ LineLibrary& LineLibrary::instance()
     return library;
 }
 
-LineLibrary::~LineLibrary()
-{
-    // The module's threads must be stopped before the process tears down what
-    // their reports would reach.
-    if (m_initialised)
-        close();
-}
+// A line still open at exit is not closed from here: the module was started
+// after this object, so its own statics are gone by now, and it stops its
+// lines' threads itself as they go.
+LineLibrary::~LineLibrary() = default;
 
 LineState* LineLibrary::result(std::int32_t reason)
 {

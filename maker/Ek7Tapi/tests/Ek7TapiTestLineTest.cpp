@@ -394,3 +394,29 @@ TEST(Ek7TapiBlock, InitVarStartsZeroedWithThreeRings)
 }
 
 }  // namespace
+
+namespace {
+
+// Leaving the line open at exit must neither hang nor abort the process on
+// the way out (a provider thread left running, or joined from the wrong
+// place): the module stops its lines' threads as its statics go.
+TEST(Ek7TapiExitDeathTest, AProcessThatEndsWithTheLineOpenExitsCleanly)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            TestLineSetup setup;
+            LineState* state = Ek7TapiInitVar();
+            MessageLog window(state);
+            state->DeviceId = 0;
+            Ek7TapiInit(0);
+            Ek7TapiOpen(window.handle());
+            if (state->Monitoring != 1)
+                std::exit(3);
+            MessageLog::pump(50);
+            std::exit(0);
+        },
+        ::testing::ExitedWithCode(0), "");
+}
+
+}  // namespace
