@@ -187,6 +187,11 @@ TEST_F(SipLineCall, LinphoneCallerIsAnsweredAfterTheRingsHearsTheGreetingAndIsRe
     caller.command("terminate");
     ASSERT_TRUE(log->waitFor(kEk7MsgIdle, 1, 10000)) << caller.output().toStdString();
     EXPECT_TRUE(caller.quit()) << caller.output().toStdString();
+    // The caller heard ringing (180) until Navo answered.
+    const QString callerSaw = caller.output();
+    const auto ringing = callerSaw.indexOf(QStringLiteral("ringing."));
+    ASSERT_GE(ringing, 0) << callerSaw.toStdString();
+    EXPECT_LT(ringing, callerSaw.indexOf(QStringLiteral("connected."))) << callerSaw.toStdString();
 
     // Rings, caller identity and the answer.
     const LoggedMessage* callerId = log->first(kEk7MsgCallerId);
