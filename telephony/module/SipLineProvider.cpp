@@ -1,6 +1,9 @@
 #include "telephony/module/SipLineProvider.h"
 
+#include <netinet/in.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <filesystem>
@@ -20,6 +23,23 @@ constexpr std::chrono::milliseconds kIterate{20};
 void warn(const std::string& text)
 {
     std::fprintf(stderr, "navotapi: SIP line: %s\n", text.c_str());
+}
+
+// The SIP stack binds its port with SO_REUSEADDR, so a port another program
+// holds would be shared without a word and calls would go astray. A plain
+// bind of our own finds out first.
+bool udpPortFree(int port)
+{
+    const int probe = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    if (probe < 0)
+        return true;  // cannot tell: let the stack try
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(static_cast<std::uint16_t>(port));
+    address.sin_addr.s_addr = htonl(INADDR_ANY);
+    const bool free = ::bind(probe, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    ::close(probe);
+    return free;
 }
 
 }  // namespace
@@ -63,6 +83,10 @@ SipLineProvider::~SipLineProvider()
 
 LONG SipLineProvider::open(LineEvents& events)
 {
+    if (m_options.sipPort > 0 && !udpPortFree(m_options.sipPort)) {
+        warn("UDP port " + std::to_string(m_options.sipPort) + " is in use by another program");
+        return LINEERR_RESOURCEUNAVAIL;
+    }
     m_events = &events;
     m_thread.start(kIterate, [this] { setUp(); }, [this] { tick(); });
     // setUp has run once the first request gets through.

@@ -5,6 +5,7 @@
 
 #include <QFile>
 #include <QLocalServer>
+#include <QUdpSocket>
 
 #include <fstream>
 #include <memory>
@@ -332,6 +333,21 @@ TEST_F(TestLineCall, ALineAnotherProgramHoldsCannotBeOpened)
     Ek7TapiInit(0);
     EXPECT_EQ(Ek7TapiOpen(log->handle())->ErrorCode, kEk7OpenFailed);
     EXPECT_EQ(state->Monitoring, 0);
+}
+
+TEST(Ek7TapiSipLine, APortAnotherProgramHoldsIsRefusedBeforeTheStackStarts)
+{
+    QUdpSocket other;
+    ASSERT_TRUE(other.bind(QHostAddress::AnyIPv4, 0));
+    TestLineSetup setup(200, "SIP line");
+    setup.environment().set("NAVO_SIP_PORT", std::to_string(other.localPort()));
+    LineState* state = Ek7TapiInitVar();
+    MessageLog window(state);
+    state->DeviceId = 0;
+    ASSERT_EQ(Ek7TapiInit(0)->ErrorCode, kEk7Ok);
+    EXPECT_EQ(Ek7TapiOpen(window.handle())->ErrorCode, kEk7OpenFailed);
+    EXPECT_EQ(state->Monitoring, 0);
+    Ek7TapiClose();
 }
 
 TEST_F(TestLineCall, CallFunctionsWithoutACallSayWhy)
