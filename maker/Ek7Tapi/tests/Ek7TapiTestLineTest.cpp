@@ -168,6 +168,25 @@ TEST_F(TestLineCall, AnsweredAfterTheRingCountGreetedRecordedAndSaved)
     EXPECT_NEAR(message.soundSeconds, 1.0, 0.05);
 }
 
+TEST_F(TestLineCall, ALineThatDropsMidMessageKeepsWhatWasSaidSoFar)
+{
+    openLine(1);
+    actAsAnswerMachine();
+    ASSERT_TRUE(SineFiles::write(voice, 600, 3.0));
+    NavoLineProcess caller(setup.socketPath());
+    caller.start({"call", "--rings", "5", "--say", QString::fromStdString(voice)});
+    ASSERT_TRUE(log->waitFor(kEk7MsgRecording));
+    // Greeting and tone are over; the caller starts 300 ms after the tone.
+    MessageLog::pump(300 + 1000);
+    caller.kill();
+    ASSERT_TRUE(log->waitFor(kEk7MsgIdle));
+    EXPECT_EQ(saveResult, kEk7Ok);
+    const ToneMeasure kept = SineFiles::measure(readSamples(vxw));
+    EXPECT_NEAR(kept.frequency, 600, 10);
+    EXPECT_GT(kept.soundSeconds, 0.6);
+    EXPECT_LT(kept.soundSeconds, 1.6);
+}
+
 TEST_F(TestLineCall, CallerWhoHangsUpBeforeTheRingCountIsNeverAnswered)
 {
     openLine(3);

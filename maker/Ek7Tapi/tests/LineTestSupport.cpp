@@ -176,6 +176,13 @@ int NavoLineProcess::finish(int timeoutMs)
     return m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
 }
 
+void NavoLineProcess::kill()
+{
+    m_process.kill();
+    m_process.waitForFinished(2000);
+    m_output += QString::fromLocal8Bit(m_process.readAll());
+}
+
 bool SoundFolderResources::loadWave(int id, std::string& bytes) const
 {
     const char* name = id == 3001 ? "tone.wav" : id == 3003 ? "ring.wav" : nullptr;

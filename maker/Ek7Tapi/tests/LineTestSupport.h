@@ -90,6 +90,8 @@ public:
     void start(const QStringList& arguments);
     // Waits for the end; the exit code, or -1 when it did not end in time.
     int finish(int timeoutMs = 20000);
+    // The line drops: the process dies without hanging up.
+    void kill();
     QString output() const { return m_output; }
     bool outputHas(const QString& text) const { return m_output.contains(text); }
 
