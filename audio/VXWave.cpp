@@ -132,7 +132,7 @@ int VXWave::StartRecord(int divisor, int quality)
     }
 
     m_BufferSize = format.nAvgBytesPerSec / static_cast<DWORD>(std::max(1, divisor));
-    // A failure part way leaves the device open, as it always was; the
+    // A failure part way leaves the device open, as the contract says; the
     // buffers it already holds are taken back first, so none is freed under it.
     auto failBuffers = [this](const std::string& error) {
         LastError = error;

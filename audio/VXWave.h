@@ -37,8 +37,8 @@
 // Saved file: "RIFF", size, "WAVE", "fmt " (18) + WAVEFORMATEX, "fact" (4)
 // + 0, "data" + PCM (a pad byte after odd-sized sound).
 //
-// Where this engine is stricter than the program it follows (so that bad
-// input gives a clear error and loses nothing):
+// Stricter than its bare contract, so that bad input gives a clear error
+// and loses nothing:
 // - StartRecord fails ("Record: Failed to create recording file\n" + the
 //   system's reason) when the raw record file cannot be created.
 // - A write to the raw record file that fails (a full disk) is traced
@@ -55,6 +55,10 @@
 //   that claims more bytes than the file holds, and an empty "data" chunk
 //   (after tracing "Data chunk actually has no data\n").
 // - Free first resets and closes any device still open, without writing.
+//
+// Sizes and counts are 32-bit, as in a RIFF file: a run of more than 4 GB
+// (some 6.7 hours at CD quality) records, but cannot be saved as one wave
+// file (SaveWaveFile gives 99).
 #pragma once
 
 #include "audio/CallbackWindow.h"

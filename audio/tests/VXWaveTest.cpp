@@ -526,3 +526,45 @@ TEST(WaveEngine, OneEngineForTheApplicationRegisteredAtFirstUse)
     EXPECT_TRUE(CallbackWindow::isClassRegistered());
     EXPECT_FALSE(first.hasData());
 }
+
+TEST(VirtualBackendEndToEnd, ChosenByTheEnvironmentItRecordsAFileAndPlaysItBack)
+{
+    TempFolder dir;
+    // Stereo with different left and right, in the quality 1 format.
+    std::vector<std::int16_t> voice;
+    for (int i = 0; i < 8000; ++i) {
+        voice.push_back(static_cast<std::int16_t>(i));
+        voice.push_back(static_cast<std::int16_t>(-i));
+    }
+    writeWav(dir.file("voice.wav"), waveFormatForQuality(1), samples16(voice));
+    qputenv("NAVO_AUDIO", "virtual");
+    qputenv("NAVO_AUDIO_INPUT", dir.file("voice.wav").c_str());
+    qputenv("NAVO_AUDIO_OUTPUT", dir.file("speaker.wav").c_str());
+    qputenv("NAVO_AUDIO_PACE", "fast");
+    CallbackWindow::registerClass();
+
+    RecordingFlags flags;
+    VXWave wave(nullptr, flags);
+    wave.RawRecordPath = dir.file("buffer.wav");
+    wave.RawDataPath = dir.file("data.wav");
+    wave.WavePath = dir.file("record.wav");
+    ASSERT_EQ(wave.StartRecord(5, 1), 1) << wave.LastError;
+    flags.LevelMeterOn = 1;
+    ASSERT_TRUE(pumpUntil([&] { return wave.bytesWritten() >= 3 * 32000; }, 5000));
+    wave.DiscardInput = 1;
+    wave.Stop(0);
+    ASSERT_EQ(wave.Append(), 0);
+    ASSERT_EQ(wave.SaveWaveFile(), 0);
+    wave.Free();
+    const auto saved = toSamples16(waveData(readFile(wave.WavePath)));
+    ASSERT_GE(saved.size(), 3u * 16000u);
+    EXPECT_EQ(std::vector<std::int16_t>(saved.begin(), saved.begin() + 16000), voice);
+    EXPECT_EQ(rms(std::vector<std::int16_t>(saved.begin() + 16000, saved.end())), 0.0);
+
+    ASSERT_EQ(wave.LoadFile(wave.WavePath.c_str()), 1);
+    ASSERT_EQ(wave.Play(), 1);
+    ASSERT_TRUE(pumpUntil([&] { return !wave.isPlaying(); }, 5000));
+    EXPECT_EQ(toSamples16(waveData(readFile(dir.file("speaker.wav")))), saved);
+    for (const char* name : {"NAVO_AUDIO", "NAVO_AUDIO_INPUT", "NAVO_AUDIO_OUTPUT", "NAVO_AUDIO_PACE"})
+        qunsetenv(name);
+}
