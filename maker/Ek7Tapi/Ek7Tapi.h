@@ -175,8 +175,8 @@ public:
 // The block comes into being zeroed, with Rings 3. Called once at start-up;
 // a second call closes an open line first.
 LineState* Ek7TapiInitVar();
-// Loads the provider module and starts it; DeviceCount is set. Running it
-// again while started only refreshes nothing and succeeds.
+// Loads the provider module (once per process) and starts it; DeviceCount
+// is set. Called again while started, it changes nothing and succeeds.
 LineState* Ek7TapiInit(HINSTANCE instance);
 // Opens device DeviceId for incoming calls; events go to window from now on.
 // Monitoring and DialReady become 1.
@@ -189,7 +189,8 @@ LineState* Ek7TapiListDev(Ek7TapiDeviceList* list);
 // Asks the line for its wave device ("wave/out" or "wave/in"); the first
 // argument is passed through and not otherwise used.
 LineState* Ek7TapiGetWaveID(int kind, const char* deviceClass);
-// The tone played after the next Ek7TapiPlayFile: WAVE resource id of module.
+// The tone played after the next Ek7TapiPlayFile: WAVE resource id of module
+// (the program passes TelephonyService::resources() and 3001).
 LineState* Ek7TapiSetResource(const Ek7TapiResourceModule* module, int resourceId);
 // Plays a WAV file into the connected call; +131 when done (see above).
 LineState* Ek7TapiPlayFile(const char* path);
