@@ -2,7 +2,7 @@
 // lookup is a binary search.
 //
 // Numbers the program loads but whose text has not been settled yet (the
-// modem tool tips 742 to 746, the data store messages 616 to 620, and the
+// data store messages 616 to 620, and the
 // long texts 658, 755, 803 and 875) are deliberately absent: they load as ""
 // until their wording is known, and the message catalogue shows a fallback
 // for the coded ones.
@@ -78,8 +78,9 @@ const StringEntry kStrings[] = {
     {694, "Sets the number of minutes before being reminded again"},
 
     // Navo's own wording for numbers loaded by the program whose text was
-    // never settled: the main tool bar's first button, the Options tool tips,
-    // the web address and the message when it cannot be opened.
+    // never settled: the main tool bar's first button, the Options and
+    // Modem Selection tool tips, the web address and the message when it
+    // cannot be opened.
     {721, "Start a new recording of the type shown"},
     {725, "Default cost per minute of telephone calls"},
     {726, "Default cost per hour of meetings"},
@@ -89,7 +90,11 @@ const StringEntry kStrings[] = {
     {730, "Look for diary reminders that are due each time Navo starts"},
     {731, "Compress recordings before they are sent by e-mail"},
     {732, "Save these options and close"},
+    {742, "Test the selected modem"},
     {743, "The currency sign shown with costs"},
+    {744, "The telephone lines Navo can use: click one to choose it"},
+    {745, "Use the chosen line for answering and recording calls"},
+    {746, "Close without changing the line"},
 
     // Telephone line
     {748, "Please enter a valid phone number and press Start.\n\n"
