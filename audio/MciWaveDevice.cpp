@@ -3,6 +3,8 @@
 // playing; the callback window.
 #include "audio/MciWaveDevice.h"
 
+#include "audio/PeakLevels.h"
+#include "audio/RecordingFlags.h"
 #include "platform/Sleep.h"
 #include "platform/Trace.h"
 #include "platform/WindowMessages.h"
@@ -438,6 +440,9 @@ void MciWaveDevice::recorded(WAVEHDR* header)
         finishRecording(MCI_NOTIFY_FAILURE, false);
         return;
     }
+    // The recorders' level meters follow this device as they follow the
+    // wave engine.
+    updateLevelMeter(theRecordingFlags(), header->lpData, header->dwBytesRecorded, m_format);
     if (m_recordLeft == 0) {
         finishRecording(MCI_NOTIFY_SUCCESSFUL, false);
         return;

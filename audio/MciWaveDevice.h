@@ -29,7 +29,9 @@
 // stopped; MCI_RECORD_INSERT (also the default) moves the sound after the
 // position later, MCI_RECORD_OVERWRITE replaces it as far as the new sound
 // reaches. Status position and length follow the recording as it goes,
-// in steps of 50 ms. MCI_WAIT is accepted only with MCI_TO.
+// in steps of 50 ms. MCI_WAIT is accepted only with MCI_TO. While a
+// recorder has the level meter on, every recorded buffer's peak levels go
+// to the recording flags (PeakLevels.h).
 //
 // Play: from MCI_FROM (else the position) to MCI_TO (else the end); with
 // MCI_WAIT it returns when done. Status position follows the sound heard.
