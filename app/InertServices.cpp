@@ -56,15 +56,53 @@ void InertServices::start(AppData&, std::uintptr_t)
     OutputDebugString("Diary monitor not started: not in this build\n");
 }
 
-int InertServices::switchOn(AppData&)
+InertServices::StartResult InertServices::startMonitoring(QObject*)
+{
+    OutputDebugString("Start monitoring skipped: no telephone line in this build\n");
+    return StartResult::NoDevice;
+}
+
+void InertServices::stopMonitoring()
+{
+    OutputDebugString("Stop monitoring skipped: no telephone line in this build\n");
+}
+
+bool InertServices::modemSelectionCommand(QWidget*)
+{
+    OutputDebugString("Modem selection skipped: no telephone line in this build\n");
+    return false;
+}
+
+InertServices::IncomingChoice InertServices::runIncomingCall(QWidget*)
+{
+    return IncomingChoice::ToAnswerMachine;
+}
+
+InertServices::Switch InertServices::switchOn(AppData&, QObject*)
 {
     OutputDebugString("Answer machine on skipped: not in this build\n");
+    return Switch::NotAvailable;
+}
+
+InertServices::Switch InertServices::switchOff(AppData&)
+{
+    OutputDebugString("Answer machine off skipped: not in this build\n");
+    return Switch::NotAvailable;
+}
+
+void InertServices::answerCall(AppData&)
+{
+    OutputDebugString("Answering skipped: no answer machine in this build\n");
+}
+
+int InertServices::callEnded(AppData&)
+{
     return kNotAvailable;
 }
 
-int InertServices::switchOff(AppData&)
+int InertServices::useDictationAsGreeting(AppData&, const std::string&)
 {
-    OutputDebugString("Answer machine off skipped: not in this build\n");
+    OutputDebugString("Greeting not changed: no answer machine in this build\n");
     return kNotAvailable;
 }
 

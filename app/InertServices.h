@@ -25,12 +25,22 @@ public:
     bool answerMachineOn() const override { return false; }
     bool callWaitingForUser() const override { return false; }
     void setMessagesWaiting(int count) override { m_messagesWaiting = count; }
+    StartResult startMonitoring(QObject* mainWindow) override;
+    void stopMonitoring() override;
+    bool modemSelectionCommand(QWidget* owner) override;
+    IncomingChoice runIncomingCall(QWidget* owner) override;
+    void forwardCallerId() override {}
 
     int check(AppData& app) override;
     void start(AppData& app, std::uintptr_t mainWindow) override;
 
-    int switchOn(AppData& app) override;
-    int switchOff(AppData& app) override;
+    Switch switchOn(AppData& app, QObject* mainWindow) override;
+    Switch switchOff(AppData& app) override;
+    void forThisCall(AppData&, bool) override {}
+    void answerCall(AppData& app) override;
+    void callConnected(AppData&) override {}
+    int callEnded(AppData& app) override;
+    int useDictationAsGreeting(AppData& app, const std::string& recordFileName) override;
 
     int runDialog(AppData& app, QWidget* owner) override;
 

@@ -18,6 +18,7 @@
 #include <set>
 
 #include "maker/Ek7Srch/Ek7Srch.h"
+#include "maker/Ek7Tapi/Ek7Tapi.h"
 #include "store/ComponentFiles.h"
 
 #include "app/AboutDialog.h"
@@ -54,7 +55,9 @@ constexpr int kWeightHeavy = 900;
 const std::set<int> kAvailableCommands = {ID_EXIT,          ID_OPTIONS,        ID_ABOUT_NAVO,   IDM_ABOUTBOX,
                                           ID_NEW_DATASTORE, ID_OPEN_DATASTORE, ID_RECORD_DELETE, ID_HELP_NAVO,
                                           ID_HELP_NAVOING,  ID_TB_NAVOING,     ID_NAVO_WEB,     ID_RECORD_EDIT,
-                                          ID_HOT_KEYS};
+                                          ID_HOT_KEYS,      ID_MODEM_SELECTION, ID_START_MONITORING,
+                                          ID_STOP_MONITORING, ID_ANSWER_MACHINE_ON, ID_ANSWER_MACHINE_OFF,
+                                          ID_RECORD_USE_AS_GREETING};
 
 // Private messages other threads and windows post to the main window.
 constexpr UINT kDiaryMonitorStarted = WM_USER + 40;
@@ -62,6 +65,9 @@ constexpr UINT kDiaryMonitorFailed = WM_USER + 41;
 constexpr UINT kDiaryRemindersDue = WM_USER + 42;
 constexpr UINT kDiaryMonitorStopped = WM_USER + 43;
 constexpr UINT kTemplateRecording = WM_USER + 30;
+// Line messages of other parts that are not in this version.
+constexpr UINT kOutgoingCallRecorder = WM_USER + 155;
+constexpr UINT kListRoutine = WM_USER + 156;
 
 // Record menu commands, in menu order, with their texts.
 struct MenuItem {
@@ -289,11 +295,12 @@ BOOL MainWindow::OnInitDialog()
     // 23.
     switch (startup.readAutoMessage()) {
     case ProfileStartup::AutoMessage::On:
-        m_services.answerMachine->switchOn(m_app);
+        applyAnswerMachineSwitch(m_services.answerMachine->switchOn(m_app, this));
+        showLineState();
         fillList(kListDictation);
         break;
     case ProfileStartup::AutoMessage::Off:
-        m_services.answerMachine->switchOff(m_app);
+        applyAnswerMachineSwitch(m_services.answerMachine->switchOff(m_app));
         fillList(kListDictation);
         break;
     case ProfileStartup::AutoMessage::Neither:
@@ -428,7 +435,10 @@ void MainWindow::showLineState()
     QListWidgetItem* phone = m_ui->IDC_RECORD_TYPES->item(kPhoneItem);
     if (!phone)
         return;
-    const int newMessages = m_app.CurrentListType == kListPhone ? m_model->newMessageCount() : 0;
+    // The count the last Phone list fill (or call) left in the line state.
+    int newMessages = m_app.CurrentListType == kListPhone ? m_model->newMessageCount() : 0;
+    if (m_app.lineState != nullptr)
+        newMessages = m_app.lineState->MessagesWaiting;
     const auto state = recordlists::lineState(m_services.line->monitoring(), m_services.line->answerMachineOn(),
                                               newMessages);
     phone->setIcon(QIcon(QString::fromLatin1(kLineStateIcons[static_cast<int>(state)])));
@@ -623,8 +633,198 @@ void MainWindow::handleWindowMessage(UINT message, WPARAM wParam, LPARAM)
         OutputDebugString("Recording from a template is not in this build\n");
         break;
     default:
+        handleLineMessage(message);
         break;
     }
+}
+
+bool MainWindow::handleLineMessage(UINT message)
+{
+    const LineState* line = m_app.lineState;
+    switch (message) {
+    case kEk7MsgOffered:
+        onIncomingCall();
+        return true;
+    case kEk7MsgCallerId:
+        onCallerIdentity();
+        return true;
+    case kEk7MsgAnswerNow:
+        if (line != nullptr && line->CallState == 1 && line->CallHandle != 0)
+            m_services.answerMachine->answerCall(m_app);
+        return true;
+    case kEk7MsgConnected:
+        // The phone recorder, which a call the machine does not have would
+        // be handed to here, is not in this version.
+        m_services.answerMachine->callConnected(m_app);
+        showLineState();
+        return true;
+    case kEk7MsgDisconnected:
+        onCallEnded();
+        return true;
+    case kOutgoingCallRecorder:
+        OutputDebugString("The phone recorder is not in this build\n");
+        return true;
+    case kListRoutine:
+        return true;
+    default:
+        // +105 (a ring), +108 (busy) and the dialling, playing and idle
+        // messages need nothing from the main window.
+        return false;
+    }
+}
+
+void MainWindow::onIncomingCall()
+{
+    const LineState* line = m_app.lineState;
+    if (line != nullptr && line->AnswerMachineOn == 0 && line->CallState == 1) {
+        const LineService::IncomingChoice choice = m_services.line->runIncomingCall(this);
+        const bool picked = choice == LineService::IncomingChoice::PickedUp;
+        m_services.answerMachine->forThisCall(m_app, !picked);
+        if (picked)
+            OutputDebugString("Call picked up, but the phone recorder is not in this build\n");
+    }
+    showLineState();
+}
+
+void MainWindow::onCallerIdentity()
+{
+    if (const LineState* line = m_app.lineState) {
+        OutputDebugString(line->CallerNumber);
+        OutputDebugString("\n");
+        OutputDebugString(line->CallerName);
+        OutputDebugString("\n");
+    }
+    m_services.line->forwardCallerId();
+}
+
+void MainWindow::onCallEnded()
+{
+    // The phone recorder is not in this version, so the steps that would
+    // tell it the call has ended have no one to tell.
+    const LineState* line = m_app.lineState;
+    if (line != nullptr && line->AnswerMachineOn != 0)
+        m_services.answerMachine->callEnded(m_app);
+    afterCallUpdate();
+}
+
+void MainWindow::afterCallUpdate()
+{
+    if (m_app.CurrentListType == kListPhone) {
+        fillList(kListPhone);
+    } else if (const recordlists::ListSpec* spec = recordlists::specFor(kListPhone); spec && !m_app.TempDir.empty()) {
+        // Not shown: counted as the Phone list would count them, so the
+        // line-state picture tells of a new message at once.
+        SearchLogRows rows;
+        const std::string family = components::workspacePath(m_app.TempDir, spec->familyFile);
+        SearchLog(family.c_str(), spec->searchType, &rows);
+        int newMessages = 0;
+        for (std::size_t row = 0; row < rows.size(); ++row)
+            if (rows.image(row) == SearchLogRows::kNewMessageImage)
+                ++newMessages;
+        m_services.line->setMessagesWaiting(newMessages);
+    }
+    showLineState();
+}
+
+void MainWindow::showLineStatus()
+{
+    setStatusText(QString::fromStdString(m_services.line->statusText()) + QStringLiteral(" : Using Navo File : ") +
+                  QString::fromLocal8Bit(m_app.DataStorePath.c_str()));
+    showLineState();
+}
+
+void MainWindow::setCommandChecked(int id, bool checked)
+{
+    m_checked[id] = checked;
+    if (QAction* action = commandAction(id))
+        action->setChecked(checked);
+}
+
+void MainWindow::applyMonitoringMenus()
+{
+    if (m_services.line->monitoring()) {
+        setCommandEnabled(ID_START_MONITORING, false);
+        setCommandEnabled(ID_STOP_MONITORING, true);
+    } else if (!m_services.line->deviceChosen()) {
+        // The modem could not be opened: nothing works until one is chosen.
+        setCommandEnabled(ID_START_MONITORING, false);
+        setCommandEnabled(ID_STOP_MONITORING, false);
+        setCommandChecked(ID_ANSWER_MACHINE_ON, false);
+        setCommandEnabled(ID_ANSWER_MACHINE_ON, false);
+    } else {
+        setCommandEnabled(ID_START_MONITORING, true);
+        setCommandEnabled(ID_STOP_MONITORING, false);
+    }
+}
+
+void MainWindow::modemSelectionCommand()
+{
+    const bool chosen = m_services.line->modemSelectionCommand(this);
+    applyMonitoringMenus();
+    if (chosen) {
+        setCommandEnabled(ID_START_MONITORING, true);
+        setCommandChecked(ID_ANSWER_MACHINE_ON, false);
+        setCommandEnabled(ID_ANSWER_MACHINE_ON, true);
+        setCommandChecked(ID_ANSWER_MACHINE_OFF, true);
+    }
+    showLineStatus();
+}
+
+void MainWindow::startMonitoringCommand()
+{
+    if (m_services.line->startMonitoring(this) == LineService::StartResult::NoDevice)
+        return;
+    applyMonitoringMenus();
+    showLineStatus();
+}
+
+void MainWindow::stopMonitoringCommand()
+{
+    m_services.line->stopMonitoring();
+    applyMonitoringMenus();
+    showLineStatus();
+}
+
+void MainWindow::applyAnswerMachineSwitch(AnswerMachineService::Switch result)
+{
+    using Switch = AnswerMachineService::Switch;
+    switch (result) {
+    case Switch::NotAvailable:
+    case Switch::Refused:
+        return;
+    case Switch::NoDevice:
+        setCommandChecked(ID_ANSWER_MACHINE_OFF, false);
+        setCommandEnabled(ID_ANSWER_MACHINE_OFF, false);
+        return;
+    case Switch::On:
+        applyMonitoringMenus();
+        setCommandChecked(ID_ANSWER_MACHINE_ON, true);
+        setCommandEnabled(ID_ANSWER_MACHINE_ON, false);
+        setCommandChecked(ID_ANSWER_MACHINE_OFF, false);
+        setCommandEnabled(ID_ANSWER_MACHINE_OFF, true);
+        showLineStatus();
+        return;
+    case Switch::Failed:
+        applyMonitoringMenus();
+        setCommandChecked(ID_ANSWER_MACHINE_OFF, true);
+        setCommandEnabled(ID_ANSWER_MACHINE_OFF, false);
+        showLineStatus();
+        return;
+    case Switch::Off:
+        setCommandChecked(ID_ANSWER_MACHINE_ON, false);
+        setCommandEnabled(ID_ANSWER_MACHINE_ON, true);
+        setCommandChecked(ID_ANSWER_MACHINE_OFF, true);
+        setCommandEnabled(ID_ANSWER_MACHINE_OFF, false);
+        showLineState();
+        return;
+    }
+}
+
+void MainWindow::useDictationAsGreeting()
+{
+    if (m_app.CurrentListType != kListDictation || m_selectedCount != 1 || m_selectedFile.empty())
+        return;
+    m_services.answerMachine->useDictationAsGreeting(m_app, m_selectedFile);
 }
 
 void MainWindow::buildRecordTypeList()
@@ -730,6 +930,8 @@ void MainWindow::createMenu()
     phone->addSeparator();
     addCommand(phone, ID_ANSWER_MACHINE_ON, "&Answer Machine On");
     addCommand(phone, ID_ANSWER_MACHINE_OFF, "A&nswer Machine Off");
+    m_actions[ID_ANSWER_MACHINE_ON]->setCheckable(true);
+    m_actions[ID_ANSWER_MACHINE_OFF]->setCheckable(true);
     phone->addSeparator();
     addCommand(phone, ID_PHONE_BOOK, "&Phone Book...");
 
@@ -829,6 +1031,26 @@ void MainWindow::runCommand(int id)
     case ID_OPEN_DATASTORE:
         m_services.store->openStoreCommand(m_app, this);
         afterStoreCommand();
+        break;
+    case ID_MODEM_SELECTION:
+        modemSelectionCommand();
+        break;
+    case ID_START_MONITORING:
+        startMonitoringCommand();
+        break;
+    case ID_STOP_MONITORING:
+        stopMonitoringCommand();
+        break;
+    case ID_ANSWER_MACHINE_ON:
+    case ID_ANSWER_MACHINE_OFF:
+        applyAnswerMachineSwitch(id == ID_ANSWER_MACHINE_ON ? m_services.answerMachine->switchOn(m_app, this)
+                                                            : m_services.answerMachine->switchOff(m_app));
+        // A click toggles the check by itself; the switch alone decides it.
+        for (int item : {ID_ANSWER_MACHINE_ON, ID_ANSWER_MACHINE_OFF})
+            setCommandChecked(item, m_checked[item]);
+        break;
+    case ID_RECORD_USE_AS_GREETING:
+        useDictationAsGreeting();
         break;
     default:
         break;

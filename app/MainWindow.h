@@ -89,6 +89,27 @@ private:
     void onSelectionChanged();
     void onDoubleClicked(const QModelIndex& index);
     void showLineState();
+    // The status label rebuilt from the line's status text and the store,
+    // and the line-state picture.
+    void showLineStatus();
+    void setCommandChecked(int id, bool checked);
+
+    // The Phone menu (2002-2006) and "Use dictation as greeting" (2107).
+    void modemSelectionCommand();
+    void startMonitoringCommand();
+    void stopMonitoringCommand();
+    void applyMonitoringMenus();
+    void applyAnswerMachineSwitch(AnswerMachineService::Switch result);
+    void useDictationAsGreeting();
+
+    // The line library's messages (WM_USER+105 to +156).
+    bool handleLineMessage(UINT message);
+    void onIncomingCall();
+    void onCallerIdentity();
+    void onCallEnded();
+    // After a call: the Phone list (or, when another list is shown, the
+    // count of new messages) and the line-state picture brought up to date.
+    void afterCallUpdate();
     void showControlHelp();
     void handleWindowMessage(UINT message, WPARAM wParam, LPARAM lParam);
     void openWebSite();
@@ -111,6 +132,7 @@ private:
     QToolBar* m_toolBar = nullptr;
     std::map<int, QAction*> m_actions;
     std::map<int, bool> m_requested;
+    std::map<int, bool> m_checked;
     std::vector<QPointer<QWidget>> m_modeless;
     RecordListModel* m_model = nullptr;
     std::string m_selectedId;

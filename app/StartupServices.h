@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+class QObject;
 class QWidget;
 struct AppData;
 
@@ -45,6 +46,19 @@ public:
 
 class LineService {
 public:
+    enum class StartResult {
+        Started,            // status active; menu: 2003 greyed, 2004 enabled
+        AlreadyMonitoring,  // nothing changed
+        NoDevice,           // DeviceChosen is 0: refused without a word
+        InitFailed,         // reported; status failed; menus as they were
+        OpenFailed,         // 749, 751 or reported; status failed; DeviceChosen 0;
+                            // menu: 2003 and 2004 greyed, 2005 unchecked and greyed
+    };
+    enum class IncomingChoice {
+        PickedUp,         // "&Answer": open the phone recorder for the call
+        ToAnswerMachine,  // "&Message" or closed: the answer machine takes this call
+    };
+
     virtual ~LineService() = default;
     // Ek7TapiInitVar: the line state block comes into being.
     virtual void initVar(AppData& app) = 0;
@@ -64,6 +78,17 @@ public:
     virtual bool callWaitingForUser() const = 0;
     // The phone list's count of new answer-machine messages.
     virtual void setMessagesWaiting(int count) = 0;
+
+    // Phone menu 2003: the line's messages go to mainWindow from now on.
+    virtual StartResult startMonitoring(QObject* mainWindow) = 0;
+    // Phone menu 2004.
+    virtual void stopMonitoring() = 0;
+    // Phone menu 2002: true when a device is chosen afterwards ("CommID" written).
+    virtual bool modemSelectionCommand(QWidget* owner) = 0;
+    // WM_USER+106 with the answer machine off: the incoming-call window, modal.
+    virtual IncomingChoice runIncomingCall(QWidget* owner) = 0;
+    // WM_USER+121: the incoming-call window, when open, shows the caller again.
+    virtual void forwardCallerId() = 0;
 };
 
 class DiaryService {
@@ -77,10 +102,37 @@ public:
 
 class AnswerMachineService {
 public:
+    // What switching came to; the main window sets its Phone menu from it.
+    enum class Switch {
+        NotAvailable,  // no answer machine in this build: nothing changed
+        Refused,       // a call is in progress: message 752, nothing changed
+        NoDevice,      // no modem chosen: 2006 unchecked and greyed
+        On,            // 2005 checked and greyed, 2006 unchecked and enabled
+        Failed,        // monitoring could not start: 2006 checked and greyed
+        Off,           // 2005 unchecked and enabled, 2006 checked and greyed
+    };
+
     virtual ~AnswerMachineService() = default;
-    // 0 when switched, kNotAvailable when there is no answer machine.
-    virtual int switchOn(AppData& app) = 0;
-    virtual int switchOff(AppData& app) = 0;
+    // Switching on starts line monitoring (its messages go to mainWindow).
+    virtual Switch switchOn(AppData& app, QObject* mainWindow) = 0;
+    // Switching off leaves the line as it is.
+    virtual Switch switchOff(AppData& app) = 0;
+    // The incoming-call window's choice for the present call: true, the
+    // machine takes this one call; false, the user picked it up.
+    virtual void forThisCall(AppData& app, bool take) = 0;
+    // WM_USER+120 with an offered call: the message's RecID and work files,
+    // then the call is answered.
+    virtual void answerCall(AppData& app) = 0;
+    // WM_USER+107: the line's wave devices; the greeting when the machine
+    // has the call (a greeting that cannot be played drops the call).
+    virtual void callConnected(AppData& app) = 0;
+    // WM_USER+150 with the machine on: when the call was present (answered),
+    // stop, save and file the message; either way a machine switched on for
+    // this call only goes off again. 0, or the code of the message shown.
+    virtual int callEnded(AppData& app) = 0;
+    // Command 2107: the sound of a filed dictation (its record file name,
+    // "%08d.vxz") becomes the greeting. 0, or the code of the message shown.
+    virtual int useDictationAsGreeting(AppData& app, const std::string& recordFileName) = 0;
 };
 
 class CompressionService {

@@ -6,6 +6,8 @@
 #include "app/InertServices.h"
 #include "app/NavoApp.h"
 #include "store/DataStoreService.h"
+#include "telephony/AnswerMachine.h"
+#include "telephony/TelephonyService.h"
 
 int main(int argc, char** argv)
 {
@@ -14,9 +16,14 @@ int main(int argc, char** argv)
     QApplication::setOrganizationName(QStringLiteral("Orlent Systems"));
 
     DataStoreService store;
+    TelephonyService line;
+    AnswerMachine answerMachine(line);
+    // The diary monitor and store compression are not in this build yet.
     InertServices notYetBuilt;
     StartupServices services = notYetBuilt.services();
     services.store = &store;
+    services.line = &line;
+    services.answerMachine = &answerMachine;
     NavoApp app(theAppData(), services,
                 QFile::encodeName(QApplication::applicationFilePath()).toStdString());
     app.InitInstance();

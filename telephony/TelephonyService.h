@@ -42,18 +42,7 @@ public:
     static constexpr const char* kInactive = "Line monitoring inactive";
     static constexpr const char* kFailed = "Failed to start line monitoring";
 
-    enum class StartResult {
-        Started,            // status active; menu: 2003 greyed, 2004 enabled
-        AlreadyMonitoring,  // nothing changed
-        NoDevice,           // DeviceChosen is 0: refused without a word
-        InitFailed,         // reported; status failed; menus as they were
-        OpenFailed,         // 749, 751 or reported; status failed; DeviceChosen 0;
-                            // menu: 2003 and 2004 greyed, 2005 unchecked and greyed
-    };
-    enum class IncomingChoice {
-        PickedUp,         // "&Answer": open the phone recorder for the call
-        ToAnswerMachine,  // "&Message" or closed: the answer machine takes this call
-    };
+    // StartResult and IncomingChoice are LineService's (app/StartupServices.h).
 
     explicit TelephonyService(ProgramResources resources = ProgramResources());
     ~TelephonyService() override;
@@ -79,19 +68,19 @@ public:
 
     // Command 2003: reads "Rings" (missing: writes "3"), then Ek7TapiInit and
     // Ek7TapiOpen(mainWindow) unless already monitoring.
-    StartResult startMonitoring(QObject* mainWindow);
+    StartResult startMonitoring(QObject* mainWindow) override;
     // Command 2004: Ek7TapiClose; status inactive.
-    void stopMonitoring();
+    void stopMonitoring() override;
     // Command 2002: selectModem; when DeviceChosen is set afterwards, "CommID"
     // is written as DeviceId in hexadecimal and true returned (menu: 2003
     // enabled, 2005 unchecked and enabled, 2006 checked).
-    bool modemSelectionCommand(QWidget* owner);
+    bool modemSelectionCommand(QWidget* owner) override;
 
     // WM_USER+106 with the answer machine off: runs the incoming-call window
     // modally and forgets it afterwards.
-    IncomingChoice runIncomingCall(QWidget* owner);
+    IncomingChoice runIncomingCall(QWidget* owner) override;
     // WM_USER+121: the window, when open, shows the caller again.
-    void forwardCallerId();
+    void forwardCallerId() override;
     IncomingCallDialog* incomingCallDialog() const { return m_incoming.data(); }
 
     LineState* lineState() const { return m_line; }

@@ -111,6 +111,33 @@ public:
     bool answerMachineOn() const override { return answering; }
     bool callWaitingForUser() const override { return callWaiting; }
     void setMessagesWaiting(int count) override { messagesWaiting = count; }
+    StartResult startMonitoring(QObject*) override
+    {
+        calls.push_back("start monitoring");
+        if (startResult == StartResult::Started)
+            lineMonitoring = true;
+        return startResult;
+    }
+    void stopMonitoring() override
+    {
+        calls.push_back("stop monitoring");
+        lineMonitoring = false;
+    }
+    bool modemSelectionCommand(QWidget*) override
+    {
+        calls.push_back("modem selection");
+        if (modemChoice >= 0)
+            chooseDevice(modemChoice);
+        return chosen;
+    }
+    IncomingChoice runIncomingCall(QWidget*) override
+    {
+        calls.push_back("incoming call");
+        return incomingChoice;
+    }
+    void forwardCallerId() override { calls.push_back("forward caller id"); }
+    StartResult startResult = StartResult::Started;
+    IncomingChoice incomingChoice = IncomingChoice::ToAnswerMachine;
     bool lineMonitoring = false;
     bool answering = false;
     bool callWaiting = false;
@@ -123,16 +150,36 @@ public:
     }
     void start(AppData&, std::uintptr_t) override { calls.push_back("diary start"); }
 
-    int switchOn(AppData&) override
+    // NotAvailable by default: the window's menus stay as start-up left them.
+    Switch switchOn(AppData&, QObject*) override
     {
         calls.push_back("answer machine on");
-        return 0;
+        return switchOnResult;
     }
-    int switchOff(AppData&) override
+    Switch switchOff(AppData&) override
     {
         calls.push_back("answer machine off");
+        return switchOffResult;
+    }
+    void forThisCall(AppData&, bool take) override
+    {
+        calls.push_back(take ? "machine takes this call" : "user takes this call");
+    }
+    void answerCall(AppData&) override { calls.push_back("answer call"); }
+    void callConnected(AppData&) override { calls.push_back("call connected"); }
+    int callEnded(AppData&) override
+    {
+        calls.push_back("call ended");
         return 0;
     }
+    int useDictationAsGreeting(AppData&, const std::string& recordFileName) override
+    {
+        calls.push_back("greeting from " + recordFileName);
+        return greetingResult;
+    }
+    Switch switchOnResult = Switch::NotAvailable;
+    Switch switchOffResult = Switch::NotAvailable;
+    int greetingResult = 0;
 
     int runDialog(AppData&, QWidget*) override
     {

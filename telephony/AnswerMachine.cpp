@@ -1,0 +1,218 @@
+#include "telephony/AnswerMachine.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "app/AppData.h"
+#include "app/ProfileSettings.h"
+#include "app/SettingsKeys.h"
+#include "app/ShowCodedMessage.h"
+#include "maker/Ek7Tapi/Ek7Tapi.h"
+#include "platform/Prompt.h"
+#include "platform/Trace.h"
+#include "platform/WaitCursor.h"
+#include "res/StringTable.h"
+#include "telephony/AnswerMachineGreeting.h"
+#include "telephony/LineFailureReport.h"
+#include "telephony/TapiBinding.h"
+#include "telephony/TelephonyService.h"
+
+namespace {
+
+constexpr int kLengthCheckMs = 200;
+
+}  // namespace
+
+AnswerMachine::AnswerMachine(TelephonyService& line) : m_line(line)
+{
+    m_lengthWatch.setInterval(kLengthCheckMs);
+    QObject::connect(&m_lengthWatch, &QTimer::timeout, [this] { watchLength(); });
+}
+
+AnswerMachine::~AnswerMachine() = default;
+
+ProfileSettings AnswerMachine::profileOf(const AppData& app)
+{
+    return ProfileSettings(app.IniPath, app.ProfileSection);
+}
+
+LineState* AnswerMachine::state() const
+{
+    return m_line.lineState();
+}
+
+int AnswerMachine::maxMessageSeconds(const ProfileSettings& profile)
+{
+    const std::string text = profile.readOrWrite(kMaxMessage, std::to_string(kMaxMessageDefault).c_str());
+    const int seconds = std::atoi(text.c_str());
+    if (seconds < 1)
+        return kMaxMessageDefault;
+    return std::min(seconds, kMaxMessageLimit);
+}
+
+AnswerMachine::Switch AnswerMachine::switchOn(AppData& app, QObject* mainWindow)
+{
+    LineState* line = state();
+    if (line == nullptr)
+        return Switch::NotAvailable;
+    if (line->CallInProgress != 0) {
+        AfxMessageBox(LoadString(752), MB_OK | MB_ICONINFORMATION);
+        return Switch::Refused;
+    }
+    // The phone recorder is not in this version, so it is never open here
+    // and there is no recorder to close.
+    if (!m_line.deviceChosen())
+        return Switch::NoDevice;
+    m_line.startMonitoring(mainWindow);
+    line = state();
+    if (m_line.monitoring()) {
+        profileOf(app).write(settings::kAutoMessage, "1");
+        line->AnswerMachineOn = 1;
+        return Switch::On;
+    }
+    profileOf(app).write(settings::kAutoMessage, "0");
+    return Switch::Failed;
+}
+
+AnswerMachine::Switch AnswerMachine::switchOff(AppData& app)
+{
+    LineState* line = state();
+    if (line == nullptr)
+        return Switch::NotAvailable;
+    if (!m_line.deviceChosen())
+        return Switch::NoDevice;
+    profileOf(app).write(settings::kAutoMessage, "0");
+    line->AnswerMachineOn = 0;
+    return Switch::Off;
+}
+
+void AnswerMachine::forThisCall(AppData& app, bool take)
+{
+    LineState* line = state();
+    if (line == nullptr)
+        return;
+    m_forThisCallOnly = take;
+    line->AnswerMachineOn = take ? 1 : 0;
+    // The ring count may have been reached while the incoming-call window
+    // waited for the user: the call is up already and has heard nothing.
+    if (take && line->CallState == 1 && line->Connected != 0)
+        playGreeting(app);
+}
+
+void AnswerMachine::answerCall(AppData& app)
+{
+    // A message answered before but never filed (the machine was off when
+    // that call ended) leaves nothing behind.
+    m_message.discardWorkFiles();
+    if (!m_message.prepare(profileOf(app), app.TempDir))
+        OutputDebugString("Cannot create the message's work file " + m_message.infoPath() + "\n");
+    const std::string buffer = AnswerMachineMessage::bufferPath(app.TempDir);
+    const std::string data = AnswerMachineMessage::dataPath(app.TempDir);
+    Ek7TapiSetRecord(buffer.c_str(), data.c_str(), m_message.wavePath().c_str());
+    const LineState* line = Ek7TapiAnswer();
+    if (line->ErrorCode >= 1)
+        OutputDebugString("Ek7TapiAnswer failed: reason " + std::to_string(line->ErrorCode) + "\n");
+}
+
+void AnswerMachine::callConnected(AppData& app)
+{
+    LineFailureReport::showIfFailed(Ek7TapiGetWaveID(4, "wave/out"));
+    LineFailureReport::showIfFailed(Ek7TapiGetWaveID(4, "wave/in"));
+    const LineState* line = state();
+    if (line != nullptr && line->AnswerMachineOn != 0 && line->CallState == 1)
+        playGreeting(app);
+}
+
+void AnswerMachine::playGreeting(AppData& app)
+{
+    Ek7TapiSetResource(&m_line.resources(), kToneResource);
+    const std::string greeting = AnswerMachineGreeting::path(app.TempDir);
+    const LineState* line = Ek7TapiPlayFile(greeting.c_str());
+    if (line->ErrorCode >= 1) {
+        LineFailureReport::show(line->ErrorCode);
+        if (state()->CallHandle != 0)
+            lineDrop(state()->CallHandle, nullptr, 0);
+        return;
+    }
+    m_maxSeconds = maxMessageSeconds(profileOf(app));
+    m_recordingFor.invalidate();
+    m_lengthWatch.start();
+}
+
+void AnswerMachine::watchLength()
+{
+    const LineState* line = state();
+    if (line == nullptr || line->CallHandle == 0 || line->Connected == 0) {
+        stopWatching();
+        return;
+    }
+    if (line->Recording == 0)
+        return;
+    // The clock starts with the recording, after the greeting and the tone.
+    if (!m_recordingFor.isValid())
+        m_recordingFor.start();
+    if (m_recordingFor.elapsed() < static_cast<qint64>(m_maxSeconds) * 1000)
+        return;
+    OutputDebugString("Message length limit reached: ending the call\n");
+    stopWatching();
+    lineDrop(line->CallHandle, nullptr, 0);
+}
+
+void AnswerMachine::stopWatching()
+{
+    m_lengthWatch.stop();
+    m_recordingFor.invalidate();
+}
+
+int AnswerMachine::callEnded(AppData& app)
+{
+    stopWatching();
+    LineState* line = state();
+    if (line == nullptr)
+        return kNotAvailable;
+    if (line->CallState != 1) {
+        // The caller gave up before the answer: nothing to file, but a
+        // machine switched on for this call only must not stay on.
+        if (m_forThisCallOnly) {
+            line->AnswerMachineOn = 0;
+            m_forThisCallOnly = false;
+        }
+        return 0;
+    }
+    line->CallEndFlag = 1;
+    Ek7TapiStop();
+    // A recording that cannot be saved is reported; the message is filed
+    // all the same, so the caller's name, number and time are not lost.
+    LineFailureReport::showIfFailed(Ek7TapiSave());
+    line = state();
+
+    int result = 0;
+    if (m_message.prepared()) {
+        WaitCursor wait;
+        result = m_message.file(app.TempDir, app.DataStorePath, line->CallerName, line->CallerNumber);
+        if (result > 0)
+            ShowCodedMessage(result, MB_ICONEXCLAMATION);
+        m_message = AnswerMachineMessage();
+    } else {
+        OutputDebugString("Call ended before the answer machine answered it: nothing to file\n");
+    }
+    if (m_forThisCallOnly) {
+        line->AnswerMachineOn = 0;
+        m_forThisCallOnly = false;
+    }
+    return result;
+}
+
+int AnswerMachine::useDictationAsGreeting(AppData& app, const std::string& recordFileName)
+{
+    int result = 0;
+    {
+        WaitCursor wait;
+        result = AnswerMachineGreeting::fromDictation(app, recordFileName);
+    }
+    if (result == 0)
+        AfxMessageBox(LoadString(792), MB_OK | MB_ICONINFORMATION);
+    else
+        ShowCodedMessage(result, MB_ICONEXCLAMATION);
+    return result;
+}

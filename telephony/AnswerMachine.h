@@ -1,0 +1,70 @@
+// The answer machine: answers calls on the monitored line after the "Rings"
+// count, plays the greeting and the tone, lets the line library record the
+// caller and, when the call ends, files the message as an "Answer Machine
+// Message" record. The main window's line-message handlers call it (see
+// AnswerMachineService in app/StartupServices.h for which message calls
+// what); it drives the line through TelephonyService and Ek7Tapi.
+//
+// Message length: the line library has no length limit of its own, so the
+// machine ends a recording that has gone on for "MaxMessage" seconds (default
+// 180) by dropping the call; the line then reports the end of the call as
+// for a caller who hangs up, and the message is filed in the same way. The
+// library reports no sound levels either, so the "Silence" setting cannot cut
+// a silent caller short: the length limit is what ends such a call.
+#pragma once
+
+#include <QElapsedTimer>
+#include <QTimer>
+
+#include <string>
+
+#include "app/StartupServices.h"
+#include "telephony/AnswerMachineMessage.h"
+
+class ProfileSettings;
+class TelephonyService;
+struct LineState;
+
+class AnswerMachine : public AnswerMachineService {
+public:
+    static constexpr const char* kMaxMessage = "MaxMessage";
+    static constexpr int kMaxMessageDefault = 180;
+    static constexpr int kMaxMessageLimit = 3600;
+    // The tone after the greeting: the program's WAVE resource.
+    static constexpr int kToneResource = 3001;
+
+    explicit AnswerMachine(TelephonyService& line);
+    ~AnswerMachine() override;
+    AnswerMachine(const AnswerMachine&) = delete;
+    AnswerMachine& operator=(const AnswerMachine&) = delete;
+
+    Switch switchOn(AppData& app, QObject* mainWindow) override;
+    Switch switchOff(AppData& app) override;
+    void forThisCall(AppData& app, bool take) override;
+    void answerCall(AppData& app) override;
+    void callConnected(AppData& app) override;
+    int callEnded(AppData& app) override;
+    int useDictationAsGreeting(AppData& app, const std::string& recordFileName) override;
+
+    // The switch is on for the present call only.
+    bool forThisCallOnly() const { return m_forThisCallOnly; }
+    // The message being answered, if any.
+    const AnswerMachineMessage& message() const { return m_message; }
+    // The longest message in seconds, from "MaxMessage" (missing: written as
+    // "180"; a value below 1 or not a number counts as 180, above 3600 as 3600).
+    static int maxMessageSeconds(const ProfileSettings& profile);
+
+private:
+    static ProfileSettings profileOf(const AppData& app);
+    LineState* state() const;
+    void playGreeting(AppData& app);
+    void watchLength();
+    void stopWatching();
+
+    TelephonyService& m_line;
+    bool m_forThisCallOnly = false;
+    AnswerMachineMessage m_message;
+    QTimer m_lengthWatch;
+    QElapsedTimer m_recordingFor;
+    int m_maxSeconds = kMaxMessageDefault;
+};
