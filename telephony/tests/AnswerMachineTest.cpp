@@ -1,0 +1,125 @@
+// The answer machine's switch over the test line: on and off with
+// "AutoMessage", refused during a call, failing with the line; the
+// "MaxMessage" setting.
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "LineTestSupport.h"
+#include "ScriptedPrompt.h"
+#include "app/AppData.h"
+#include "app/ProfileSettings.h"
+#include "app/SettingsKeys.h"
+#include "res/StringTable.h"
+#include "telephony/AnswerMachine.h"
+#include "telephony/TelephonyService.h"
+
+namespace {
+
+using Switch = AnswerMachineService::Switch;
+
+class AnswerMachineSwitch : public ::testing::Test {
+protected:
+    AnswerMachineSwitch() : profile(setup.path("NAVO.ini"), "Tester")
+    {
+        app.IniPath = setup.path("NAVO.ini");
+        app.ProfileSection = "Tester";
+        line.initVar(app);
+        log = std::make_unique<MessageLog>(app.lineState);
+    }
+    ~AnswerMachineSwitch() override { line.close(app); }
+
+    TestLineSetup setup;
+    ProfileSettings profile;
+    AppData app;
+    TelephonyService line{ProgramResources(QString::fromStdString(TestLineSetup::soundsFolder()))};
+    AnswerMachine machine{line};
+    std::unique_ptr<MessageLog> log;
+};
+
+TEST_F(AnswerMachineSwitch, OnStartsMonitoringAndOffLeavesTheLineOpen)
+{
+    ScriptedPrompt prompt;  // nothing may be asked
+    line.chooseDevice(0);
+    EXPECT_EQ(machine.switchOn(app, log.get()), Switch::On);
+    EXPECT_TRUE(line.monitoring());
+    EXPECT_EQ(app.lineState->AnswerMachineOn, 1);
+    EXPECT_EQ(profile.read(settings::kAutoMessage), "1");
+    EXPECT_EQ(line.statusText(), "Line monitoring active");
+
+    EXPECT_EQ(machine.switchOff(app), Switch::Off);
+    EXPECT_EQ(app.lineState->AnswerMachineOn, 0);
+    EXPECT_EQ(profile.read(settings::kAutoMessage), "0");
+    EXPECT_TRUE(line.monitoring());
+}
+
+TEST_F(AnswerMachineSwitch, WithoutAModemNothingIsSwitchedOrWritten)
+{
+    ScriptedPrompt prompt;
+    EXPECT_EQ(machine.switchOn(app, log.get()), Switch::NoDevice);
+    EXPECT_EQ(machine.switchOff(app), Switch::NoDevice);
+    EXPECT_EQ(app.lineState->AnswerMachineOn, 0);
+    EXPECT_EQ(profile.read(settings::kAutoMessage), "Bad");
+    EXPECT_FALSE(line.monitoring());
+}
+
+TEST_F(AnswerMachineSwitch, DuringACallSwitchingOnIsRefusedWith752)
+{
+    ScriptedPrompt prompt;
+    prompt.answerMessage(IDOK);
+    line.chooseDevice(0);
+    app.lineState->CallInProgress = 1;
+    EXPECT_EQ(machine.switchOn(app, log.get()), Switch::Refused);
+    ASSERT_EQ(prompt.messages().size(), 1u);
+    EXPECT_EQ(prompt.messages()[0].text, LoadString(752));
+    EXPECT_EQ(prompt.messages()[0].flags, static_cast<UINT>(MB_OK | MB_ICONINFORMATION));
+    EXPECT_FALSE(line.monitoring());
+    EXPECT_EQ(app.lineState->AnswerMachineOn, 0);
+    EXPECT_EQ(profile.read(settings::kAutoMessage), "Bad");
+    app.lineState->CallInProgress = 0;
+}
+
+TEST_F(AnswerMachineSwitch, AModemThatIsGoneLeavesTheMachineOffAndWritesZero)
+{
+    ScriptedPrompt prompt;
+    prompt.answerMessage(IDOK);  // 749
+    line.chooseDevice(5);        // the test line is the only device
+    EXPECT_EQ(machine.switchOn(app, log.get()), Switch::Failed);
+    ASSERT_EQ(prompt.messages().size(), 1u);
+    EXPECT_EQ(prompt.messages()[0].text, LoadString(749));
+    EXPECT_EQ(app.lineState->AnswerMachineOn, 0);
+    EXPECT_EQ(profile.read(settings::kAutoMessage), "0");
+    EXPECT_FALSE(line.deviceChosen());
+}
+
+TEST_F(AnswerMachineSwitch, OneCallModeEndsWithTheCallEvenWhenTheCallerGaveUp)
+{
+    line.chooseDevice(0);
+    machine.forThisCall(app, true);
+    EXPECT_TRUE(machine.forThisCallOnly());
+    EXPECT_EQ(app.lineState->AnswerMachineOn, 1);
+    // The call ended before it was answered: CallState is 0 then.
+    EXPECT_EQ(machine.callEnded(app), 0);
+    EXPECT_FALSE(machine.forThisCallOnly());
+    EXPECT_EQ(app.lineState->AnswerMachineOn, 0);
+
+    // Switched on for good, a call that ends leaves it on.
+    ScriptedPrompt prompt;
+    ASSERT_EQ(machine.switchOn(app, log.get()), Switch::On);
+    EXPECT_EQ(machine.callEnded(app), 0);
+    EXPECT_EQ(app.lineState->AnswerMachineOn, 1);
+}
+
+TEST_F(AnswerMachineSwitch, MaxMessageIsReadDefaultedAndClamped)
+{
+    EXPECT_EQ(AnswerMachine::maxMessageSeconds(profile), 180);
+    EXPECT_EQ(profile.read("MaxMessage"), "180");  // missing: written back
+    const std::pair<const char*, int> cases[] = {{"45", 45}, {"0", 180}, {"-3", 180}, {"soon", 180},
+                                                 {"3600", 3600}, {"99999", 3600}, {"1", 1}};
+    for (const auto& [text, seconds] : cases) {
+        profile.write("MaxMessage", text);
+        EXPECT_EQ(AnswerMachine::maxMessageSeconds(profile), seconds) << text;
+    }
+}
+
+}  // namespace
