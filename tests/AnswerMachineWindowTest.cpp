@@ -1,0 +1,303 @@
+// The main window with the answer machine on, end to end over the test line:
+// a real store, the real TelephonyService and AnswerMachine, and navo-line
+// ringing as a caller in a process of its own. The window starts as a user's
+// does, with "AutoMessage" "1", so start-up switches the machine on.
+#include <QAction>
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QIcon>
+#include <QLabel>
+#include <QListWidget>
+#include <QTreeView>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <memory>
+
+#include "FakeServices.h"
+#include "LineTestSupport.h"
+#include "ScriptedPrompt.h"
+#include "app/MainWindow.h"
+#include "app/ProfileSettings.h"
+#include "app/RecordListModel.h"
+#include "maker/VXSAVE/VXSAVE.h"
+#include "platform/UserName.h"
+#include "res/resource.h"
+#include "store/ComponentFiles.h"
+#include "store/DataStoreService.h"
+#include "telephony/AnswerMachine.h"
+#include "telephony/AnswerMachineGreeting.h"
+#include "telephony/TelephonyService.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kRingPeriodMs = 100;
+
+std::string logOnName()
+{
+    char name[256];
+    DWORD size = sizeof name;
+    return GetUserNameA(name, &size) ? name : "Default";
+}
+
+bool waitUntil(const std::function<bool()>& done, int timeoutMs = 15000)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!done()) {
+        if (timer.elapsed() > timeoutMs)
+            return false;
+        MessageLog::pump(20);
+    }
+    return true;
+}
+
+bool sameImage(const QIcon& shown, const char* resource)
+{
+    return shown.pixmap(32).toImage() == QIcon(QString::fromLatin1(resource)).pixmap(32).toImage();
+}
+
+class AnswerMachineWindow : public ::testing::Test {
+protected:
+    TestLineSetup setup{kRingPeriodMs};
+    std::string root = setup.path("navo-folder");
+    std::string section = logOnName();
+    std::string profileDir = root + "/Profiles/" + section;
+    AppData app;
+    FakeServices fake;  // diary and compression only
+    DataStoreService store;
+    TelephonyService line{ProgramResources(QString::fromStdString(TestLineSetup::soundsFolder()))};
+    AnswerMachine machine{line};
+    std::unique_ptr<ScriptedPrompt> prompt;
+    std::unique_ptr<MainWindow> window;
+
+    // An existing profile with the test line as its modem and the machine on.
+    void writeProfile(const std::string& extra = "")
+    {
+        fs::create_directories(profileDir);
+        std::ofstream(root + "/NAVO.ini") << "[" << section << "]\nLastPath=" << profileDir
+                                          << "\nLastFile=NAVO\nRecID=0\nCommID=0\nRings=2\nAutoMessage=1\n"
+                                             "PhWarn=N\nExpPrompt=0\nADiary=N\nCompress=Y\nRecQual=0\n"
+                                          << extra;
+        const std::string buildSpace = root + "/build-space";
+        fs::create_directories(buildSpace);
+        ASSERT_EQ(VXfilebuild(profileDir.c_str(), "NAVO", buildSpace.c_str()), 0);
+    }
+
+    void start(const std::string& extra = "")
+    {
+        writeProfile(extra);
+        prompt = std::make_unique<ScriptedPrompt>();  // any message box fails the test
+        StartupServices services = fake.services();
+        services.store = &store;
+        services.line = &line;
+        services.answerMachine = &machine;
+        window = std::make_unique<MainWindow>(app, services, root + "/navo");
+        window->OnInitDialog();
+        ASSERT_EQ(app.StoreUnusable, kStoreHealthy);
+        ASSERT_TRUE(line.monitoring());
+        // A short greeting keeps the calls short.
+        ASSERT_TRUE(SineFiles::write(AnswerMachineGreeting::path(app.TempDir), 400, 0.3));
+        ASSERT_TRUE(SineFiles::write(voice(), 600, 1.0));
+    }
+
+    void TearDown() override
+    {
+        if (!window)
+            return;
+        line.close(app);
+        store.deleteWorkingCopies(app);
+        store.workspace(app, 2, "*.*");
+    }
+
+    std::string voice() const { return setup.path("voice.wav"); }
+    QString label(int id) const { return window->findChild<QLabel*>(QString::number(id))->text(); }
+    const RecordListModel* model() const { return window->recordModel(); }
+    QString cell(int row, int column) const { return model()->index(row, column).data().toString(); }
+    ProfileSettings profile() const { return ProfileSettings(app.IniPath, app.ProfileSection); }
+
+    // The sound of a filed message, as the line library saved it.
+    LineSamples filedSound(const std::string& recId)
+    {
+        const std::string out = root + "/out-" + recId;
+        fs::create_directories(out);
+        const std::string record = recId + ".vxz";
+        LineSamples samples;
+        if (ExtractFile(app.DataStorePath.c_str(), record.c_str(), out.c_str()) != 0)
+            return samples;
+        std::vector<std::string> members;
+        VXlistMembers((out + "/" + record).c_str(), &members);
+        for (const std::string& member : members)
+            if (fs::path(member).extension() == ".vxw" &&
+                ExtractFile((out + "/" + record).c_str(), member.c_str(), out.c_str()) == 0)
+                LineWave::readFile(out + "/" + member, samples);
+        return samples;
+    }
+
+    bool workspaceHas(const std::string& extension) const
+    {
+        for (const auto& entry : fs::directory_iterator(app.TempDir))
+            if (entry.path().extension() == extension)
+                return true;
+        return false;
+    }
+};
+
+TEST_F(AnswerMachineWindow, StartUpSwitchesTheMachineOnWithItsMenusAndStatus)
+{
+    start();
+    EXPECT_EQ(label(IDC_STATUS_TEXT).toStdString(), "Line monitoring active : Using Navo File : " + app.DataStorePath);
+    EXPECT_EQ(app.lineState->AnswerMachineOn, 1);
+    EXPECT_TRUE(window->commandAction(ID_ANSWER_MACHINE_ON)->isChecked());
+    EXPECT_FALSE(window->commandAction(ID_ANSWER_MACHINE_ON)->isEnabled());
+    EXPECT_FALSE(window->commandAction(ID_ANSWER_MACHINE_OFF)->isChecked());
+    EXPECT_TRUE(window->commandAction(ID_ANSWER_MACHINE_OFF)->isEnabled());
+    EXPECT_FALSE(window->commandAction(ID_START_MONITORING)->isEnabled());
+    EXPECT_TRUE(window->commandAction(ID_STOP_MONITORING)->isEnabled());
+    QListWidgetItem* phone = window->findChild<QListWidget*>(QString::number(IDC_RECORD_TYPES))->item(4);
+    EXPECT_TRUE(sameImage(phone->icon(), ":/res/images/line-answering.png"));
+
+    // Off from the menu: the line stays open; on again.
+    window->runCommand(ID_ANSWER_MACHINE_OFF);
+    EXPECT_EQ(app.lineState->AnswerMachineOn, 0);
+    EXPECT_EQ(profile().read("AutoMessage"), "0");
+    EXPECT_TRUE(line.monitoring());
+    EXPECT_TRUE(window->commandAction(ID_ANSWER_MACHINE_OFF)->isChecked());
+    EXPECT_FALSE(window->commandAction(ID_ANSWER_MACHINE_OFF)->isEnabled());
+    EXPECT_TRUE(window->commandAction(ID_ANSWER_MACHINE_ON)->isEnabled());
+    EXPECT_TRUE(sameImage(phone->icon(), ":/res/images/line-monitoring.png"));
+    window->commandAction(ID_ANSWER_MACHINE_ON)->trigger();  // as a click: it toggles the check first
+    EXPECT_EQ(app.lineState->AnswerMachineOn, 1);
+    EXPECT_EQ(profile().read("AutoMessage"), "1");
+    EXPECT_TRUE(window->commandAction(ID_ANSWER_MACHINE_ON)->isChecked());
+    EXPECT_FALSE(window->commandAction(ID_ANSWER_MACHINE_OFF)->isChecked());
+
+    // Stop and start monitoring from the menu.
+    window->runCommand(ID_STOP_MONITORING);
+    EXPECT_FALSE(line.monitoring());
+    EXPECT_EQ(label(IDC_STATUS_TEXT).toStdString(), "Line monitoring inactive : Using Navo File : " + app.DataStorePath);
+    EXPECT_TRUE(window->commandAction(ID_START_MONITORING)->isEnabled());
+    EXPECT_FALSE(window->commandAction(ID_STOP_MONITORING)->isEnabled());
+    EXPECT_TRUE(sameImage(phone->icon(), ":/res/images/line-closed.png"));
+    window->runCommand(ID_START_MONITORING);
+    EXPECT_TRUE(line.monitoring());
+    EXPECT_FALSE(window->commandAction(ID_START_MONITORING)->isEnabled());
+    EXPECT_TRUE(sameImage(phone->icon(), ":/res/images/line-answering.png"));
+}
+
+TEST_F(AnswerMachineWindow, AnAnsweredCallAppearsInThePhoneListAsANewMessage)
+{
+    start();
+    window->fillList(kListPhone);
+    ASSERT_EQ(label(IDC_PROGRESS_TEXT), "Total phone calls found = 0");
+
+    NavoLineProcess caller(setup.socketPath());
+    caller.start({"call", "--rings", "6", "--number", "01632 960123", "--name", "Zoe Smith", "--say",
+                  QString::fromStdString(voice())});
+    ASSERT_EQ(caller.finish(), 0) << caller.output().toStdString();
+    ASSERT_TRUE(waitUntil([&] { return model()->rowCount() == 1; }));
+
+    EXPECT_EQ(label(IDC_PROGRESS_TEXT), "Total phone calls found = 1 : You have 1 new messages.");
+    EXPECT_EQ(cell(0, 0), "00000001");
+    EXPECT_EQ(cell(0, 1), "01632 960123");
+    EXPECT_EQ(cell(0, 2), "Zoe Smith");
+    EXPECT_TRUE(sameImage(model()->index(0, 0).data(Qt::DecorationRole).value<QIcon>(), ":/res/images/row-new.png"));
+    EXPECT_EQ(app.lineState->MessagesWaiting, 1);
+    QListWidgetItem* phone = window->findChild<QListWidget*>(QString::number(IDC_RECORD_TYPES))->item(4);
+    EXPECT_TRUE(sameImage(phone->icon(), ":/res/images/line-answering-new.png"));
+
+    // What the caller said is the message: one second of 600 Hz.
+    const ToneMeasure heard = SineFiles::measure(filedSound("00000001"));
+    EXPECT_NEAR(heard.frequency, 600, 15);
+    EXPECT_NEAR(heard.soundSeconds, 1.0, 0.25);
+    // Still on, still monitoring, and nothing left in the workspace.
+    EXPECT_EQ(app.lineState->AnswerMachineOn, 1);
+    EXPECT_TRUE(line.monitoring());
+    EXPECT_FALSE(workspaceHas(".vxs"));
+    EXPECT_FALSE(workspaceHas(".vxw"));
+}
+
+TEST_F(AnswerMachineWindow, ACallerWhoHangsUpBeforeTheRingCountLeavesNothing)
+{
+    start();
+    NavoLineProcess caller(setup.socketPath());
+    caller.start({"call", "--rings", "1", "--number", "0800 1", "--name", "Quick"});
+    EXPECT_EQ(caller.finish(), 4);  // not answered
+    ASSERT_TRUE(waitUntil([&] { return app.lineState->CallInProgress == 0; }));
+    MessageLog::pump(100);
+
+    window->fillList(kListPhone);
+    EXPECT_EQ(label(IDC_PROGRESS_TEXT), "Total phone calls found = 0");
+    EXPECT_EQ(profile().read("RecID"), "0");  // never answered: no RecID used
+    EXPECT_TRUE(line.monitoring());
+    EXPECT_EQ(app.lineState->AnswerMachineOn, 1);
+    EXPECT_EQ(label(IDC_STATUS_TEXT).toStdString(), "Line monitoring active : Using Navo File : " + app.DataStorePath);
+    EXPECT_FALSE(workspaceHas(".vxs"));
+}
+
+TEST_F(AnswerMachineWindow, TheRecIdIsTakenAtTheAnswerAndADroppedLineStillFilesWhatWasSaid)
+{
+    start();
+    ASSERT_TRUE(SineFiles::write(voice(), 600, 6.0));
+    window->fillList(kListPhone);
+    NavoLineProcess caller(setup.socketPath());
+    caller.start({"call", "--rings", "6", "--number", "555 0199", "--name", "Dropped Line", "--say",
+                  QString::fromStdString(voice())});
+    ASSERT_TRUE(waitUntil([&] { return app.lineState->Recording == 1; }));
+    // Answered: the RecID is written already, long before anything is filed.
+    EXPECT_EQ(profile().read("RecID"), "00000001");
+    EXPECT_EQ(model()->rowCount(), 0);
+    MessageLog::pump(1000);
+    caller.kill();  // the line drops in the middle of the message
+    ASSERT_TRUE(waitUntil([&] { return model()->rowCount() == 1; }));
+
+    EXPECT_EQ(cell(0, 2), "Dropped Line");
+    const ToneMeasure heard = SineFiles::measure(filedSound("00000001"));
+    EXPECT_GT(heard.soundSeconds, 0.6);
+    EXPECT_LT(heard.soundSeconds, 3.0);
+}
+
+TEST_F(AnswerMachineWindow, AMessageThatReachesMaxMessageIsCutAndFiled)
+{
+    start("MaxMessage=1\n");
+    ASSERT_TRUE(SineFiles::write(voice(), 600, 5.0));
+    window->fillList(kListPhone);
+    NavoLineProcess caller(setup.socketPath());
+    caller.start({"call", "--rings", "6", "--number", "555 0100", "--name", "Long Talker", "--say",
+                  QString::fromStdString(voice())});
+    ASSERT_EQ(caller.finish(), 0);
+    EXPECT_TRUE(caller.outputHas(QStringLiteral("Navo hung up"))) << caller.output().toStdString();
+    ASSERT_TRUE(waitUntil([&] { return model()->rowCount() == 1; }));
+
+    EXPECT_EQ(cell(0, 2), "Long Talker");
+    const ToneMeasure heard = SineFiles::measure(filedSound("00000001"));
+    EXPECT_GT(heard.soundSeconds, 0.8);
+    EXPECT_LT(heard.soundSeconds, 1.6);
+    EXPECT_TRUE(line.monitoring());
+}
+
+TEST_F(AnswerMachineWindow, MessagesArrivingWhileAnotherListIsShownLightTheLineState)
+{
+    start();
+    ASSERT_EQ(app.CurrentListType, kListDictation);
+    for (const char* name : {"First Caller", "Second Caller"}) {
+        NavoLineProcess caller(setup.socketPath());
+        caller.start({"call", "--rings", "6", "--name", name, "--say", QString::fromStdString(voice())});
+        ASSERT_EQ(caller.finish(), 0);
+        ASSERT_TRUE(waitUntil([&] { return app.lineState->CallInProgress == 0; }));
+    }
+    ASSERT_TRUE(waitUntil([&] { return app.lineState->MessagesWaiting == 2; }));
+    EXPECT_EQ(app.CurrentListType, kListDictation);  // not switched behind the user's back
+    QListWidgetItem* phone = window->findChild<QListWidget*>(QString::number(IDC_RECORD_TYPES))->item(4);
+    EXPECT_TRUE(sameImage(phone->icon(), ":/res/images/line-answering-new.png"));
+    window->fillList(kListPhone);
+    EXPECT_EQ(label(IDC_PROGRESS_TEXT), "Total phone calls found = 2 : You have 2 new messages.");
+    EXPECT_EQ(cell(0, 2), "Second Caller");
+    EXPECT_EQ(cell(1, 2), "First Caller");
+}
+
+}  // namespace
