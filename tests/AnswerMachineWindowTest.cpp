@@ -7,7 +7,10 @@
 #include <QElapsedTimer>
 #include <QIcon>
 #include <QLabel>
+#include <QApplication>
 #include <QListWidget>
+#include <QPushButton>
+#include <QTimer>
 #include <QTreeView>
 #include <gtest/gtest.h>
 
@@ -54,6 +57,21 @@ bool waitUntil(const std::function<bool()>& done, int timeoutMs = 15000)
         MessageLog::pump(20);
     }
     return true;
+}
+
+// Clicks "&Message" (button 2) in the incoming-call window once it is up and
+// delayMs have passed.
+void sendToTheMachineWhenAsked(int delayMs, bool* asked)
+{
+    QTimer::singleShot(20, [delayMs, asked] {
+        QWidget* dialog = QApplication::activeModalWidget();
+        if (dialog == nullptr || dialog->windowTitle() != QStringLiteral("Navo : Incoming Call Detected")) {
+            sendToTheMachineWhenAsked(delayMs, asked);
+            return;
+        }
+        *asked = true;
+        QTimer::singleShot(delayMs, dialog, [dialog] { dialog->findChild<QPushButton*>(QStringLiteral("2"))->click(); });
+    });
 }
 
 bool sameImage(const QIcon& shown, const char* resource)
@@ -299,5 +317,34 @@ TEST_F(AnswerMachineWindow, MessagesArrivingWhileAnotherListIsShownLightTheLineS
     EXPECT_EQ(cell(0, 2), "Second Caller");
     EXPECT_EQ(cell(1, 2), "First Caller");
 }
+
+// With the machine off, the user sends the call to it from the incoming-call
+// window: before the ring count, or after it, when the call is already up.
+class OneCallMode : public AnswerMachineWindow, public ::testing::WithParamInterface<int> {};
+
+TEST_P(OneCallMode, TheMachineTakesThatCallOnlyAndFilesIt)
+{
+    start();
+    window->runCommand(ID_ANSWER_MACHINE_OFF);
+    ASSERT_EQ(app.lineState->AnswerMachineOn, 0);
+    window->fillList(kListPhone);
+    bool asked = false;
+    sendToTheMachineWhenAsked(GetParam(), &asked);
+    NavoLineProcess caller(setup.socketPath());
+    caller.start({"call", "--rings", "12", "--number", "0117 496 0000", "--name", "Sent To Machine", "--say",
+                  QString::fromStdString(voice())});
+    ASSERT_EQ(caller.finish(), 0) << caller.output().toStdString();
+    ASSERT_TRUE(waitUntil([&] { return model()->rowCount() == 1; }));
+    EXPECT_TRUE(asked);
+    EXPECT_EQ(cell(0, 2), "Sent To Machine");
+    EXPECT_NEAR(SineFiles::measure(filedSound("00000001")).soundSeconds, 1.0, 0.25);
+    // Off again for the next call, and the menus never said otherwise.
+    EXPECT_EQ(app.lineState->AnswerMachineOn, 0);
+    EXPECT_FALSE(machine.forThisCallOnly());
+    EXPECT_TRUE(window->commandAction(ID_ANSWER_MACHINE_OFF)->isChecked());
+    EXPECT_EQ(profile().read("AutoMessage"), "0");
+}
+
+INSTANTIATE_TEST_SUITE_P(BeforeAndAfterTheRingCount, OneCallMode, ::testing::Values(0, 6 * kRingPeriodMs));
 
 }  // namespace
