@@ -1,0 +1,71 @@
+#!/usr/bin/env bash
+# End to end: the real navo under Xvfb with the answer machine switched on at
+# start-up over the test line. navo-line calls three times with a caller's
+# number and name and speaks; the Phone list shown meanwhile gets the three
+# new messages (screenshot answer-machine-phone.png). After navo has closed,
+# navo-store finds the three messages in the saved store.
+#   answer_machine_e2e.sh <navo> <navo-demo-store> <navo-line> <navo-store> <voice.wav> <folder for screenshots>
+set -euo pipefail
+navo=$1
+demo=$2
+caller=$3
+storetool=$4
+voice=$5
+shots=$6
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+mkdir -p "$shots" "$work/tmp"
+fail() { echo "FAIL: $*" >&2; exit 1; }
+
+TMPDIR="$work/tmp" "$demo" "$work/navo" 0 >/dev/null || fail "could not build an empty store"
+cp "$navo" "$work/navo/navo"
+ini="$work/navo/NAVO.ini"
+# The test line is device 0; two rings, the machine on at start-up.
+sed -i 's/^CommID=X$/CommID=0/' "$ini"
+printf 'RecID=0\nRings=2\nAutoMessage=1\n' >> "$ini"
+
+export NAVO_TAPI_MODULE
+NAVO_TAPI_MODULE="$(dirname "$navo")/libnavotapi.so"
+export NAVO_LINE_PROVIDERS="test line"
+export NAVO_TEST_LINE_SOCKET="$work/line.sock"
+export NAVO_RING_PERIOD_MS=200
+export NAVO_LINE_CONFIG="$work/no-line.conf"
+export SHOTS=$shots CALLER=$caller VOICE=$voice
+
+xvfb-run -a -s "-screen 0 1280x1024x24" bash -c '
+    set -e
+    TMPDIR="$0/tmp" NAVO_TRACE=1 "$0/navo/navo" 2> "$0/trace.txt" & pid=$!
+    win=
+    for _ in $(seq 80); do
+        win=$(xdotool search --name "^Navo for user :" 2>/dev/null | head -1) && [ -n "$win" ] && break
+        sleep 0.2
+    done
+    [ -n "$win" ] || { kill $pid; exit 3; }
+    sleep 1
+    # The Phone item is the fifth of the record-type chooser on the left.
+    eval "$(xdotool getwindowgeometry --shell "$win")"
+    xdotool mousemove $((X + 60)) $((Y + 120 + 4 * 80)) click 1
+    sleep 0.5
+    n=0
+    for who in "Ann Smith|01632 960001" "Bob Clarke|0117 496 0002" "Carol White|020 7946 0003"; do
+        n=$((n + 1))
+        "$CALLER" --socket "$NAVO_TEST_LINE_SOCKET" call --rings 8 --name "${who%%|*}" --number "${who#*|}" \
+            --say "$VOICE" > "$0/call-$n.txt" 2>&1 || { echo "call $n: exit $?"; cat "$0/call-$n.txt"; kill $pid; exit 4; }
+        sleep 1
+    done
+    sleep 1
+    import -window root "$SHOTS/answer-machine-phone.png"
+    kill -TERM $pid
+    for _ in $(seq 50); do kill -0 $pid 2>/dev/null || break; sleep 0.1; done
+    wait $pid 2>/dev/null || true
+' "$work" || fail "navo did not take the three calls (see above)"
+
+grep -q "^Navo closed" "$work/trace.txt" || fail "navo did not shut down in order"
+store=$(ls "$work"/navo/Profiles/*/NAVO.vxt)
+list=$("$storetool" list "$store" phone)
+[ "$(echo "$list" | tail -1)" = "3 records" ] || fail "phone records after the calls: $list"
+for number in "01632 960001" "0117 496 0002" "020 7946 0003"; do
+    echo "$list" | grep -q "type 2	$number	" || fail "no message from $number: $list"
+done
+echo "$list"
+echo PASS
