@@ -4,18 +4,23 @@
 # number and name and speaks; the Phone list shown meanwhile gets the three
 # new messages (screenshot answer-machine-phone.png). After navo has closed,
 # navo-store finds the three messages in the saved store.
-#   answer_machine_e2e.sh <navo> <navo-demo-store> <navo-line> <navo-store> <voice.wav> <folder for screenshots>
+#   answer_machine_e2e.sh <navo> <navo-demo-store> <navo-line> <navo-store> <folder for screenshots>
 set -euo pipefail
 navo=$1
 demo=$2
 caller=$3
 storetool=$4
-voice=$5
-shots=$6
+shots=$5
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 mkdir -p "$shots" "$work/tmp"
 fail() { echo "FAIL: $*" >&2; exit 1; }
+
+# The store's greeting has pauses in it, so the caller does not wait for the
+# tone: it speaks as soon as it is answered, 1.5 s of 500 Hz after 6.5 s of
+# quiet, which is after the greeting (5.2 s) and the tone (0.6 s).
+voice="$work/voice.wav"
+sox -n -r 8000 -b 16 -c 1 "$voice" synth 1.5 sine 500 vol 0.5 pad 6.5 0 || fail "sox cannot make the caller's voice"
 
 TMPDIR="$work/tmp" "$demo" "$work/navo" 0 >/dev/null || fail "could not build an empty store"
 cp "$navo" "$work/navo/navo"
@@ -50,7 +55,7 @@ xvfb-run -a -s "-screen 0 1280x1024x24" bash -c '
     for who in "Ann Smith|01632 960001" "Bob Clarke|0117 496 0002" "Carol White|020 7946 0003"; do
         n=$((n + 1))
         "$CALLER" --socket "$NAVO_TEST_LINE_SOCKET" call --rings 8 --name "${who%%|*}" --number "${who#*|}" \
-            --say "$VOICE" > "$0/call-$n.txt" 2>&1 || { echo "call $n: exit $?"; cat "$0/call-$n.txt"; kill $pid; exit 4; }
+            --say "$VOICE" --speak-after answer > "$0/call-$n.txt" 2>&1 || { echo "call $n: exit $?"; cat "$0/call-$n.txt"; kill $pid; exit 4; }
         sleep 1
     done
     sleep 1
@@ -64,6 +69,8 @@ grep -q "^Navo closed" "$work/trace.txt" || fail "navo did not shut down in orde
 store=$(ls "$work"/navo/Profiles/*/NAVO.vxt)
 list=$("$storetool" list "$store" phone)
 [ "$(echo "$list" | tail -1)" = "3 records" ] || fail "phone records after the calls: $list"
+# Each message holds the caller's speech: about 2 s after the greeting.
+echo "$list" | grep -c "	00:00:0[89]$" | grep -qx 3 || fail "calls not as long as greeting and speech: $list"
 for number in "01632 960001" "0117 496 0002" "020 7946 0003"; do
     echo "$list" | grep -q "type 2	$number	" || fail "no message from $number: $list"
 done
