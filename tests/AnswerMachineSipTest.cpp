@@ -1,0 +1,93 @@
+// The answer machine through the main window over the SIP line: baresip, a
+// SIP client we did not write, calls Navo over loopback with a display name
+// and a number; the message it leaves appears in the Phone list. Runs inside
+// a private network namespace (telephony/tests/sip_e2e.sh), where only
+// 127.0.0.1 exists.
+#include <QDir>
+#include <QProcess>
+
+#include <cstdlib>
+
+#include "AnswerMachineWindowFixture.h"
+
+namespace {
+
+using namespace amtest;
+
+constexpr int kNavoPort = 5070;
+
+bool inPrivateNetwork()
+{
+    const char* flag = std::getenv("NAVO_SIP_NETNS");
+    return flag != nullptr && std::string(flag) == "1";
+}
+
+class AnswerMachineSip : public AnswerMachineWindow {
+protected:
+    AnswerMachineSip() : AnswerMachineWindow("SIP line") {}
+
+    void SetUp() override
+    {
+        if (!inPrivateNetwork())
+            GTEST_SKIP() << "needs a private network namespace: run it through ctest (sip_e2e.sh)";
+        setup.environment().set("NAVO_SIP_PORT", std::to_string(kNavoPort));
+        setup.environment().set("NAVO_SIP_RTP_PORTS", "7078-7098");
+    }
+
+    // baresip calls Navo, says what is in voice, and hangs up after seconds.
+    QString callWithBaresip(const std::string& name, const std::string& number, const std::string& voice,
+                            int seconds)
+    {
+        const std::string folder = setup.path("baresip");
+        QDir().mkpath(QString::fromStdString(folder));
+        std::ofstream(folder + "/accounts") << "\"" << name << "\" <sip:" << number << "@127.0.0.1>;regint=0\n";
+        std::ofstream(folder + "/config")
+            << "sip_listen 127.0.0.1:5090\nnet_interface 127.0.0.1\naudio_source aufile," << voice
+            << "\naudio_player aubridge,nil\nmodule_path /usr/lib/baresip/modules\nmodule g711.so\n"
+               "module aufile.so\nmodule aubridge.so\nmodule account.so\nmodule menu.so\n";
+        QProcess caller;
+        caller.setProcessChannelMode(QProcess::MergedChannels);
+        caller.setStandardInputFile(QProcess::nullDevice());
+        caller.start(QStringLiteral("baresip"),
+                     {QStringLiteral("-f"), QString::fromStdString(folder), QStringLiteral("-e"),
+                      QStringLiteral("/dial sip:navo@127.0.0.1:%1").arg(kNavoPort), QStringLiteral("-t"),
+                      QString::number(seconds)});
+        if (!caller.waitForStarted(5000))
+            return QStringLiteral("baresip did not start");
+        waitUntil([&] { return caller.state() == QProcess::NotRunning; }, (seconds + 10) * 1000);
+        return QString::fromLocal8Bit(caller.readAll());
+    }
+};
+
+TEST_F(AnswerMachineSip, ABaresipCallersMessageIsFiledUnderItsNameAndNumber)
+{
+    start();
+    ASSERT_EQ(app.lineState->AnswerMachineOn, 1);
+    window->fillList(kListPhone);
+
+    // Quiet through greeting (0.3 s) and tone (0.6 s), then 600 Hz, at the
+    // 8 kHz of the PCMU codec baresip is given.
+    const std::string voice = setup.path("voice.wav");
+    LineSamples said = SineFiles::sine(0, 1.5, 0);
+    const LineSamples tone = SineFiles::sine(600, 1.5);
+    said.insert(said.end(), tone.begin(), tone.end());
+    said.resize(said.size() + 8000 * 3, 0);
+    ASSERT_TRUE(LineWave::writeFile(voice, said, false));
+
+    const QString output = callWithBaresip("Grace Brewster Hopper", "01614960000", voice, 5);
+    ASSERT_TRUE(waitUntil([&] { return model()->rowCount() == 1; }, 10000)) << output.toStdString();
+
+    EXPECT_EQ(label(IDC_PROGRESS_TEXT), "Total phone calls found = 1 : You have 1 new messages.");
+    EXPECT_EQ(cell(0, 1), "01614960000");
+    EXPECT_EQ(cell(0, 2), "Grace Brewster Hopper");
+    EXPECT_TRUE(sameImage(model()->index(0, 0).data(Qt::DecorationRole).value<QIcon>(), ":/res/images/row-new.png"));
+    const ToneMeasure heard = SineFiles::measure(filedSound("00000001"));
+    EXPECT_NEAR(heard.frequency, 600, 15);
+    EXPECT_NEAR(heard.soundSeconds, 1.5, 0.3);
+    std::printf("[ measured ] message over SIP: %.0f Hz for %.2f s of %.2f s\n", heard.frequency,
+                heard.soundSeconds, heard.seconds);
+    EXPECT_TRUE(line.monitoring());
+    EXPECT_EQ(app.lineState->AnswerMachineOn, 1);
+}
+
+}  // namespace

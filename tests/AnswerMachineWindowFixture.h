@@ -1,0 +1,173 @@
+// The main window over a real store with the real line and answer machine,
+// as a user starts it: an existing profile whose modem is line device 0 and
+// whose "AutoMessage" is "1". Shared by the end-to-end tests of the answer
+// machine over the test line and over the SIP line.
+#pragma once
+
+#include <QAction>
+#include <QApplication>
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QIcon>
+#include <QLabel>
+#include <QListWidget>
+#include <QPushButton>
+#include <QTimer>
+#include <QTreeView>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <memory>
+
+#include "FakeServices.h"
+#include "LineTestSupport.h"
+#include "ScriptedPrompt.h"
+#include "app/MainWindow.h"
+#include "app/ProfileSettings.h"
+#include "app/RecordListModel.h"
+#include "maker/VXSAVE/VXSAVE.h"
+#include "platform/UserName.h"
+#include "res/resource.h"
+#include "store/ComponentFiles.h"
+#include "store/DataStoreService.h"
+#include "telephony/AnswerMachine.h"
+#include "telephony/AnswerMachineGreeting.h"
+#include "telephony/TelephonyService.h"
+
+namespace amtest {
+
+
+namespace fs = std::filesystem;
+
+constexpr int kRingPeriodMs = 100;
+
+inline std::string logOnName()
+{
+    char name[256];
+    DWORD size = sizeof name;
+    return GetUserNameA(name, &size) ? name : "Default";
+}
+
+inline bool waitUntil(const std::function<bool()>& done, int timeoutMs = 15000)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!done()) {
+        if (timer.elapsed() > timeoutMs)
+            return false;
+        MessageLog::pump(20);
+    }
+    return true;
+}
+
+// Clicks "&Message" (button 2) in the incoming-call window once it is up and
+// delayMs have passed.
+inline void sendToTheMachineWhenAsked(int delayMs, bool* asked)
+{
+    QTimer::singleShot(20, [delayMs, asked] {
+        QWidget* dialog = QApplication::activeModalWidget();
+        if (dialog == nullptr || dialog->windowTitle() != QStringLiteral("Navo : Incoming Call Detected")) {
+            sendToTheMachineWhenAsked(delayMs, asked);
+            return;
+        }
+        *asked = true;
+        QTimer::singleShot(delayMs, dialog, [dialog] { dialog->findChild<QPushButton*>(QStringLiteral("2"))->click(); });
+    });
+}
+
+inline bool sameImage(const QIcon& shown, const char* resource)
+{
+    return shown.pixmap(32).toImage() == QIcon(QString::fromLatin1(resource)).pixmap(32).toImage();
+}
+
+class AnswerMachineWindow : public ::testing::Test {
+protected:
+    explicit AnswerMachineWindow(const std::string& providers = "test line") : setup(kRingPeriodMs, providers) {}
+
+    TestLineSetup setup;
+    std::string root = setup.path("navo-folder");
+    std::string section = logOnName();
+    std::string profileDir = root + "/Profiles/" + section;
+    AppData app;
+    FakeServices fake;  // diary and compression only
+    DataStoreService store;
+    TelephonyService line{ProgramResources(QString::fromStdString(TestLineSetup::soundsFolder()))};
+    AnswerMachine machine{line};
+    std::unique_ptr<ScriptedPrompt> prompt;
+    std::unique_ptr<MainWindow> window;
+
+    // An existing profile with the test line as its modem and the machine on.
+    void writeProfile(const std::string& extra = "")
+    {
+        fs::create_directories(profileDir);
+        std::ofstream(root + "/NAVO.ini") << "[" << section << "]\nLastPath=" << profileDir
+                                          << "\nLastFile=NAVO\nRecID=0\nCommID=0\nRings=2\nAutoMessage=1\n"
+                                             "PhWarn=N\nExpPrompt=0\nADiary=N\nCompress=Y\nRecQual=0\n"
+                                          << extra;
+        const std::string buildSpace = root + "/build-space";
+        fs::create_directories(buildSpace);
+        ASSERT_EQ(VXfilebuild(profileDir.c_str(), "NAVO", buildSpace.c_str()), 0);
+    }
+
+    void start(const std::string& extra = "")
+    {
+        writeProfile(extra);
+        prompt = std::make_unique<ScriptedPrompt>();  // any message box fails the test
+        StartupServices services = fake.services();
+        services.store = &store;
+        services.line = &line;
+        services.answerMachine = &machine;
+        window = std::make_unique<MainWindow>(app, services, root + "/navo");
+        window->OnInitDialog();
+        ASSERT_EQ(app.StoreUnusable, kStoreHealthy);
+        ASSERT_TRUE(line.monitoring());
+        // A short greeting keeps the calls short.
+        ASSERT_TRUE(SineFiles::write(AnswerMachineGreeting::path(app.TempDir), 400, 0.3));
+        ASSERT_TRUE(SineFiles::write(voice(), 600, 1.0));
+    }
+
+    void TearDown() override
+    {
+        if (!window)
+            return;
+        line.close(app);
+        store.deleteWorkingCopies(app);
+        store.workspace(app, 2, "*.*");
+    }
+
+    std::string voice() const { return setup.path("voice.wav"); }
+    QString label(int id) const { return window->findChild<QLabel*>(QString::number(id))->text(); }
+    const RecordListModel* model() const { return window->recordModel(); }
+    QString cell(int row, int column) const { return model()->index(row, column).data().toString(); }
+    ProfileSettings profile() const { return ProfileSettings(app.IniPath, app.ProfileSection); }
+
+    // The sound of a filed message, as the line library saved it.
+    LineSamples filedSound(const std::string& recId)
+    {
+        const std::string out = root + "/out-" + recId;
+        fs::create_directories(out);
+        const std::string record = recId + ".vxz";
+        LineSamples samples;
+        if (ExtractFile(app.DataStorePath.c_str(), record.c_str(), out.c_str()) != 0)
+            return samples;
+        std::vector<std::string> members;
+        VXlistMembers((out + "/" + record).c_str(), &members);
+        for (const std::string& member : members)
+            if (fs::path(member).extension() == ".vxw" &&
+                ExtractFile((out + "/" + record).c_str(), member.c_str(), out.c_str()) == 0)
+                LineWave::readFile(out + "/" + member, samples);
+        return samples;
+    }
+
+    bool workspaceHas(const std::string& extension) const
+    {
+        for (const auto& entry : fs::directory_iterator(app.TempDir))
+            if (entry.path().extension() == extension)
+                return true;
+        return false;
+    }
+};
+
+}  // namespace amtest
