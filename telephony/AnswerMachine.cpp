@@ -91,6 +91,12 @@ void AnswerMachine::forThisCall(AppData& app, bool take)
     LineState* line = state();
     if (line == nullptr)
         return;
+    // The caller may have hung up while the incoming-call window waited for
+    // the user: the machine must not stay on for the next call then.
+    if (take && line->CallState != 1) {
+        OutputDebugString("The call ended before the user chose: the answer machine stays off\n");
+        take = false;
+    }
     m_forThisCallOnly = take;
     line->AnswerMachineOn = take ? 1 : 0;
     // The ring count may have been reached while the incoming-call window

@@ -95,7 +95,14 @@ TEST_F(AnswerMachineSwitch, AModemThatIsGoneLeavesTheMachineOffAndWritesZero)
 TEST_F(AnswerMachineSwitch, OneCallModeEndsWithTheCallEvenWhenTheCallerGaveUp)
 {
     line.chooseDevice(0);
+    // Chosen after the caller had gone: nothing is switched on.
     machine.forThisCall(app, true);
+    EXPECT_FALSE(machine.forThisCallOnly());
+    EXPECT_EQ(app.lineState->AnswerMachineOn, 0);
+
+    app.lineState->CallState = 1;
+    machine.forThisCall(app, true);
+    app.lineState->CallState = 0;
     EXPECT_TRUE(machine.forThisCallOnly());
     EXPECT_EQ(app.lineState->AnswerMachineOn, 1);
     // The call ended before it was answered: CallState is 0 then.
