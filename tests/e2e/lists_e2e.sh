@@ -16,9 +16,14 @@ fail() { echo "FAIL: $*" >&2; exit 1; }
 "$demo" "$work" 300 || fail "could not build the demonstration store"
 
 export SHOTS=$shots
+# The line module built beside navo, with only a test line of this run's own.
+export E2E_DIR NAVO_TAPI_MODULE NAVO_LINE_PROVIDERS="test line" NAVO_TEST_LINE_SOCKET="$work/line.sock" NAVO_LINE_CONFIG="$work/no-line.conf"
+E2E_DIR=$(cd "$(dirname "$0")" && pwd)
+NAVO_TAPI_MODULE="$(dirname "$navo")/libnavotapi.so"
 xvfb-run -a -s "-screen 0 1280x1024x24" bash -c '
     set -e
     TMPDIR="$0/tmp" NAVO_TRACE=1 "$0/navo" 2> "$0/trace.txt" & pid=$!
+    "$E2E_DIR/cancel_modem_selection.sh"
     win=
     for _ in $(seq 80); do
         win=$(xdotool search --name "^Navo for user :" 2>/dev/null | head -1) && [ -n "$win" ] && break
