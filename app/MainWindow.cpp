@@ -57,7 +57,8 @@ const std::set<int> kAvailableCommands = {ID_EXIT,          ID_OPTIONS,        I
                                           ID_HELP_NAVOING,  ID_TB_NAVOING,     ID_NAVO_WEB,     ID_RECORD_EDIT,
                                           ID_HOT_KEYS,      ID_MODEM_SELECTION, ID_START_MONITORING,
                                           ID_STOP_MONITORING, ID_ANSWER_MACHINE_ON, ID_ANSWER_MACHINE_OFF,
-                                          ID_RECORD_USE_AS_GREETING};
+                                          ID_RECORD_USE_AS_GREETING, ID_NEW_RECORDING, ID_TB_NEW_RECORDING,
+                                          ID_RECORD_NEW_DICTATION};
 
 // Private messages other threads and windows post to the main window.
 constexpr UINT kDiaryMonitorStarted = WM_USER + 40;
@@ -402,6 +403,9 @@ void MainWindow::fillList(int listType)
         return;
     setCommandEnabled(ID_TB_PLAY, false);
     setCommandEnabled(ID_TB_SEND, false);
+    const bool canRecord = hasRecorder(listType);
+    setCommandEnabled(ID_TB_NEW_RECORDING, canRecord);
+    setCommandEnabled(ID_NEW_RECORDING, canRecord);
     m_ui->IDC_PROGRESS_TEXT->setText(QString::fromLatin1(spec->searchingText));
     m_ui->IDC_HEADING->setText(QString::fromLatin1(spec->heading));
     m_model->clear();
@@ -516,12 +520,29 @@ std::unique_ptr<QMenu> MainWindow::recordMenu()
         const auto state = states.find(item.id);
         // Of the editors, only the dictation's is in this build.
         const bool available = kAvailableCommands.count(item.id) != 0 &&
-                               (item.id != ID_RECORD_EDIT || m_app.CurrentListType == kListDictation);
+                               (item.id != ID_RECORD_EDIT || m_app.CurrentListType == kListDictation) &&
+                               (item.id != ID_RECORD_NEW_DICTATION || hasRecorder(kListDictation));
         action->setEnabled(state != states.end() && state->second && available);
         action->setData(state != states.end() && state->second);
         connect(action, &QAction::triggered, this, [this, id = item.id] { runCommand(id); });
     }
     return menu;
+}
+
+bool MainWindow::hasRecorder(int listType) const
+{
+    return m_services.recorder && m_services.recorder->hasRecorder(listType);
+}
+
+void MainWindow::newRecording(int listType)
+{
+    if (!hasRecorder(listType))
+        return;
+    const std::string prime =
+        ProfileSettings(m_app.IniPath, m_app.ProfileSection).readOrWrite(settings::kPrime, "N");
+    m_services.recorder->record(m_app, listType, this, prime == "Y");
+    // Recorders are modal: the list of that type is rebuilt when one closes.
+    fillList(listType);
 }
 
 void MainWindow::editSelectedRecord()
@@ -1010,6 +1031,13 @@ void MainWindow::runCommand(int id)
         break;
     case ID_RECORD_EDIT:
         editSelectedRecord();
+        break;
+    case ID_NEW_RECORDING:
+    case ID_TB_NEW_RECORDING:
+        newRecording(m_app.CurrentListType);
+        break;
+    case ID_RECORD_NEW_DICTATION:
+        newRecording(kListDictation);
         break;
     case ID_HOT_KEYS: {
         HotKeysDialog dialog(this);

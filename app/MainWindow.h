@@ -70,6 +70,9 @@ public:
 
     // Delete (command 2102) with its questions and reports.
     void deleteSelectedRecords();
+    // New recording (8017, 2177; 2104 for a dictation) of a list type.
+    void newRecording(int listType);
+    bool hasRecorder(int listType) const;
     // Edit (command 2101): the selected dictation's editor.
     void editSelectedRecord();
 

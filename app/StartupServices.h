@@ -142,10 +142,21 @@ public:
     virtual int runDialog(AppData& app, QWidget* owner) = 0;
 };
 
+class RecorderService {
+public:
+    virtual ~RecorderService() = default;
+    // Whether this build has a recorder for a list type (1 Dictation ...).
+    virtual bool hasRecorder(int listType) const = 0;
+    // Runs that recorder modally for a new recording; true when a recording
+    // was filed. prime: start from the previous record's details.
+    virtual bool record(AppData& app, int listType, QWidget* owner, bool prime) = 0;
+};
+
 struct StartupServices {
     StoreService* store = nullptr;
     LineService* line = nullptr;
     DiaryService* diary = nullptr;
     AnswerMachineService* answerMachine = nullptr;
     CompressionService* compression = nullptr;
+    RecorderService* recorder = nullptr;  // none: New Recording stays grey
 };

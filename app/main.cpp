@@ -4,7 +4,9 @@
 
 #include "app/AppData.h"
 #include "app/InertServices.h"
+#include "app/MainWindow.h"
 #include "app/NavoApp.h"
+#include "audio/RecorderLauncher.h"
 #include "store/DataStoreService.h"
 #include "telephony/AnswerMachine.h"
 #include "telephony/TelephonyService.h"
@@ -18,12 +20,14 @@ int main(int argc, char** argv)
     DataStoreService store;
     TelephonyService line;
     AnswerMachine answerMachine(line);
+    RecorderLauncher recorders(&MainWindow::openHelpPage);
     // The diary monitor and store compression are not in this build yet.
     InertServices notYetBuilt;
     StartupServices services = notYetBuilt.services();
     services.store = &store;
     services.line = &line;
     services.answerMachine = &answerMachine;
+    services.recorder = &recorders;
     NavoApp app(theAppData(), services,
                 QFile::encodeName(QApplication::applicationFilePath()).toStdString());
     app.InitInstance();

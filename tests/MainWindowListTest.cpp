@@ -330,3 +330,57 @@ TEST_F(ListWindowTest, CommandsOfPartsNotBuiltStayGrey)
                    ID_MODEM_SELECTION})
         EXPECT_TRUE(window->commandAction(id)->isEnabled()) << id;
 }
+
+namespace {
+// A recorder that files a dictation the way a real one would.
+class FilingRecorder : public RecorderService {
+public:
+    explicit FilingRecorder(RecordFactory*& records) : m_records(records) {}
+    bool hasRecorder(int listType) const override { return listType == kListDictation; }
+    bool record(AppData&, int listType, QWidget*, bool prime) override
+    {
+        calls.push_back(listType);
+        primed = prime;
+        m_records->dictation("Recorded just now");
+        return true;
+    }
+    std::vector<int> calls;
+    bool primed = false;
+
+private:
+    RecordFactory*& m_records;
+};
+}  // namespace
+
+TEST(NewRecording, OnlyListsWithARecorderOfferItAndTheListShowsTheNewRecording)
+{
+    QTemporaryDir dir;
+    AppData app;
+    FakeServices fake;
+    DataStoreService store;
+    RecordFactory* records = nullptr;
+    FilingRecorder recorder(records);
+    StartupServices services = fake.services();
+    services.store = &store;
+    services.recorder = &recorder;
+    MainWindow window(app, services, QFile::encodeName(dir.path()).toStdString() + "/navo");
+    window.OnInitDialog();
+    RecordFactory factory(app);
+    records = &factory;
+
+    window.fillList(kListDictation);
+    EXPECT_TRUE(window.commandAction(ID_TB_NEW_RECORDING)->isEnabled());
+    EXPECT_TRUE(window.commandAction(ID_NEW_RECORDING)->isEnabled());
+    window.runCommand(ID_TB_NEW_RECORDING);
+    ASSERT_EQ(recorder.calls, std::vector<int>{kListDictation});
+    EXPECT_FALSE(recorder.primed);  // "Prime" missing: written "N"
+    EXPECT_EQ(window.findChild<QLabel*>("10003")->text(), "Total dictations found = 1");
+    EXPECT_EQ(window.recordModel()->index(0, 1).data().toString(), "Recorded just now");
+
+    window.fillList(kListMeeting);
+    EXPECT_FALSE(window.commandAction(ID_TB_NEW_RECORDING)->isEnabled());
+    window.runCommand(ID_NEW_RECORDING);
+    EXPECT_EQ(recorder.calls.size(), 1u);
+    store.deleteWorkingCopies(app);
+    store.workspace(app, 2, "*.*");
+}

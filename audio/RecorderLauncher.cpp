@@ -1,0 +1,18 @@
+#include "audio/RecorderLauncher.h"
+
+#include "app/AppData.h"
+
+RecorderLauncher::RecorderLauncher(DictationRecorderDialog::HelpOpener openHelp) : m_openHelp(std::move(openHelp)) {}
+
+bool RecorderLauncher::hasRecorder(int listType) const
+{
+    return listType == kListDictation;
+}
+
+bool RecorderLauncher::record(AppData& app, int listType, QWidget* owner, bool)
+{
+    // Priming a new dictation from the previous one is not in this build.
+    if (listType != kListDictation)
+        return false;
+    return runDictationRecorder(app, owner, "", m_openHelp) == 1;
+}

@@ -1,0 +1,17 @@
+// The recorders this build has, as the main window reaches them: today the
+// Dictation Recorder.
+#pragma once
+
+#include "app/StartupServices.h"
+#include "audio/DictationRecorderDialog.h"
+
+class RecorderLauncher : public RecorderService {
+public:
+    explicit RecorderLauncher(DictationRecorderDialog::HelpOpener openHelp);
+
+    bool hasRecorder(int listType) const override;
+    bool record(AppData& app, int listType, QWidget* owner, bool prime) override;
+
+private:
+    DictationRecorderDialog::HelpOpener m_openHelp;
+};
