@@ -122,6 +122,26 @@ TEST_F(AnswerMachineWindow, TheRecIdIsTakenAtTheAnswerAndADroppedLineStillFilesW
     EXPECT_LT(heard.soundSeconds, 3.0);
 }
 
+TEST_F(AnswerMachineWindow, AMessageBeingLeftWhenNavoClosesIsFiledAndSaved)
+{
+    start();
+    ASSERT_TRUE(SineFiles::write(voice(), 600, 6.0));
+    NavoLineProcess caller(setup.socketPath());
+    caller.start({"call", "--rings", "6", "--number", "555 0142", "--name", "Late Caller", "--say",
+                  QString::fromStdString(voice())});
+    ASSERT_TRUE(waitUntil([&] { return app.lineState->Recording == 1; }));
+    MessageLog::pump(1000);
+    window->OnClose();
+    EXPECT_EQ(caller.finish(), 0);
+    EXPECT_TRUE(caller.outputHas(QStringLiteral("Navo hung up"))) << caller.output().toStdString();
+
+    // The store saved at exit holds the message.
+    const ToneMeasure heard = SineFiles::measure(filedSound("00000001"));
+    EXPECT_GT(heard.soundSeconds, 0.6);
+    EXPECT_LT(heard.soundSeconds, 3.0);
+    EXPECT_FALSE(line.monitoring());
+}
+
 TEST_F(AnswerMachineWindow, AMessageThatReachesMaxMessageIsCutAndFiled)
 {
     start("MaxMessage=1\n");
