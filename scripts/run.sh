@@ -46,7 +46,12 @@ Xvfb ":$display_number" -screen 0 1280x1024x24 -nolisten tcp >/dev/null 2>&1 &
 xvfb_pid=$!
 navo_pid=
 cleanup() {
-    [ -n "$navo_pid" ] && kill "$navo_pid" 2>/dev/null && wait "$navo_pid" 2>/dev/null
+    if [ -n "$navo_pid" ] && kill "$navo_pid" 2>/dev/null; then
+        # Navo closes in order on TERM; a dialog still open at start-up can
+        # hold it, so it gets ten seconds.
+        for _ in $(seq 100); do kill -0 "$navo_pid" 2>/dev/null || break; sleep 0.1; done
+        kill -9 "$navo_pid" 2>/dev/null || true
+    fi
     kill "$xvfb_pid" 2>/dev/null || true
 }
 trap cleanup EXIT
