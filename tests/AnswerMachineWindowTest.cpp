@@ -156,7 +156,9 @@ TEST_F(AnswerMachineWindow, AMessageThatReachesMaxMessageIsCutAndFiled)
 
     EXPECT_EQ(cell(0, 2), "Long Talker");
     const ToneMeasure heard = SineFiles::measure(filedSound("00000001"));
-    EXPECT_GT(heard.soundSeconds, 0.8);
+    // Cut at the one-second limit: some of the caller's five seconds, never
+    // much more than the limit (how much depends on how busy the machine is).
+    EXPECT_GT(heard.soundSeconds, 0.4);
     EXPECT_LT(heard.soundSeconds, 1.6);
     EXPECT_TRUE(line.monitoring());
 }
