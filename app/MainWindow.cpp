@@ -448,10 +448,8 @@ void MainWindow::showLineState()
     int newMessages = m_app.CurrentListType == kListPhone ? m_model->newMessageCount() : 0;
     if (m_app.lineState != nullptr)
         newMessages = m_app.lineState->MessagesWaiting;
-    // A closed line shows closed, whatever the answer machine's switch says.
-    const bool monitoring = m_services.line->monitoring();
-    const auto state =
-        recordlists::lineState(monitoring, monitoring && m_services.line->answerMachineOn(), newMessages);
+    const auto state = recordlists::lineState(m_services.line->monitoring(), m_services.line->answerMachineOn(),
+                                              newMessages);
     phone->setIcon(QIcon(QString::fromLatin1(kLineStateIcons[static_cast<int>(state)])));
 }
 

@@ -111,10 +111,11 @@ std::string deleteQuestion(const std::vector<std::string>& recIds)
 
 LineState lineState(bool monitoring, bool answerMachineOn, int newMessages)
 {
-    if (answerMachineOn)
-        return newMessages > 0 ? LineState::AnsweringNew : LineState::Answering;
+    // A closed line shows closed, whatever the answer machine's switch says.
     if (!monitoring)
         return LineState::Closed;
+    if (answerMachineOn)
+        return newMessages > 0 ? LineState::AnsweringNew : LineState::Answering;
     return newMessages > 0 ? LineState::MonitoringNew : LineState::Monitoring;
 }
 
