@@ -1,5 +1,7 @@
 #include "app/MainWindow.h"
 
+#include <algorithm>
+
 #include <QAction>
 #include <QApplication>
 #include <QCloseEvent>
@@ -423,8 +425,11 @@ void MainWindow::fillList(int listType)
 
     QTreeView* list = m_ui->IDC_RECORD_LIST;
     const int columns = static_cast<int>(spec->columns.size());
+    // The widths suit the classic 8-point dialog font, whose digits are 6
+    // pixels wide; a larger font widens every column alike so an ID still fits.
+    const double scale = std::max(1.0, list->fontMetrics().horizontalAdvance(QLatin1Char('0')) / 6.0);
     for (int column = 0; column < columns; ++column) {
-        list->setColumnWidth(column, spec->columns[column].width);
+        list->setColumnWidth(column, qRound(spec->columns[column].width * scale));
         list->setColumnHidden(column, column >= columns - 2);
     }
     list->header()->setSortIndicator(0, Qt::DescendingOrder);

@@ -1,5 +1,7 @@
 #include "telephony/module/ProviderThread.h"
 
+#include <algorithm>
+
 ProviderThread::~ProviderThread()
 {
     stop(nullptr);
@@ -21,10 +23,12 @@ void ProviderThread::stop(std::function<void()> tearDown)
 {
     if (!m_thread.joinable())
         return;
-    if (tearDown)
-        run(tearDown);
+    // tearDown is queued with the stop itself, so no tick can follow it.
+    Request request{&tearDown};
     {
         std::lock_guard<std::mutex> lock(m_mutex);
+        if (tearDown)
+            m_requests.push_back(&request);
         m_stopping = true;
     }
     m_wake.notify_all();
@@ -49,6 +53,13 @@ bool ProviderThread::run(const std::function<void()>& work)
     return true;
 }
 
+void ProviderThread::tickBy(std::chrono::steady_clock::time_point when)
+{
+    // Only tick (on this thread, with the lock free) sets it.
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_tickBy = std::min(m_tickBy, when);
+}
+
 void ProviderThread::loop(std::function<void()> setUp)
 {
     // Requests made while setUp runs wait for it: they are queued.
@@ -57,6 +68,7 @@ void ProviderThread::loop(std::function<void()> setUp)
     auto next = std::chrono::steady_clock::now();
     std::unique_lock<std::mutex> lock(m_mutex);
     for (;;) {
+        bool ranRequests = false;
         while (!m_requests.empty()) {
             Request* request = m_requests.front();
             m_requests.pop_front();
@@ -64,22 +76,26 @@ void ProviderThread::loop(std::function<void()> setUp)
             (*request->work)();
             lock.lock();
             request->done = true;
+            ranRequests = true;
             m_finished.notify_all();
         }
         if (m_stopping)
             break;
         const auto now = std::chrono::steady_clock::now();
-        if (now >= next) {
+        if (now >= next || now >= m_tickBy || ranRequests) {
+            m_tickBy = std::chrono::steady_clock::time_point::max();
             lock.unlock();
             if (m_tick)
                 m_tick();
             lock.lock();
-            next += m_period;
-            if (next < now)
-                next = now + m_period;  // fell behind: do not race to catch up
+            if (now >= next) {
+                next += m_period;
+                if (next < now)
+                    next = now + m_period;  // fell behind: do not race to catch up
+            }
             continue;
         }
-        m_wake.wait_until(lock, next, [&] { return m_stopping || !m_requests.empty(); });
+        m_wake.wait_until(lock, std::min(next, m_tickBy), [&] { return m_stopping || !m_requests.empty(); });
     }
     // Nobody may be left waiting on a request that will never run.
     for (Request* request : m_requests)

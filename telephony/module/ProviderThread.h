@@ -1,6 +1,8 @@
 // The one thread a provider's line runs on. It calls tick() every period and
-// runs the provider's requests between ticks, so everything the provider owns
-// (sockets, the SIP stack) is touched by this thread only and needs no lock.
+// runs the provider's requests between ticks, with a tick straight after
+// them so what they started (a SIP answer, say) goes out at once. Everything
+// the provider owns (sockets, the SIP stack) is touched by this thread only
+// and needs no lock.
 // liblinphone in particular must never be called from two threads.
 #pragma once
 
@@ -37,6 +39,10 @@ public:
 
     bool onThread() const { return std::this_thread::get_id() == m_thread.get_id(); }
 
+    // From tick on the thread: the next tick comes no later than when (a
+    // ring due between two periods is then reported on time).
+    void tickBy(std::chrono::steady_clock::time_point when);
+
 private:
     void loop(std::function<void()> setUp);
 
@@ -53,5 +59,6 @@ private:
     bool m_running = false;
     bool m_stopping = false;
     std::chrono::milliseconds m_period{20};
+    std::chrono::steady_clock::time_point m_tickBy = std::chrono::steady_clock::time_point::max();
     std::function<void()> m_tick;
 };

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <system_error>
 
@@ -232,7 +233,26 @@ void SipLineProvider::tick()
             ++m_rings;
             m_events->ringing(m_rings);
         }
+        // The next ring is told on time, not up to a tick late.
+        m_thread.tickBy(m_offeredAt + period * (m_rings + 1));
     }
+    sampleLevel();
+}
+
+void SipLineProvider::sampleLevel()
+{
+    if (!m_call || !m_recording || m_paused)
+        return;
+    // One reading per frame time: requests bring extra ticks, which would
+    // otherwise shorten the window.
+    const auto now = Clock::now();
+    if (now - m_levelSampledAt < kIterate)
+        return;
+    m_levelSampledAt = now;
+    const float dbm0 = m_call->getPlayVolume();
+    if (std::getenv("NAVO_LEVEL_PROBE") != nullptr)
+        std::fprintf(stderr, "level-probe %.2f dBm0 -> %d\n", dbm0, levelFromDbm0(dbm0));
+    m_heardLevel.addPeak(levelFromDbm0(dbm0));
 }
 
 void SipLineProvider::tearDown()
@@ -483,6 +503,7 @@ LONG SipLineProvider::recordFile(HCALL call, const std::string& path)
             m_call->startRecording();
             m_recording = true;
             m_paused = false;
+            m_heardLevel.clear();
             return 0;
         },
         LINEERR_OPERATIONFAILED);
@@ -514,6 +535,20 @@ LONG SipLineProvider::stopMedia(HCALL call)
                 return LINEERR_INVALCALLHANDLE;
             stopPlayer();
             finishRecording();
+            return 0;
+        },
+        LINEERR_OPERATIONFAILED);
+}
+
+LONG SipLineProvider::inputLevel(HCALL call, int& level)
+{
+    return m_thread.call<LONG>(
+        [&]() -> LONG {
+            if (!m_call || call != m_handle)
+                return LINEERR_INVALCALLHANDLE;
+            if (!m_recording || m_paused)
+                return LINEERR_INVALCALLSTATE;
+            level = m_heardLevel.peak();
             return 0;
         },
         LINEERR_OPERATIONFAILED);

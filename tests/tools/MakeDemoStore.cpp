@@ -1,12 +1,14 @@
-// navo-demo-store FOLDER [COUNT]: prepares a portable Navo folder whose
-// profile for the current user opens a data store holding COUNT records of
-// each type (default 200), filed through the real filing procedure. Used by
-// the end-to-end tests and for looking at a full main window.
+// navo-demo-store FOLDER [COUNT] [--greeting WAV]: prepares a portable Navo
+// folder whose profile for the current user opens a data store holding COUNT
+// records of each type (default 200), filed through the real filing
+// procedure, with WAV as the answer machine's greeting when given. Used by the
+// end-to-end tests, the call benchmark and for looking at a full main window.
 #include <QCoreApplication>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "RecordFactory.h"
 #include "app/AppData.h"
@@ -14,18 +16,28 @@
 #include "app/SettingsKeys.h"
 #include "maker/VXSAVE/VXSAVE.h"
 #include "platform/UserName.h"
+#include "store/ComponentFiles.h"
 #include "store/DataStore.h"
 #include "store/Workspace.h"
 
 int main(int argc, char** argv)
 {
     QCoreApplication application(argc, argv);
-    if (argc < 2) {
-        std::fprintf(stderr, "usage: navo-demo-store FOLDER [COUNT]\n");
+    std::vector<std::string> positional;
+    std::string greeting;
+    for (int i = 1; i < argc; ++i) {
+        const std::string argument = argv[i];
+        if (argument == "--greeting" && i + 1 < argc)
+            greeting = std::filesystem::absolute(argv[++i]).string();
+        else
+            positional.push_back(argument);
+    }
+    if (positional.empty() || positional.size() > 2) {
+        std::fprintf(stderr, "usage: navo-demo-store FOLDER [COUNT] [--greeting WAV]\n");
         return 2;
     }
-    const std::string folder = std::filesystem::absolute(argv[1]).string();
-    const int count = argc > 2 ? std::atoi(argv[2]) : 200;
+    const std::string folder = std::filesystem::absolute(positional[0]).string();
+    const int count = positional.size() > 1 ? std::atoi(positional[1].c_str()) : 200;
 
     char user[256];
     DWORD size = sizeof user;
@@ -66,6 +78,18 @@ int main(int argc, char** argv)
         records.video("Clip " + std::to_string(i + 1));
         if (records.lastResult() != 0) {
             std::fprintf(stderr, "navo-demo-store: filing failed (%d)\n", records.lastResult());
+            return 1;
+        }
+    }
+    if (!greeting.empty()) {
+        // The greeting is a component file: the copy in the workspace goes
+        // into the store at the save below.
+        std::error_code error;
+        std::filesystem::copy_file(greeting, components::workspacePath(app.TempDir, components::kGreeting),
+                                   std::filesystem::copy_options::overwrite_existing, error);
+        if (error) {
+            std::fprintf(stderr, "navo-demo-store: cannot use %s as the greeting: %s\n", greeting.c_str(),
+                         error.message().c_str());
             return 1;
         }
     }
