@@ -30,6 +30,7 @@ public:
     bool modemSelectionCommand(QWidget* owner) override;
     IncomingChoice runIncomingCall(QWidget* owner) override;
     void forwardCallerId() override {}
+    void callEnded() override {}
 
     int check(AppData& app) override;
     void start(AppData& app, std::uintptr_t mainWindow) override;

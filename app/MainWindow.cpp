@@ -710,7 +710,9 @@ void MainWindow::onIncomingCall()
     if (line != nullptr && line->AnswerMachineOn == 0 && line->CallState == 1) {
         const LineService::IncomingChoice choice = m_services.line->runIncomingCall(this);
         const bool picked = choice == LineService::IncomingChoice::PickedUp;
-        m_services.answerMachine->forThisCall(m_app, !picked);
+        // A caller who has already gone leaves no call for anyone to take.
+        if (choice != LineService::IncomingChoice::CallerHungUp)
+            m_services.answerMachine->forThisCall(m_app, !picked);
         if (picked)
             OutputDebugString("Call picked up, but the phone recorder is not in this build\n");
     }
@@ -732,6 +734,7 @@ void MainWindow::onCallEnded()
 {
     // The phone recorder is not in this version, so the steps that would
     // tell it the call has ended have no one to tell.
+    m_services.line->callEnded();
     const LineState* line = m_app.lineState;
     if (line != nullptr && line->AnswerMachineOn != 0)
         m_services.answerMachine->callEnded(m_app);

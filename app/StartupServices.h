@@ -57,6 +57,7 @@ public:
     enum class IncomingChoice {
         PickedUp,         // "&Answer": open the phone recorder for the call
         ToAnswerMachine,  // "&Message" or closed: the answer machine takes this call
+        CallerHungUp,     // the caller gave up first: the window closed by itself
     };
 
     virtual ~LineService() = default;
@@ -89,6 +90,9 @@ public:
     virtual IncomingChoice runIncomingCall(QWidget* owner) = 0;
     // WM_USER+121: the incoming-call window, when open, shows the caller again.
     virtual void forwardCallerId() = 0;
+    // WM_USER+150: an incoming-call window still open stops ringing and
+    // closes, its runIncomingCall answering CallerHungUp.
+    virtual void callEnded() = 0;
 };
 
 class DiaryService {

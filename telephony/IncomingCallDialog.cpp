@@ -70,6 +70,17 @@ void IncomingCallDialog::decide(bool pickUp)
     done(pickUp ? IDOK : IDCANCEL);
 }
 
+void IncomingCallDialog::endWithCall()
+{
+    if (m_decided)
+        return;
+    m_ring.stop();
+    m_pickedUp = false;
+    m_hungUp = true;
+    m_decided = true;
+    done(IDCANCEL);
+}
+
 void IncomingCallDialog::closeEvent(QCloseEvent* event)
 {
     m_ring.stop();

@@ -35,6 +35,10 @@ public:
     ~IncomingCallDialog() override;
 
     bool pickedUp() const { return m_pickedUp; }
+    // The caller hung up while the window was up: it stops ringing and
+    // closes with nobody's choice (not picked up, CallAnsweredByUser unchanged).
+    void endWithCall();
+    bool callerHungUp() const { return m_hungUp; }
     const RingSound& ring() const { return m_ring; }
 
 protected:
@@ -52,4 +56,5 @@ private:
     RingSound m_ring;
     bool m_pickedUp = false;
     bool m_decided = false;
+    bool m_hungUp = false;
 };

@@ -158,8 +158,17 @@ TelephonyService::IncomingChoice TelephonyService::runIncomingCall(QWidget* owne
         m_incoming = new IncomingCallDialog(*m_app, m_line, m_resources, owner);
     m_incoming->exec();
     const bool pickedUp = m_incoming && m_incoming->pickedUp();
+    const bool hungUp = m_incoming && m_incoming->callerHungUp();
     delete m_incoming.data();
+    if (hungUp)
+        return IncomingChoice::CallerHungUp;
     return pickedUp ? IncomingChoice::PickedUp : IncomingChoice::ToAnswerMachine;
+}
+
+void TelephonyService::callEnded()
+{
+    if (m_incoming)
+        m_incoming->endWithCall();
 }
 
 void TelephonyService::forwardCallerId()

@@ -81,6 +81,7 @@ public:
     IncomingChoice runIncomingCall(QWidget* owner) override;
     // WM_USER+121: the window, when open, shows the caller again.
     void forwardCallerId() override;
+    void callEnded() override;
     IncomingCallDialog* incomingCallDialog() const { return m_incoming.data(); }
 
     LineState* lineState() const { return m_line; }

@@ -136,6 +136,7 @@ public:
         return incomingChoice;
     }
     void forwardCallerId() override { calls.push_back("forward caller id"); }
+    void callEnded() override { calls.push_back("line call ended"); }
     StartResult startResult = StartResult::Started;
     IncomingChoice incomingChoice = IncomingChoice::ToAnswerMachine;
     bool lineMonitoring = false;

@@ -78,12 +78,14 @@ TEST_F(PhoneWiring, LineMessagesReachTheAnswerMachineOnlyWhenTheLineStateSaysSo)
     post(kEk7MsgConnected);
     EXPECT_EQ(count("call connected"), 1);
 
-    // +150: the machine files only when it is on.
+    // +150: the machine files only when it is on; the line hears of every end
+    // (an incoming-call window may be up).
     post(kEk7MsgDisconnected);
     EXPECT_EQ(count("call ended"), 0);
     block.AnswerMachineOn = 1;
     post(kEk7MsgDisconnected);
     EXPECT_EQ(count("call ended"), 1);
+    EXPECT_EQ(count("line call ended"), 2);
 
     // A ring, a busy number and the idle call need nothing.
     const std::size_t before = fake.calls.size();
@@ -113,10 +115,13 @@ TEST_F(PhoneWiring, AnIncomingCallAsksTheUserOnlyWhileTheMachineIsOff)
     post(kEk7MsgOffered);
     fake.incomingChoice = LineService::IncomingChoice::PickedUp;
     post(kEk7MsgOffered);
+    // The caller hung up while the window was up: nobody takes the call.
+    fake.incomingChoice = LineService::IncomingChoice::CallerHungUp;
+    post(kEk7MsgOffered);
     block.AnswerMachineOn = 1;
     post(kEk7MsgOffered);
     EXPECT_EQ(fake.calls, (std::vector<std::string>{"incoming call", "machine takes this call", "incoming call",
-                                                    "user takes this call"}));
+                                                    "user takes this call", "incoming call"}));
 }
 
 TEST_F(PhoneWiring, TheAnswerMachineSwitchSetsThePhoneMenu)

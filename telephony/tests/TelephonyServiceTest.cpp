@@ -174,6 +174,42 @@ TEST_F(TelephonyServiceTest, IncomingCallWindowShowsTheCallerAndSendsTheCallToTh
     EXPECT_EQ(profile.read(settings::kPhWarn), "N");
 }
 
+TEST_F(TelephonyServiceTest, IncomingCallWindowClosesByItselfWhenTheCallerHangsUp)
+{
+    service.chooseDevice(0);
+    profile.write(settings::kRings, "9");
+    ASSERT_EQ(service.startMonitoring(log.get()), TelephonyService::StartResult::Started);
+    TelephonyService::IncomingChoice choice = TelephonyService::IncomingChoice::PickedUp;
+    bool ran = false, wasRinging = false, ringingAfterEnd = true;
+    log->onMessage = [&](const LoggedMessage& m) {
+        if (m.message == kEk7MsgDisconnected && service.incomingCallDialog() != nullptr) {
+            wasRinging = service.incomingCallDialog()->ring().isPlaying();
+            service.callEnded();  // as the main window does on +150
+            ringingAfterEnd = service.incomingCallDialog()->ring().isPlaying();
+        }
+        if (m.message != kEk7MsgOffered || app.lineState->CallState != 1)
+            return;
+        // Nobody clicks anything; should the window stay up, it is closed
+        // long after the caller has gone so the test fails instead of hanging.
+        whenModal([](QWidget* dialog) { QTimer::singleShot(15000, dialog, [dialog] { dialog->close(); }); });
+        choice = service.runIncomingCall(nullptr);
+        ran = true;
+    };
+    NavoLineProcess caller(setup.socketPath());
+    caller.start({"call", "--rings", "2", "--number", "01632 960002", "--name", "Yan Li"});
+    EXPECT_EQ(caller.finish(), 4);  // the caller gives up after two rings
+    ASSERT_TRUE(log->waitFor(kEk7MsgIdle));
+    ASSERT_TRUE(ran) << "the window did not close when the caller hung up";
+    EXPECT_EQ(choice, TelephonyService::IncomingChoice::CallerHungUp);
+#ifdef NAVO_TEST_HAS_RING
+    EXPECT_TRUE(wasRinging);
+#endif
+    EXPECT_FALSE(ringingAfterEnd);
+    EXPECT_EQ(app.lineState->CallAnsweredByUser, 0);
+    EXPECT_EQ(service.incomingCallDialog(), nullptr);
+    EXPECT_TRUE(service.monitoring());
+}
+
 TEST_F(TelephonyServiceTest, ConnectedCallIsWaitingForTheUserUnlessTheAnswerMachineHasIt)
 {
     service.chooseDevice(0);
