@@ -163,7 +163,23 @@ HWND MainWindow::handle()
 int MainWindow::DoModal()
 {
     OnInitDialog();
+    if (m_stopRequested) {
+        OnClose();
+        return IDCANCEL;
+    }
     return exec();
+}
+
+void MainWindow::requestStop()
+{
+    if (isVisible()) {
+        PostMessage(handle(), WM_CLOSE, 0, 0);
+        return;
+    }
+    m_stopRequested = true;
+    for (QWidget* widget : QApplication::topLevelWidgets())
+        if (widget != this && widget->isVisible() && widget->isModal())
+            widget->close();
 }
 
 BOOL MainWindow::OnInitDialog()

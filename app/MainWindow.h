@@ -40,6 +40,10 @@ public:
     int DoModal();
     BOOL OnInitDialog();
     void OnClose();
+    // Asked to stop (TERM): a running window closes as if Exit were chosen;
+    // during start-up, the question on screen is cancelled and the window
+    // shuts down as soon as start-up ends, without being shown.
+    void requestStop();
 
     HWND handle();
 
@@ -146,4 +150,5 @@ private:
     QSize m_clientSize;
     bool m_initialised = false;
     bool m_closed = false;
+    bool m_stopRequested = false;
 };

@@ -32,7 +32,7 @@ BOOL NavoApp::InitInstance()
         if (splash.isVisible())
             splash.reject();
         else
-            PostMessage(mainWindow.handle(), WM_CLOSE, 0, 0);
+            mainWindow.requestStop();
     });
 
     splash.exec();

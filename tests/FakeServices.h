@@ -97,11 +97,14 @@ public:
     }
     bool deviceChosen() const override { return chosen; }
     void setRings(int count) override { rings = count; }
-    long selectModem(QWidget*) override
+    long selectModem(QWidget* owner) override
     {
         calls.push_back("select modem");
+        if (duringModemSelection)
+            duringModemSelection(owner);
         return modemChoice;
     }
+    std::function<void(QWidget*)> duringModemSelection;
     void close(AppData& app) override
     {
         calls.push_back(app.DiaryMonitorRunning ? "line close (diary still running)" : "line close");

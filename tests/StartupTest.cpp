@@ -1,6 +1,8 @@
 // Start-up and shutdown of the main window against real INI files in a
 // portable folder, with the store, line and diary seams scripted.
 #include <QApplication>
+#include <QDialog>
+#include <QTimer>
 #include <QDir>
 #include <QFile>
 #include <QLabel>
@@ -372,6 +374,26 @@ TEST_F(FailedStartupTest, UnreachableStoreOffersOpenOrNewAndSkipsTheSaveWhenBoth
     EXPECT_EQ(app.StartupFailed, 1);
     closeByEventLoop(*window);
     EXPECT_EQ(std::count(fake.calls.begin(), fake.calls.end(), "save"), 0);
+}
+
+TEST_F(StartupTest, StopRequestedDuringAStartUpQuestionCancelsItAndShutsDownUnseen)
+{
+    MainWindow window(app, fake.services(), install.executable());
+    bool questionCancelled = false;
+    fake.modemChoice = -1;
+    fake.duringModemSelection = [&](QWidget* owner) {
+        QDialog question(owner);
+        question.setModal(true);
+        QTimer::singleShot(0, &question, [&] { window.requestStop(); });
+        // Should the stop not reach the question, it ends by itself later.
+        QTimer::singleShot(10000, &question, &QDialog::accept);
+        questionCancelled = question.exec() == QDialog::Rejected;
+    };
+    EXPECT_EQ(window.DoModal(), IDCANCEL);
+    EXPECT_TRUE(questionCancelled);
+    EXPECT_FALSE(window.isVisible());
+    EXPECT_EQ(fake.calls.back(), "workspace 2 *.*");  // the shutdown ran
+    EXPECT_EQ(app.MainWindowAlive, 0);
 }
 
 TEST_F(StartupTest, ShutdownRunsInOrder)
