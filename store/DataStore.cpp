@@ -14,6 +14,7 @@
 #include "platform/Trace.h"
 #include "platform/WaitCursor.h"
 #include "store/ComponentFiles.h"
+#include "store/IndexRepair.h"
 #include "store/Workspace.h"
 
 namespace fs = std::filesystem;
@@ -103,6 +104,12 @@ int DataStore::extract(AppData& app)
         return kExtractFailed;
     }
     app.DataStorePath = store;
+    // Before anything searches it, an index the last session could not save
+    // is brought in line with the records.
+    const indexrepair::Result repair = indexrepair::reconcileAndStore(app.TempDir, store);
+    if (repair.added != 0 || repair.removed != 0)
+        OutputDebugString("Index repaired: " + std::to_string(repair.added) + " entries rebuilt, " +
+                          std::to_string(repair.removed) + " removed\n");
     return 0;
 }
 

@@ -574,6 +574,26 @@ int countEntries(const char* path, std::uint64_t* result)
     return kEk7IndexOk;
 }
 
+int listRecIds(const char* path, std::vector<std::uint32_t>* result)
+{
+    if (result == nullptr)
+        return kEk7IndexBadArgument;
+    result->clear();
+    IndexDatabase db;
+    bool empty = false;
+    int code = openForRead(db, path, &empty);
+    if (code != kEk7IndexOk || empty)
+        return code;
+    Statement select(db.handle(), "SELECT rec_id FROM entry ORDER BY rec_id");
+    code = prepareCode(select);
+    if (code != kEk7IndexOk)
+        return code;
+    int rc;
+    while ((rc = select.step()) == SQLITE_ROW)
+        result->push_back(static_cast<std::uint32_t>(select.columnInt64(0)));
+    return rc == SQLITE_DONE ? kEk7IndexOk : codeForSqlite(rc);
+}
+
 int create(const char* path)
 {
     if (path == nullptr)
@@ -642,6 +662,11 @@ int Ek7IndexSearch(const char* indexPath, const char* words, std::vector<std::ui
 int Ek7IndexCount(const char* indexPath, std::uint64_t* count)
 {
     return guarded([&] { return countEntries(indexPath, count); });
+}
+
+int Ek7IndexRecIds(const char* indexPath, std::vector<std::uint32_t>* recIds)
+{
+    return guarded([&] { return listRecIds(indexPath, recIds); });
 }
 
 int Ek7IndexCreate(const char* indexPath)

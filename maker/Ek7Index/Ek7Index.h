@@ -127,6 +127,9 @@ int Ek7IndexSearch(const char* indexPath, const char* words, std::vector<std::ui
 
 int Ek7IndexCount(const char* indexPath, std::uint64_t* count);
 
+// Every entry's RecID, in order, without reading the entries' texts.
+int Ek7IndexRecIds(const char* indexPath, std::vector<std::uint32_t>* recIds);
+
 // Makes indexPath an index: creates a missing file, writes the tables into an
 // empty one, and leaves an existing index as it is.
 int Ek7IndexCreate(const char* indexPath);

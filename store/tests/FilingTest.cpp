@@ -210,3 +210,68 @@ TEST(RecordInfo, LockAndOriginalShowInTheDescription)
     EXPECT_EQ(MessageTextFor(recordinfo::kLocked), "The record is locked and cannot be edited : Info 006");
     EXPECT_EQ(MessageTextFor(recordinfo::kNoAudit), "Navo file does not contain audit information : Info 130");
 }
+
+// A crash loses only the index's changes since the last save: on the next
+// open the index is rebuilt from the records, which were stored at once.
+TEST_F(FilingTest, ReopeningAfterACrashRebuildsTheIndexFromTheStoredRecords)
+{
+    const long kept = fileDictation("Kept note", "alpha");
+    const long gone = fileDictation("Gone before the crash", "beta");
+    const long gonePosition = lastPosition;
+    ASSERT_EQ(store.save(app), 0);
+    // Its line marked dead and stored, but the index that still lists it was not.
+    ASSERT_TRUE(family::markDeleted(ws(components::kDictation), indexline::recIdText(gone), gonePosition));
+    const char* familyFile[] = {components::kDictation};
+    ASSERT_EQ(RPS_Put(app.DataStorePath.c_str(), app.TempDir.c_str(), familyFile, 1), 0);
+    const long filedLater = fileDictation("Filed after the save", "gamma\r\ndelta");
+    ASSERT_EQ(lastResult, 0);
+    const long filedPosition = lastPosition;
+
+    // The crash: the workspace goes without a save; the store is reopened.
+    store.deleteWorkingCopies(app);
+    DataStore reopened;
+    TraceCapture trace;
+    ASSERT_EQ(reopened.extract(app), 0);
+    EXPECT_NE(trace.text().find("Index repaired: 1 entries rebuilt, 1 removed"), std::string::npos) << trace.text();
+
+    std::vector<std::uint32_t> ids;
+    ASSERT_EQ(Ek7IndexRecIds(indexPath().c_str(), &ids), kEk7IndexOk);
+    EXPECT_EQ(ids, (std::vector<std::uint32_t>{static_cast<std::uint32_t>(kept),
+                                                static_cast<std::uint32_t>(filedLater)}));
+    // Searchable by its own search text and by its subject, with its line's place.
+    std::vector<std::uint32_t> found;
+    ASSERT_EQ(Ek7IndexSearch(indexPath().c_str(), "delta", &found), kEk7IndexOk);
+    EXPECT_EQ(found, (std::vector<std::uint32_t>{static_cast<std::uint32_t>(filedLater)}));
+    ASSERT_EQ(Ek7IndexSearch(indexPath().c_str(), "Filed after", &found), kEk7IndexOk);
+    EXPECT_EQ(found, (std::vector<std::uint32_t>{static_cast<std::uint32_t>(filedLater)}));
+    char record[EK7_INDEX_RECORD_MAX];
+    ASSERT_NE(Ek7IndexRead(static_cast<std::uint32_t>(filedLater), indexPath().c_str(), record), 0);
+    char position[64];
+    Ek7IndexField(3, record, position);
+    EXPECT_EQ(std::atol(position), filedPosition);
+
+    // A store whose index agrees is left as it is; no scratch files remain.
+    reopened.deleteWorkingCopies(app);
+    TraceCapture quiet;
+    ASSERT_EQ(reopened.extract(app), 0);
+    EXPECT_EQ(quiet.text().find("Index repaired"), std::string::npos);
+    EXPECT_FALSE(std::filesystem::exists(app.TempDir + "/index-repair"));
+}
+
+TEST_F(FilingTest, ARecordWhoseFileIsUnreadableIsStillIndexedByItsLine)
+{
+    ASSERT_EQ(store.save(app), 0);
+    const long recId = fileDictation("Subject survives", "lost words");
+    ASSERT_EQ(lastResult, 0);
+    store.deleteWorkingCopies(app);
+    const std::string recordFile = RecordFiler::recordFileName(recId);
+    const char* names[] = {recordFile.c_str()};
+    ASSERT_EQ(RPS_Delete(app.DataStorePath.c_str(), names, 1), 0);
+
+    ASSERT_EQ(store.extract(app), 0);
+    std::vector<std::uint32_t> found;
+    ASSERT_EQ(Ek7IndexSearch(indexPath().c_str(), "Subject survives", &found), kEk7IndexOk);
+    EXPECT_EQ(found, (std::vector<std::uint32_t>{static_cast<std::uint32_t>(recId)}));
+    ASSERT_EQ(Ek7IndexSearch(indexPath().c_str(), "lost", &found), kEk7IndexOk);
+    EXPECT_TRUE(found.empty());
+}
