@@ -50,6 +50,17 @@ int AnswerMachine::maxMessageSeconds(const ProfileSettings& profile)
     return std::min(seconds, kMaxMessageLimit);
 }
 
+int AnswerMachine::silenceSeconds(const ProfileSettings& profile)
+{
+    const std::string text = profile.readOrWrite(settings::kSilence, std::to_string(kSilenceDefault).c_str());
+    char* end = nullptr;
+    const long seconds = std::strtol(text.c_str(), &end, 10);  // saturates, never overflows
+    if (end == text.c_str())
+        OutputDebugString("\"Silence\" is not a number (" + text + "): " + std::to_string(kSilenceMin) +
+                          " seconds, as the Options dialog shows it\n");
+    return static_cast<int>(std::clamp<long>(seconds, kSilenceMin, kSilenceMax));
+}
+
 AnswerMachine::Switch AnswerMachine::switchOn(AppData& app, QObject* mainWindow)
 {
     LineState* line = state();
@@ -140,8 +151,11 @@ void AnswerMachine::playGreeting(AppData& app)
             lineDrop(state()->CallHandle, nullptr, 0);
         return;
     }
-    m_maxSeconds = maxMessageSeconds(profileOf(app));
+    const ProfileSettings profile = profileOf(app);
+    m_maxSeconds = maxMessageSeconds(profile);
+    m_silenceSeconds = silenceSeconds(profile);
     m_recordingFor.invalidate();
+    m_silentFor.invalidate();
     m_lengthWatch.start();
 }
 
@@ -157,9 +171,26 @@ void AnswerMachine::watchLength()
     // The clock starts with the recording, after the greeting and the tone.
     if (!m_recordingFor.isValid())
         m_recordingFor.start();
-    if (m_recordingFor.elapsed() < static_cast<qint64>(m_maxSeconds) * 1000)
+    if (m_recordingFor.elapsed() >= static_cast<qint64>(m_maxSeconds) * 1000) {
+        OutputDebugString("Message length limit reached: ending the call\n");
+        stopWatching();
+        lineDrop(line->CallHandle, nullptr, 0);
         return;
-    OutputDebugString("Message length limit reached: ending the call\n");
+    }
+    // An unknown level (-1) is never silence: a line that cannot measure
+    // must not cut callers off.
+    const int level = Ek7TapiInputLevel();
+    if (level < 0 || level >= kSilenceLevel) {
+        m_silentFor.invalidate();
+        return;
+    }
+    if (!m_silentFor.isValid()) {
+        m_silentFor.start();
+        return;
+    }
+    if (m_silentFor.elapsed() < static_cast<qint64>(m_silenceSeconds) * 1000)
+        return;
+    OutputDebugString("Silence limit reached: ending the call\n");
     stopWatching();
     lineDrop(line->CallHandle, nullptr, 0);
 }
@@ -168,6 +199,7 @@ void AnswerMachine::stopWatching()
 {
     m_lengthWatch.stop();
     m_recordingFor.invalidate();
+    m_silentFor.invalidate();
 }
 
 int AnswerMachine::callEnded(AppData& app)

@@ -8,9 +8,11 @@
 // Message length: the line library has no length limit of its own, so the
 // machine ends a recording that has gone on for "MaxMessage" seconds (default
 // 180) by dropping the call; the line then reports the end of the call as
-// for a caller who hangs up, and the message is filed in the same way. The
-// library reports no sound levels either, so the "Silence" setting cannot cut
-// a silent caller short: the length limit is what ends such a call.
+// for a caller who hangs up, and the message is filed in the same way. It
+// ends the call the same way once the caller has been silent for "Silence"
+// seconds while recorded, judged from the line's input level. A line that
+// cannot tell its level (an older provider module) is never taken for
+// silent: there the length limit is what ends a silent caller's call.
 #pragma once
 
 #include <QElapsedTimer>
@@ -30,6 +32,14 @@ public:
     static constexpr const char* kMaxMessage = "MaxMessage";
     static constexpr int kMaxMessageDefault = 180;
     static constexpr int kMaxMessageLimit = 3600;
+    // "Silence" in seconds, as the Options dialog's slider allows.
+    static constexpr int kSilenceDefault = 5;
+    static constexpr int kSilenceMin = 2;
+    static constexpr int kSilenceMax = 30;
+    // A caller whose recent peak stays below this is silent: 1 % of full
+    // scale. A silent line reads 0 (test line) or about 1 (SIP, the meter's
+    // floor); speech peaks run to thousands.
+    static constexpr int kSilenceLevel = 328;
     // The tone after the greeting: the program's WAVE resource.
     static constexpr int kToneResource = 3001;
 
@@ -53,6 +63,10 @@ public:
     // The longest message in seconds, from "MaxMessage" (missing: written as
     // "180"; a value below 1 or not a number counts as 180, above 3600 as 3600).
     static int maxMessageSeconds(const ProfileSettings& profile);
+    // The silence that ends a message, in seconds, from "Silence" (missing:
+    // written as "5"). Read as the Options dialog reads it: the leading whole
+    // number, clamped to 2-30, so not a number counts as 2.
+    static int silenceSeconds(const ProfileSettings& profile);
 
 private:
     static ProfileSettings profileOf(const AppData& app);
@@ -66,5 +80,7 @@ private:
     AnswerMachineMessage m_message;
     QTimer m_lengthWatch;
     QElapsedTimer m_recordingFor;
+    QElapsedTimer m_silentFor;  // invalid while the caller is heard
     int m_maxSeconds = kMaxMessageDefault;
+    int m_silenceSeconds = kSilenceDefault;
 };

@@ -1,6 +1,7 @@
 // The answer machine through the main window over the SIP line: baresip, a
 // SIP client we did not write, calls Navo over loopback with a display name
-// and a number; the message it leaves appears in the Phone list. Runs inside
+// and a number; the message it leaves appears in the Phone list, and a
+// caller who falls silent is cut off after "Silence" seconds. Runs inside
 // a private network namespace (telephony/tests/sip_e2e.sh), where only
 // 127.0.0.1 exists.
 #include <QDir>
@@ -9,6 +10,7 @@
 #include <cstdlib>
 
 #include "AnswerMachineWindowFixture.h"
+#include "platform/Trace.h"
 
 namespace {
 
@@ -88,6 +90,38 @@ TEST_F(AnswerMachineSip, ABaresipCallersMessageIsFiledUnderItsNameAndNumber)
                 heard.soundSeconds, heard.seconds);
     EXPECT_TRUE(line.monitoring());
     EXPECT_EQ(app.lineState->AnswerMachineOn, 1);
+}
+
+TEST_F(AnswerMachineSip, ACallerSilentForTheSilenceSecondsIsCutBeforeBaresipHangsUp)
+{
+    start("Silence=2\n");
+    window->fillList(kListPhone);
+    TraceCapture trace;
+
+    // Quiet through greeting and tone, 1.5 s of 600 Hz, then zeros: the
+    // meter settles on them about half a second after the tone stops.
+    const std::string voice = setup.path("voice.wav");
+    LineSamples said = SineFiles::sine(0, 1.5, 0);
+    const LineSamples tone = SineFiles::sine(600, 1.5);
+    said.insert(said.end(), tone.begin(), tone.end());
+    said.resize(said.size() + 8000 * 20, 0);
+    ASSERT_TRUE(LineWave::writeFile(voice, said, false));
+
+    const QString output = callWithBaresip("Silent Sam", "01614960001", voice, 12);
+    ASSERT_TRUE(waitUntil([&] { return model()->rowCount() == 1; }, 10000)) << output.toStdString();
+    EXPECT_TRUE(trace.contains("Silence limit reached: ending the call\n")) << output.toStdString();
+    // baresip's word for a BYE from the far end.
+    EXPECT_TRUE(output.contains(QStringLiteral("session closed"))) << output.toStdString();
+    EXPECT_EQ(cell(0, 2), "Silent Sam");
+    const ToneMeasure heard = SineFiles::measure(filedSound("00000001"));
+    EXPECT_NEAR(heard.frequency, 600, 15);
+    EXPECT_NEAR(heard.soundSeconds, 1.5, 0.3);
+    // Two silent seconds at least, and ended by Navo well before baresip's
+    // own twelve.
+    EXPECT_GT(heard.seconds, 3.4);
+    EXPECT_LT(heard.seconds, 9.0);
+    std::printf("[ measured ] silence cut over SIP: %.2f s of sound in %.2f s\n", heard.soundSeconds, heard.seconds);
+    EXPECT_TRUE(line.monitoring());
 }
 
 }  // namespace

@@ -4,6 +4,12 @@
 // does, with "AutoMessage" "1", so start-up switches the machine on.
 #include "AnswerMachineWindowFixture.h"
 
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "platform/Trace.h"
+
 namespace {
 
 using namespace amtest;
@@ -162,6 +168,69 @@ TEST_F(AnswerMachineWindow, AMessageThatReachesMaxMessageIsCutAndFiled)
     EXPECT_LT(heard.soundSeconds, 1.6);
     EXPECT_TRUE(line.monitoring());
 }
+
+TEST_F(AnswerMachineWindow, ACallerSilentForTheSilenceSecondsIsCutAndTheSpeechFiled)
+{
+    start("Silence=2\n");
+    window->fillList(kListPhone);
+    TraceCapture trace;
+    // A second of speech, then silence for far longer than the limit.
+    NavoLineProcess caller(setup.socketPath());
+    caller.start({"call", "--rings", "6", "--name", "Quiet Caller", "--say", QString::fromStdString(voice()),
+                  "--linger", "30000"});
+    ASSERT_EQ(caller.finish(45000), 0) << caller.output().toStdString();
+    EXPECT_TRUE(caller.outputHas(QStringLiteral("Navo hung up"))) << caller.output().toStdString();
+    EXPECT_TRUE(trace.contains("Silence limit reached: ending the call\n"));
+    ASSERT_TRUE(waitUntil([&] { return model()->rowCount() == 1; }));
+    EXPECT_EQ(cell(0, 2), "Quiet Caller");
+    const ToneMeasure heard = SineFiles::measure(filedSound("00000001"));
+    EXPECT_NEAR(heard.soundSeconds, 1.0, 0.25);
+    // Never cut before two silent seconds; the caller's thirty would have
+    // made it far longer (how much over two depends on how busy we are).
+    EXPECT_GT(heard.seconds, 2.9);
+    EXPECT_LT(heard.seconds, 20.0);
+}
+
+// Callers never silent for the two seconds of "Silence" hang up themselves,
+// and all they said is filed. Parts: seconds of 600 Hz and of silence in turn.
+struct Speech {
+    const char* name;
+    std::vector<double> parts;
+    double soundSeconds;
+};
+
+void PrintTo(const Speech& speech, std::ostream* out)
+{
+    *out << speech.name;
+}
+
+class SpeechWithinTheLimit : public AnswerMachineWindow, public ::testing::WithParamInterface<Speech> {};
+
+TEST_P(SpeechWithinTheLimit, IsNotCutShort)
+{
+    start("Silence=2\n");
+    window->fillList(kListPhone);
+    LineSamples said;
+    for (std::size_t i = 0; i < GetParam().parts.size(); ++i) {
+        const LineSamples part = SineFiles::sine(600, GetParam().parts[i], i % 2 == 0 ? 12000 : 0);
+        said.insert(said.end(), part.begin(), part.end());
+    }
+    ASSERT_TRUE(LineWave::writeFile(voice(), said, false));
+    TraceCapture trace;
+    NavoLineProcess caller(setup.socketPath());
+    caller.start({"call", "--rings", "6", "--say", QString::fromStdString(voice())});
+    ASSERT_EQ(caller.finish(), 0) << caller.output().toStdString();
+    EXPECT_FALSE(caller.outputHas(QStringLiteral("Navo hung up"))) << caller.output().toStdString();
+    EXPECT_FALSE(trace.contains("Silence limit reached"));
+    ASSERT_TRUE(waitUntil([&] { return model()->rowCount() == 1; }));
+    EXPECT_NEAR(SineFiles::measure(filedSound("00000001")).soundSeconds, GetParam().soundSeconds, 0.3);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Callers, SpeechWithinTheLimit,
+    ::testing::Values(Speech{"LongerThanTheLimitWithoutAPause", {5.0}, 5.0},
+                      Speech{"PausingForLessThanTheLimit", {1.0, 1.0, 1.0, 1.2, 1.0}, 3.0}),
+    [](const ::testing::TestParamInfo<Speech>& info) { return std::string(info.param.name); });
 
 TEST_F(AnswerMachineWindow, MessagesArrivingWhileAnotherListIsShownLightTheLineState)
 {

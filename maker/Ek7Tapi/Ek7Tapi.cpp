@@ -31,3 +31,4 @@ LineState* Ek7TapiStop() { return LineLibrary::instance().stop(); }
 LineState* Ek7TapiSave() { return LineLibrary::instance().save(); }
 LineState* Ek7TapiAnswer() { return LineLibrary::instance().answer(); }
 LineState* Ek7TapiDial(const char* number) { return LineLibrary::instance().dial(number); }
+int Ek7TapiInputLevel() { return LineLibrary::instance().inputLevel(); }

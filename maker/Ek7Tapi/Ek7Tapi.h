@@ -210,3 +210,8 @@ LineState* Ek7TapiSave();
 LineState* Ek7TapiAnswer();
 // Places a call to number on the open line.
 LineState* Ek7TapiDial(const char* number);
+// How loud the caller has been over the last 200 ms or so while recorded:
+// the peak, 0 (silence) to 32767 (full scale) on the 16-bit sample scale.
+// -1 when unknown: no call, not recording, paused, or a module that cannot
+// measure. Unlike the others it leaves ErrorCode alone.
+int Ek7TapiInputLevel();

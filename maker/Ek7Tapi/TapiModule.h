@@ -7,7 +7,7 @@
 //   value is the failure. No request identifiers, no LINE_REPLY.
 // - Structures keep the TAPI member names but only the members Navo reads,
 //   at fixed sizes; dwTotalSize must be set to sizeof the structure.
-// - Audio over a call goes through four functions of Navo's own (navoLine*)
+// - Audio over a call goes through functions of Navo's own (navoLine*)
 //   instead of wave devices opened with an identifier from lineGetID; media
 //   events come back as LINE_DEVSPECIFIC with a NAVO_MEDIA_ code.
 // - An icon handle points at 16x16 ARGB pixels owned by the module.
@@ -152,6 +152,11 @@ using PFN_navoLinePlayFile = LONG (*)(HCALL hCall, const char* lpszPath);
 using PFN_navoLineRecordFile = LONG (*)(HCALL hCall, const char* lpszPath);
 using PFN_navoLinePauseRecord = LONG (*)(HCALL hCall, TAPIDWORD dwPause);
 using PFN_navoLineStopMedia = LONG (*)(HCALL hCall);
+// How loud the caller is: the peak of what was heard over the last 200 ms or
+// so, 0 (silence) to 32767 (full scale), linear on the 16-bit sample scale.
+// LINEERR_INVALCALLSTATE unless the call is being recorded (and not paused).
+// Added after the other four: a module may lack it.
+using PFN_navoLineGetLevel = LONG (*)(HCALL hCall, TAPIDWORD* lpdwLevel);
 }
 
 // The module's file name, and where the line library and the program look

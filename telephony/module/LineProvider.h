@@ -43,4 +43,6 @@ public:
     virtual LONG recordFile(HCALL call, const std::string& path) = 0;
     virtual LONG pauseRecord(HCALL call, bool pause) = 0;
     virtual LONG stopMedia(HCALL call) = 0;
+    // The caller's recent peak, 0-32767, while recording (navoLineGetLevel).
+    virtual LONG inputLevel(HCALL call, int& level) = 0;
 };

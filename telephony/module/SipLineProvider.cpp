@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <system_error>
 
@@ -249,10 +248,7 @@ void SipLineProvider::sampleLevel()
     if (now - m_levelSampledAt < kIterate)
         return;
     m_levelSampledAt = now;
-    const float dbm0 = m_call->getPlayVolume();
-    if (std::getenv("NAVO_LEVEL_PROBE") != nullptr)
-        std::fprintf(stderr, "level-probe %.2f dBm0 -> %d\n", dbm0, levelFromDbm0(dbm0));
-    m_heardLevel.addPeak(levelFromDbm0(dbm0));
+    m_heardLevel.addPeak(levelFromMeter(m_call->getPlayVolume()));
 }
 
 void SipLineProvider::tearDown()

@@ -12,6 +12,8 @@
 // A greeting is played with the call's own player; recording uses the call's
 // recorder (a file per call, started only after the greeting so that it holds
 // the caller alone) and is copied to the path Navo asked for when it stops.
+// The caller's level while recorded is the stack's receive meter, read once
+// a frame (InputLevel.h has what its readings mean).
 //
 // Settings (LineOptions): local UDP port, RTP port range, an optional account
 // at a registrar (user, domain, and a password file that only its owner may
@@ -22,6 +24,7 @@
 #include <memory>
 #include <string>
 
+#include "telephony/module/InputLevel.h"
 #include "telephony/module/LineOptions.h"
 #include "telephony/module/LineProvider.h"
 #include "telephony/module/ProviderThread.h"
@@ -51,6 +54,7 @@ public:
     LONG recordFile(HCALL call, const std::string& path) override;
     LONG pauseRecord(HCALL call, bool pause) override;
     LONG stopMedia(HCALL call) override;
+    LONG inputLevel(HCALL call, int& level) override;
 
     // Called by the stack's listeners, on the provider's thread.
     void onCallState(const std::shared_ptr<linphone::Call>& call, int state);
@@ -68,6 +72,7 @@ private:
     void finishCall(unsigned mode);
     void stopPlayer();
     void finishRecording();
+    void sampleLevel();
     std::string newCallRecordFile();
 
     LineOptions m_options;
@@ -96,4 +101,8 @@ private:
     bool m_recording = false;      // started and not stopped (paused counts)
     bool m_paused = false;
     unsigned m_fileCounter = 0;
+
+    // The far end's level while recording, from the stack's receive meter.
+    RecentPeak m_heardLevel;
+    Clock::time_point m_levelSampledAt;
 };

@@ -96,3 +96,8 @@ NAVO_EXPORT LONG navoLineStopMedia(HCALL hCall)
 {
     return TapiModule::instance().stopMedia(hCall);
 }
+
+NAVO_EXPORT LONG navoLineGetLevel(HCALL hCall, TAPIDWORD* lpdwLevel)
+{
+    return TapiModule::instance().inputLevel(hCall, lpdwLevel);
+}

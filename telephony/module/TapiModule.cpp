@@ -370,3 +370,17 @@ LONG TapiModule::stopMedia(HCALL call)
     const auto provider = providerOf(call);
     return provider ? provider->stopMedia(call) : LINEERR_INVALCALLHANDLE;
 }
+
+LONG TapiModule::inputLevel(HCALL call, TAPIDWORD* level)
+{
+    if (level == nullptr)
+        return LINEERR_INVALPOINTER;
+    const auto provider = providerOf(call);
+    if (!provider)
+        return LINEERR_INVALCALLHANDLE;
+    int peak = 0;
+    const LONG result = provider->inputLevel(call, peak);
+    if (result == 0)
+        *level = static_cast<TAPIDWORD>(peak);
+    return result;
+}

@@ -211,6 +211,7 @@ LONG TestLineProvider::recordFile(HCALL call, const std::string& path)
                 return LINEERR_OPERATIONFAILED;
             m_call.recording = true;
             m_call.paused = false;
+            m_call.heardLevel.clear();
             return 0;
         },
         LINEERR_OPERATIONFAILED);
@@ -241,6 +242,20 @@ LONG TestLineProvider::stopMedia(HCALL call)
                 m_call.recorder->close();
             m_call.recording = false;
             m_call.paused = false;
+            return 0;
+        },
+        LINEERR_OPERATIONFAILED);
+}
+
+LONG TestLineProvider::inputLevel(HCALL call, int& level)
+{
+    return m_thread.call<LONG>(
+        [&]() -> LONG {
+            if (call == 0 || call != m_call.handle)
+                return LINEERR_INVALCALLHANDLE;
+            if (!m_call.recording || m_call.paused)
+                return LINEERR_INVALCALLSTATE;
+            level = m_call.heardLevel.peak();
             return 0;
         },
         LINEERR_OPERATIONFAILED);
@@ -391,8 +406,10 @@ void TestLineProvider::media(Clock::time_point now)
             sample = m_call.voice.front();
             m_call.voice.pop_front();
         }
-        if (m_call.recording && !m_call.paused)
+        if (m_call.recording && !m_call.paused) {
             m_call.recorder->append(heard, LineWave::kSamplesPerFrame);
+            m_call.heardLevel.addFrame(heard, LineWave::kSamplesPerFrame);
+        }
 
         std::string played(2 * LineWave::kSamplesPerFrame, '\0');
         bool finished = false;

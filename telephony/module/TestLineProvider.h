@@ -17,6 +17,7 @@
 
 #include "maker/Ek7Tapi/wave/LineWave.h"
 #include "maker/Ek7Tapi/wave/LineWaveWriter.h"
+#include "telephony/module/InputLevel.h"
 #include "telephony/module/LineOptions.h"
 #include "telephony/module/LineProvider.h"
 #include "telephony/module/ProviderThread.h"
@@ -41,6 +42,7 @@ public:
     LONG recordFile(HCALL call, const std::string& path) override;
     LONG pauseRecord(HCALL call, bool pause) override;
     LONG stopMedia(HCALL call) override;
+    LONG inputLevel(HCALL call, int& level) override;
 
 private:
     using Clock = std::chrono::steady_clock;
@@ -72,6 +74,7 @@ private:
         std::unique_ptr<LineWaveWriter> recorder = std::make_unique<LineWaveWriter>();
         bool recording = false;
         bool paused = false;
+        RecentPeak heardLevel;  // of what was recorded
     };
 
     void tick();

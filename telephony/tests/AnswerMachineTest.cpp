@@ -1,6 +1,6 @@
 // The answer machine's switch over the test line: on and off with
 // "AutoMessage", refused during a call, failing with the line; the
-// "MaxMessage" setting.
+// "MaxMessage" and "Silence" settings.
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -126,6 +126,22 @@ TEST_F(AnswerMachineSwitch, MaxMessageIsReadDefaultedAndClamped)
     for (const auto& [text, seconds] : cases) {
         profile.write("MaxMessage", text);
         EXPECT_EQ(AnswerMachine::maxMessageSeconds(profile), seconds) << text;
+    }
+}
+
+TEST_F(AnswerMachineSwitch, SilenceIsReadAsTheOptionsDialogShowsIt)
+{
+    EXPECT_EQ(AnswerMachine::silenceSeconds(profile), 5);
+    EXPECT_EQ(profile.read(settings::kSilence), "5");  // missing: written back
+    // Out of range is clamped to the slider's 2-30; not a number reads as 0
+    // and so as 2, which is what the dialog shows for it.
+    const std::pair<const char*, int> cases[] = {{"12", 12}, {"2", 2},   {"30", 30}, {"1", 2},   {"0", 2},
+                                                 {"-7", 2},  {"31", 30}, {"abc", 2}, {"9 s", 9}, {"8.9", 8},
+                                                 {"99999999999999999999", 30}};
+    for (const auto& [text, seconds] : cases) {
+        profile.write(settings::kSilence, text);
+        EXPECT_EQ(AnswerMachine::silenceSeconds(profile), seconds) << text;
+        EXPECT_EQ(profile.read(settings::kSilence), text);  // read, never rewritten
     }
 }
 

@@ -1,13 +1,17 @@
 // Pieces of the provider module tested on their own: the settings (defaults,
-// clamping, file and environment), the test line's framing, and the
-// owner-only password file.
+// clamping, file and environment), the test line's framing, the
+// owner-only password file, and the caller's level.
 #include <gtest/gtest.h>
 
 #include <QFile>
 #include <QTemporaryDir>
 
+#include <cmath>
 #include <fstream>
+#include <limits>
+#include <vector>
 
+#include "telephony/module/InputLevel.h"
 #include "telephony/module/LineOptions.h"
 #include "telephony/module/PrivateFile.h"
 #include "telephony/module/TestLineFrames.h"
@@ -122,6 +126,46 @@ TEST(PrivateFile, OnlyAnOwnerOnlyFileIsRead)
 
     EXPECT_FALSE(PrivateFile::readFirstLine(dir.path().toStdString(), line, why));
     EXPECT_NE(why.find("not a regular file"), std::string::npos);
+}
+
+TEST(RecentPeak, KeepsTheLoudestOfTheLastTenFramesOnTheSampleScale)
+{
+    RecentPeak level;
+    EXPECT_EQ(level.peak(), 0);  // nothing heard yet
+    std::vector<std::int16_t> samples(160, 40);
+    samples[57] = -9000;  // a negative peak counts as much as a positive one
+    level.addFrame(samples.data(), samples.size());
+    samples.assign(160, 40);
+    for (std::size_t i = 1; i < RecentPeak::kFrames; ++i)
+        level.addFrame(samples.data(), samples.size());
+    EXPECT_EQ(level.peak(), 9000);
+    level.addFrame(samples.data(), samples.size());  // the loud frame has aged out
+    EXPECT_EQ(level.peak(), 40);
+    samples.assign(160, std::numeric_limits<std::int16_t>::min());
+    level.addFrame(samples.data(), samples.size());
+    EXPECT_EQ(level.peak(), 32767);
+    level.clear();
+    level.addPeak(-5);
+    EXPECT_EQ(level.peak(), 0);
+}
+
+// The SIP stack's meter as measured over PCMU: sines of peak 12000, 3000 and
+// 300 read -4.30, -10.35 and -20.31; zeros read -43.61.
+TEST(LevelFromMeter, MeasuredReadingsComeBackAsTheSinesPeaks)
+{
+    const std::pair<float, int> measured[] = {{-4.30f, 12000}, {-10.35f, 3000}, {-20.31f, 300}};
+    for (const auto& [reading, peak] : measured)
+        EXPECT_NEAR(levelFromMeter(reading), peak, peak * 0.02) << reading;
+    EXPECT_LE(levelFromMeter(-43.61f), 2);
+    EXPECT_EQ(levelFromMeter(-120.0f), 0);  // the meter's "nothing at all"
+    EXPECT_EQ(levelFromMeter(std::nanf("")), 0);
+    EXPECT_EQ(levelFromMeter(6.0f), 32767);  // louder than a full-scale sine
+    int last = -1;
+    for (float reading = -60.0f; reading <= 0.0f; reading += 0.5f) {
+        const int level = levelFromMeter(reading);
+        ASSERT_GE(level, last) << reading;
+        last = level;
+    }
 }
 
 }  // namespace

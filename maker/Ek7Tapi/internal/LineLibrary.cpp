@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
@@ -343,6 +344,19 @@ LineState* LineLibrary::save()
     if (!LineWave::writeFile(m_wavePath, samples, true))
         return result(kEk7SaveFailed);
     return result(kEk7Ok);
+}
+
+int LineLibrary::inputLevel()
+{
+    // Unknown rather than silent whenever the module cannot tell: the answer
+    // machine must never cut a caller on a level nobody measured.
+    if (!m_bound || m_fn.navoLineGetLevel == nullptr || m_state.CallHandle == 0 || m_state.Recording == 0 ||
+        m_paused)
+        return -1;
+    TAPIDWORD level = 0;
+    if (m_fn.navoLineGetLevel(m_state.CallHandle, &level) != 0)
+        return -1;
+    return static_cast<int>(std::min<TAPIDWORD>(level, 32767));
 }
 
 // ---- the reports

@@ -4,8 +4,8 @@
 //
 // Divisions of LineLibrary.cpp: starting and stopping (initVar, init, open,
 // close), devices (listDevices, waveId), the call (answer, dial), media
-// (setResource, playFile, setRecord, record, pause, stop, save), and the
-// reports (callback, drain, and one handler per TAPI message).
+// (setResource, playFile, setRecord, record, pause, stop, save, inputLevel),
+// and the reports (callback, drain, and one handler per TAPI message).
 #pragma once
 
 #include <QTemporaryDir>
@@ -43,6 +43,7 @@ public:
     LineState* save();
     LineState* answer();
     LineState* dial(const char* number);
+    int inputLevel();
 
     // Called by the relay on the library's thread.
     void drain();

@@ -34,6 +34,7 @@ bool ModuleFunctions::bind(const DynamicLibrary& module, std::string* missing)
     ok &= take(module, "navoLineRecordFile", f.navoLineRecordFile, missing);
     ok &= take(module, "navoLinePauseRecord", f.navoLinePauseRecord, missing);
     ok &= take(module, "navoLineStopMedia", f.navoLineStopMedia, missing);
+    take(module, "navoLineGetLevel", f.navoLineGetLevel, nullptr);
     if (ok)
         *this = f;
     return ok;

@@ -23,8 +23,10 @@ struct ModuleFunctions {
     PFN_navoLineRecordFile navoLineRecordFile = nullptr;
     PFN_navoLinePauseRecord navoLinePauseRecord = nullptr;
     PFN_navoLineStopMedia navoLineStopMedia = nullptr;
+    // Optional: null for a module made before it existed.
+    PFN_navoLineGetLevel navoLineGetLevel = nullptr;
 
     // Binds every function; false (naming the first missing one) when the
-    // module lacks any, and then none is bound.
+    // module lacks any but the optional ones, and then none is bound.
     bool bind(const DynamicLibrary& module, std::string* missing);
 };

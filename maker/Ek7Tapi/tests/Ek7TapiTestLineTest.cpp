@@ -260,15 +260,19 @@ TEST_F(TestLineCall, RecordPauseAndResumeKeepOnlyWhatWasSaidWhileRecording)
     caller.start({"call", "--rings", "5", "--say", QString::fromStdString(voice), "--speak-after", "answer",
                   "--linger", "200"});
     ASSERT_TRUE(log->waitFor(kEk7MsgConnected));
+    EXPECT_EQ(Ek7TapiInputLevel(), -1);  // the caller's level: unknown until recorded
     EXPECT_EQ(Ek7TapiRecord()->ErrorCode, kEk7Ok);
     EXPECT_EQ(state->Recording, 1);
     ASSERT_TRUE(log->waitFor(kEk7MsgRecording));
     log->pump(400);
+    EXPECT_NEAR(Ek7TapiInputLevel(), 12000, 60);  // the sine's own peak: samples pass untouched
     EXPECT_EQ(Ek7TapiPause()->ErrorCode, kEk7Ok);  // pause ...
+    EXPECT_EQ(Ek7TapiInputLevel(), -1);
     log->pump(600);
     EXPECT_EQ(Ek7TapiPause()->ErrorCode, kEk7Ok);  // ... and go on
     ASSERT_EQ(caller.finish(), 0);
     ASSERT_TRUE(log->waitFor(kEk7MsgDisconnected));
+    EXPECT_EQ(Ek7TapiInputLevel(), -1);
     Ek7TapiStop();
     EXPECT_EQ(Ek7TapiSave()->ErrorCode, kEk7Ok);
     const ToneMeasure kept = SineFiles::measure(readSamples(vxw));
