@@ -30,6 +30,7 @@ OptionsDialog::OptionsDialog(AppData& app, const ProfileSettings& profile, QWidg
     m_ui->IDC_SILENCE->setRange(OptionsModel::kSilenceMin, OptionsModel::kSilenceMax);
     m_ui->IDC_SILENCE->setTickInterval(OptionsModel::kSilenceTick);
     m_ui->IDC_RINGS_SPIN->setRange(OptionsModel::kRingsMin, OptionsModel::kRingsMax);
+    m_ui->maxMessageSpin->setRange(settings::kMaxMessageMin, settings::kMaxMessageMax);
     for (const char* sign : OptionsModel::kCurrencyItems)
         m_ui->IDC_CURRENCY->addItem(fromAnsi(sign));
 
@@ -60,6 +61,7 @@ void OptionsDialog::showModel()
     m_ui->IDC_SILENCE->setValue(m_model.silence());
     m_ui->IDC_SILENCE_SECS->setText(QString::number(m_model.silence()));
     m_ui->IDC_RINGS_SPIN->setValue(m_model.rings());
+    m_ui->maxMessageSpin->setValue(m_model.maxMessage());
     m_ui->IDC_EXPORT_PROMPT->setChecked(m_model.exportPrompt());
     m_ui->IDC_COMPRESS->setChecked(m_model.compress());
 
@@ -135,6 +137,8 @@ void OptionsDialog::connectControls()
     });
     connect(m_ui->IDC_RINGS_SPIN, qOverload<int>(&QSpinBox::valueChanged), this,
             [this](int rings) { m_model.setRings(rings); });
+    connect(m_ui->maxMessageSpin, qOverload<int>(&QSpinBox::valueChanged), this,
+            [this](int seconds) { m_model.setMaxMessage(seconds); });
     // An editable combo box reports both a chosen item and typing here.
     connect(m_ui->IDC_CURRENCY, &QComboBox::currentTextChanged, this,
             [this](const QString& sign) { m_model.setCurrency(toAnsi(sign)); });

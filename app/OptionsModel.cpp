@@ -4,6 +4,7 @@
 #include <climits>
 
 #include "app/AppData.h"
+#include "app/MessageLimits.h"
 #include "app/ProfileSettings.h"
 #include "app/SettingsKeys.h"
 
@@ -76,9 +77,7 @@ void OptionsModel::initialise()
     m_app.PhoneWarning = m_phoneWarning ? 1 : 0;
     m_runDiary = readYesNo(settings::kADiary);
 
-    m_silence = std::clamp(
-        parseNumber(m_profile.readOrWrite(settings::kSilence, std::to_string(kSilenceDefault).c_str())),
-        kSilenceMin, kSilenceMax);
+    m_silence = messagelimits::silenceSeconds(m_profile);
     m_rings = std::clamp(
         parseNumber(m_profile.readOrWrite(settings::kRings, std::to_string(kRingsDefault).c_str())),
         kRingsMin, kRingsMax);
@@ -93,6 +92,12 @@ void OptionsModel::initialise()
     m_app.setCurrency(m_profile.readOrWrite(settings::kCurrency, settings::kPoundSign));
 
     m_quality = parseNumber(m_profile.readOrWrite(settings::kRecQual, "0"));
+
+    // Not one of the profile's original keys: shown, but written only by OK
+    // (or by the answer machine, which needs it).
+    m_maxMessage = ProfileSettings::isMissing(m_profile.read(settings::kMaxMessage))
+                       ? settings::kMaxMessageDefault
+                       : messagelimits::maxMessageSeconds(m_profile);
 }
 
 const std::string& OptionsModel::currency() const
@@ -138,6 +143,11 @@ void OptionsModel::setCompress(bool on)
     writeYesNo(settings::kCompress, on);
 }
 
+void OptionsModel::setMaxMessage(int seconds)
+{
+    m_maxMessage = std::clamp(seconds, settings::kMaxMessageMin, settings::kMaxMessageMax);
+}
+
 void OptionsModel::setSilence(int seconds)
 {
     m_silence = std::clamp(seconds, kSilenceMin, kSilenceMax);
@@ -180,4 +190,5 @@ void OptionsModel::accept(const std::string& phoneCostText, const std::string& m
     m_profile.write(settings::kCurrency, m_app.Currency);
     writeYesNo(settings::kHighLight, m_highLight);
     m_profile.write(settings::kRecQual, std::to_string(m_quality));
+    m_profile.write(settings::kMaxMessage, std::to_string(m_maxMessage));
 }

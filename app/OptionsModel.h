@@ -7,6 +7,8 @@
 #include <cstddef>
 #include <string>
 
+#include "app/SettingsKeys.h"
+
 struct AppData;
 class ProfileSettings;
 
@@ -14,10 +16,10 @@ class OptionsModel {
 public:
     // Ranges of the silence slider and the rings spin; stored values outside
     // them are shown, and saved on OK, at the nearest end.
-    static constexpr int kSilenceMin = 2;
-    static constexpr int kSilenceMax = 30;
+    static constexpr int kSilenceMin = settings::kSilenceMin;
+    static constexpr int kSilenceMax = settings::kSilenceMax;
     static constexpr int kSilenceTick = 4;
-    static constexpr int kSilenceDefault = 5;
+    static constexpr int kSilenceDefault = settings::kSilenceDefault;
     static constexpr int kRingsMin = 1;
     static constexpr int kRingsMax = 10;
     static constexpr int kRingsDefault = 3;
@@ -44,6 +46,8 @@ public:
     bool compress() const { return m_compress; }
 
     int silence() const { return m_silence; }
+    // The answer machine's longest message, seconds ("MaxMessage").
+    int maxMessage() const { return m_maxMessage; }
     int rings() const { return m_rings; }
     // 0 to 3 select a radio button; any other number selects none.
     int quality() const { return m_quality; }
@@ -59,6 +63,7 @@ public:
 
     // Kept until OK.
     void setSilence(int seconds);
+    void setMaxMessage(int seconds);
     void setRings(int rings);
     void setQuality(int quality);
 
@@ -88,6 +93,7 @@ private:
     bool m_exportPrompt = false;
     bool m_compress = true;
     int m_silence = kSilenceDefault;
+    int m_maxMessage = settings::kMaxMessageDefault;
     int m_rings = kRingsDefault;
     int m_quality = 0;
 };

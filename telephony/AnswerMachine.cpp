@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "app/AppData.h"
+#include "app/MessageLimits.h"
 #include "app/ProfileSettings.h"
 #include "app/SettingsKeys.h"
 #include "app/ShowCodedMessage.h"
@@ -39,26 +40,6 @@ ProfileSettings AnswerMachine::profileOf(const AppData& app)
 LineState* AnswerMachine::state() const
 {
     return m_line.lineState();
-}
-
-int AnswerMachine::maxMessageSeconds(const ProfileSettings& profile)
-{
-    const std::string text = profile.readOrWrite(kMaxMessage, std::to_string(kMaxMessageDefault).c_str());
-    const int seconds = std::atoi(text.c_str());
-    if (seconds < 1)
-        return kMaxMessageDefault;
-    return std::min(seconds, kMaxMessageLimit);
-}
-
-int AnswerMachine::silenceSeconds(const ProfileSettings& profile)
-{
-    const std::string text = profile.readOrWrite(settings::kSilence, std::to_string(kSilenceDefault).c_str());
-    char* end = nullptr;
-    const long seconds = std::strtol(text.c_str(), &end, 10);  // saturates, never overflows
-    if (end == text.c_str())
-        OutputDebugString("\"Silence\" is not a number (" + text + "): " + std::to_string(kSilenceMin) +
-                          " seconds, as the Options dialog shows it\n");
-    return static_cast<int>(std::clamp<long>(seconds, kSilenceMin, kSilenceMax));
 }
 
 AnswerMachine::Switch AnswerMachine::switchOn(AppData& app, QObject* mainWindow)
@@ -152,8 +133,8 @@ void AnswerMachine::playGreeting(AppData& app)
         return;
     }
     const ProfileSettings profile = profileOf(app);
-    m_maxSeconds = maxMessageSeconds(profile);
-    m_silenceSeconds = silenceSeconds(profile);
+    m_maxSeconds = messagelimits::maxMessageSeconds(profile);
+    m_silenceSeconds = messagelimits::silenceSeconds(profile);
     m_recordingFor.invalidate();
     m_silentFor.invalidate();
     m_lengthWatch.start();

@@ -20,6 +20,7 @@
 
 #include <string>
 
+#include "app/SettingsKeys.h"
 #include "app/StartupServices.h"
 #include "telephony/AnswerMachineMessage.h"
 
@@ -29,13 +30,6 @@ struct LineState;
 
 class AnswerMachine : public AnswerMachineService {
 public:
-    static constexpr const char* kMaxMessage = "MaxMessage";
-    static constexpr int kMaxMessageDefault = 180;
-    static constexpr int kMaxMessageLimit = 3600;
-    // "Silence" in seconds, as the Options dialog's slider allows.
-    static constexpr int kSilenceDefault = 5;
-    static constexpr int kSilenceMin = 2;
-    static constexpr int kSilenceMax = 30;
     // A caller whose recent peak stays below this is silent: 1 % of full
     // scale. A silent line reads 0 (test line) or about 1 (SIP, the meter's
     // floor); speech peaks run to thousands.
@@ -60,13 +54,6 @@ public:
     bool forThisCallOnly() const { return m_forThisCallOnly; }
     // The message being answered, if any.
     const AnswerMachineMessage& message() const { return m_message; }
-    // The longest message in seconds, from "MaxMessage" (missing: written as
-    // "180"; a value below 1 or not a number counts as 180, above 3600 as 3600).
-    static int maxMessageSeconds(const ProfileSettings& profile);
-    // The silence that ends a message, in seconds, from "Silence" (missing:
-    // written as "5"). Read as the Options dialog reads it: the leading whole
-    // number, clamped to 2-30, so not a number counts as 2.
-    static int silenceSeconds(const ProfileSettings& profile);
 
 private:
     static ProfileSettings profileOf(const AppData& app);
@@ -81,6 +68,6 @@ private:
     QTimer m_lengthWatch;
     QElapsedTimer m_recordingFor;
     QElapsedTimer m_silentFor;  // invalid while the caller is heard
-    int m_maxSeconds = kMaxMessageDefault;
-    int m_silenceSeconds = kSilenceDefault;
+    int m_maxSeconds = settings::kMaxMessageDefault;
+    int m_silenceSeconds = settings::kSilenceDefault;
 };

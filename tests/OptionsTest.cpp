@@ -74,6 +74,7 @@ TEST_F(OptionsTest, MissingValuesAreWrittenInStepOrderAndCostsShowEmpty)
         "PhWarn=N",     "ADiary=N",       "Silence=5",     "Rings=3",     "ExpPrompt=0",
         "Compress=Y",   "Currency=\xA3",  "RecQual=0"};
     EXPECT_EQ(iniLines(), expected);
+    EXPECT_EQ(model.maxMessage(), 180);
     EXPECT_EQ(model.phoneCost(), "");
     EXPECT_EQ(model.meetCost(), "");
     EXPECT_FALSE(model.exportPrompt());
@@ -107,7 +108,7 @@ TEST_F(OptionsTest, OnlyExactYChecksAndOnlyExactZeroClearsExportPrompt)
     EXPECT_EQ(value("ExpPrompt"), "0");
 }
 
-TEST_F(OptionsTest, OkWritesTwelveValuesInOrder)
+TEST_F(OptionsTest, OkWritesEveryValueInOrder)
 {
     writeIni(kStartUpProfile);
     OptionsModel model(m_app, m_profile);
@@ -115,6 +116,7 @@ TEST_F(OptionsTest, OkWritesTwelveValuesInOrder)
     model.setSilence(12);
     model.setRings(7);
     model.setQuality(3);
+    model.setMaxMessage(45);
     model.setCurrency("$");
     // Start from nothing so that every write appends and the file shows the order.
     ASSERT_TRUE(QFile::remove(QString::fromStdString(m_ini)));
@@ -124,7 +126,7 @@ TEST_F(OptionsTest, OkWritesTwelveValuesInOrder)
         "[Tester]", "PhoneCost=0.00", "MeetCost=" + std::string(49, '9'), "Silence=12",
         "Prime=N",  "PhWarn=N",       "Rings=7",                          "ExpPrompt=1",
         "ADiary=N", "Compress=Y",     "Currency=$",                       "HighLight=N",
-        "RecQual=3"};
+        "RecQual=3", "MaxMessage=45"};
     EXPECT_EQ(iniLines(), expected);
     EXPECT_EQ(m_app.RecordingQuality, 3);
 }
@@ -299,8 +301,11 @@ TEST_F(OptionsDialogTest, UnknownQualitySelectsNoRadioAndStaysOnOk)
 
 TEST_F(OptionsDialogTest, GarbageShowsClampedAndControlsFeedOk)
 {
-    writeIni("[Tester]\nSilence=abc\nRings=99\n");
+    writeIni("[Tester]\nSilence=abc\nRings=99\nMaxMessage=99999\n");
     OptionsDialog dialog(m_app, m_profile);
+    auto* longest = dialog.findChild<QSpinBox*>(QStringLiteral("maxMessageSpin"));
+    ASSERT_NE(longest, nullptr);
+    EXPECT_EQ(longest->value(), 3600);
     auto* slider = control<QSlider>(dialog, 10116);
     auto* secs = control<QLabel>(dialog, 10117);
     EXPECT_EQ(slider->value(), 2);
@@ -312,11 +317,14 @@ TEST_F(OptionsDialogTest, GarbageShowsClampedAndControlsFeedOk)
     control<QSpinBox>(dialog, 10124)->setValue(6);
     EXPECT_EQ(control<QLineEdit>(dialog, 10120)->text(), "6");
     control<QRadioButton>(dialog, 10278)->click();
+    longest->setValue(0);  // the spin box stops at its lowest, one second
+    longest->setValue(90);
     EXPECT_EQ(value("Silence"), "abc");  // nothing but check boxes writes before OK
     control<QPushButton>(dialog, 1)->click();
     EXPECT_EQ(value("Silence"), "14");
     EXPECT_EQ(value("Rings"), "6");
     EXPECT_EQ(value("RecQual"), "3");
+    EXPECT_EQ(value("MaxMessage"), "90");
     EXPECT_EQ(m_app.RecordingQuality, 3);
 }
 

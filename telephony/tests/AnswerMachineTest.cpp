@@ -8,6 +8,7 @@
 #include "LineTestSupport.h"
 #include "ScriptedPrompt.h"
 #include "app/AppData.h"
+#include "app/MessageLimits.h"
 #include "app/ProfileSettings.h"
 #include "app/SettingsKeys.h"
 #include "res/StringTable.h"
@@ -119,19 +120,19 @@ TEST_F(AnswerMachineSwitch, OneCallModeEndsWithTheCallEvenWhenTheCallerGaveUp)
 
 TEST_F(AnswerMachineSwitch, MaxMessageIsReadDefaultedAndClamped)
 {
-    EXPECT_EQ(AnswerMachine::maxMessageSeconds(profile), 180);
+    EXPECT_EQ(messagelimits::maxMessageSeconds(profile), 180);
     EXPECT_EQ(profile.read("MaxMessage"), "180");  // missing: written back
     const std::pair<const char*, int> cases[] = {{"45", 45}, {"0", 180}, {"-3", 180}, {"soon", 180},
                                                  {"3600", 3600}, {"99999", 3600}, {"1", 1}};
     for (const auto& [text, seconds] : cases) {
         profile.write("MaxMessage", text);
-        EXPECT_EQ(AnswerMachine::maxMessageSeconds(profile), seconds) << text;
+        EXPECT_EQ(messagelimits::maxMessageSeconds(profile), seconds) << text;
     }
 }
 
 TEST_F(AnswerMachineSwitch, SilenceIsReadAsTheOptionsDialogShowsIt)
 {
-    EXPECT_EQ(AnswerMachine::silenceSeconds(profile), 5);
+    EXPECT_EQ(messagelimits::silenceSeconds(profile), 5);
     EXPECT_EQ(profile.read(settings::kSilence), "5");  // missing: written back
     // Out of range is clamped to the slider's 2-30; not a number reads as 0
     // and so as 2, which is what the dialog shows for it.
@@ -140,7 +141,7 @@ TEST_F(AnswerMachineSwitch, SilenceIsReadAsTheOptionsDialogShowsIt)
                                                  {"99999999999999999999", 30}};
     for (const auto& [text, seconds] : cases) {
         profile.write(settings::kSilence, text);
-        EXPECT_EQ(AnswerMachine::silenceSeconds(profile), seconds) << text;
+        EXPECT_EQ(messagelimits::silenceSeconds(profile), seconds) << text;
         EXPECT_EQ(profile.read(settings::kSilence), text);  // read, never rewritten
     }
 }
