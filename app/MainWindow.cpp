@@ -471,7 +471,12 @@ void MainWindow::showLineState()
         newMessages = m_app.lineState->MessagesWaiting;
     const auto state = recordlists::lineState(m_services.line->monitoring(), m_services.line->answerMachineOn(),
                                               newMessages);
-    phone->setIcon(QIcon(QString::fromLatin1(kLineStateIcons[static_cast<int>(state)])));
+    // Made once: a new icon for every call would leave its pixmap in Qt's
+    // pixmap cache, and the cache grows call after call up to its limit.
+    if (m_lineStateIcons.empty())
+        for (const char* file : kLineStateIcons)
+            m_lineStateIcons.emplace_back(QString::fromLatin1(file));
+    phone->setIcon(m_lineStateIcons.at(static_cast<std::size_t>(state)));
 }
 
 void MainWindow::onChooserClicked(QListWidgetItem* item)

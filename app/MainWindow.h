@@ -7,6 +7,7 @@
 
 #include <QDialog>
 #include <QFont>
+#include <QIcon>
 #include <QMenu>
 #include <QPointer>
 #include <QSize>
@@ -151,4 +152,5 @@ private:
     bool m_initialised = false;
     bool m_closed = false;
     bool m_stopRequested = false;
+    std::vector<QIcon> m_lineStateIcons;
 };
