@@ -225,6 +225,12 @@ void SipLineProvider::tick()
             m_events->playDone(m_handle);
         }
     }
+    if (m_forgetCalls && !m_call) {
+        // Navo files every call itself; the stack's history of them would
+        // only grow, in memory and in its database, call after call.
+        m_forgetCalls = false;
+        m_core->clearCallLogs();
+    }
     if (m_call && m_incoming && !m_connected) {
         const auto waited = Clock::now() - m_offeredAt;
         const std::chrono::milliseconds period(m_options.ringPeriodMs);
@@ -332,6 +338,7 @@ void SipLineProvider::finishCall(unsigned mode)
     m_call.reset();
     m_handle = 0;
     m_connected = false;
+    m_forgetCalls = true;
     if (m_closing)
         return;
     m_events->callState(handle, LINECALLSTATE_DISCONNECTED, mode);

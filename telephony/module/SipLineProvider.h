@@ -95,6 +95,7 @@ private:
     std::shared_ptr<linphone::Player> m_player;
     bool m_playing = false;
     bool m_playerEnded = false;
+    bool m_forgetCalls = false;  // a call ended: the stack's own call history goes
 
     std::string m_callRecordFile;  // the call's own recorder file
     std::string m_recordTarget;    // where Navo wants the recording
