@@ -59,6 +59,19 @@ protected:
         waitUntil([&] { return caller.state() == QProcess::NotRunning; }, (seconds + 10) * 1000);
         return QString::fromLocal8Bit(caller.readAll());
     }
+
+    // What the caller says: quiet through greeting (0.3 s) and tone (0.6 s),
+    // 1.5 s of 600 Hz, then quietSeconds of zeros, at the 8 kHz of the PCMU
+    // codec baresip is given.
+    std::string writeVoice(int quietSeconds)
+    {
+        const std::string voice = setup.path("voice.wav");
+        LineSamples said = SineFiles::sine(0, 1.5, 0);
+        const LineSamples tone = SineFiles::sine(600, 1.5);
+        said.insert(said.end(), tone.begin(), tone.end());
+        said.resize(said.size() + static_cast<std::size_t>(8000 * quietSeconds), 0);
+        return LineWave::writeFile(voice, said, false) ? voice : std::string();
+    }
 };
 
 TEST_F(AnswerMachineSip, ABaresipCallersMessageIsFiledUnderItsNameAndNumber)
@@ -67,14 +80,8 @@ TEST_F(AnswerMachineSip, ABaresipCallersMessageIsFiledUnderItsNameAndNumber)
     ASSERT_EQ(app.lineState->AnswerMachineOn, 1);
     window->fillList(kListPhone);
 
-    // Quiet through greeting (0.3 s) and tone (0.6 s), then 600 Hz, at the
-    // 8 kHz of the PCMU codec baresip is given.
-    const std::string voice = setup.path("voice.wav");
-    LineSamples said = SineFiles::sine(0, 1.5, 0);
-    const LineSamples tone = SineFiles::sine(600, 1.5);
-    said.insert(said.end(), tone.begin(), tone.end());
-    said.resize(said.size() + 8000 * 3, 0);
-    ASSERT_TRUE(LineWave::writeFile(voice, said, false));
+    const std::string voice = writeVoice(3);
+    ASSERT_FALSE(voice.empty());
 
     const QString output = callWithBaresip("Grace Brewster Hopper", "01614960000", voice, 5);
     ASSERT_TRUE(waitUntil([&] { return model()->rowCount() == 1; }, 10000)) << output.toStdString();
@@ -98,14 +105,9 @@ TEST_F(AnswerMachineSip, ACallerSilentForTheSilenceSecondsIsCutBeforeBaresipHang
     window->fillList(kListPhone);
     TraceCapture trace;
 
-    // Quiet through greeting and tone, 1.5 s of 600 Hz, then zeros: the
-    // meter settles on them about half a second after the tone stops.
-    const std::string voice = setup.path("voice.wav");
-    LineSamples said = SineFiles::sine(0, 1.5, 0);
-    const LineSamples tone = SineFiles::sine(600, 1.5);
-    said.insert(said.end(), tone.begin(), tone.end());
-    said.resize(said.size() + 8000 * 20, 0);
-    ASSERT_TRUE(LineWave::writeFile(voice, said, false));
+    // The meter settles on the zeros about half a second after the tone stops.
+    const std::string voice = writeVoice(20);
+    ASSERT_FALSE(voice.empty());
 
     const QString output = callWithBaresip("Silent Sam", "01614960001", voice, 12);
     ASSERT_TRUE(waitUntil([&] { return model()->rowCount() == 1; }, 10000)) << output.toStdString();
