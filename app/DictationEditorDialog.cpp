@@ -2,9 +2,9 @@
 
 #include <QPushButton>
 
-#include "app/AppData.h"
+#include "core/AppData.h"
 #include "app/MainWindow.h"
-#include "app/ShowCodedMessage.h"
+#include "core/ShowCodedMessage.h"
 #include "platform/Codepage.h"
 #include "res/ResourceIds.h"
 #include "ui_DictationEditorDialog.h"

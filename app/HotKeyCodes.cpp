@@ -1,6 +1,6 @@
 #include "app/HotKeyCodes.h"
 
-#include "platform/GlobalHotKey.h"
+#include "platform/gui/GlobalHotKey.h"
 
 #include <iterator>
 

@@ -1,6 +1,6 @@
 #include "app/HotKeys.h"
 
-#include "platform/GlobalHotKey.h"
+#include "platform/gui/GlobalHotKey.h"
 
 #include <QSettings>
 #include <QString>

@@ -1,6 +1,6 @@
 #include "app/InertServices.h"
 
-#include "app/AppData.h"
+#include "core/AppData.h"
 #include "platform/Trace.h"
 
 StartupServices InertServices::services()

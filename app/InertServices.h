@@ -4,7 +4,7 @@
 // that the rest of start-up reads them back as the real line state would.
 #pragma once
 
-#include "app/StartupServices.h"
+#include "core/StartupServices.h"
 
 class InertServices : public LineService,
                       public DiaryService,

@@ -16,7 +16,7 @@
 #include <string>
 #include <vector>
 
-#include "app/StartupServices.h"
+#include "core/StartupServices.h"
 #include "platform/WinTypes.h"
 
 class QAction;

@@ -1,6 +1,6 @@
 #include "app/NavoApp.h"
 
-#include "app/AppData.h"
+#include "core/AppData.h"
 #include "app/MainWindow.h"
 #include "app/SplashDialog.h"
 #include "platform/TerminationRequest.h"

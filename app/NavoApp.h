@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "app/StartupServices.h"
+#include "core/StartupServices.h"
 #include "platform/WinTypes.h"
 
 struct AppData;

@@ -6,7 +6,7 @@
 #include <QRegularExpression>
 #include <QToolTip>
 
-#include "app/AppData.h"
+#include "core/AppData.h"
 #include "platform/Codepage.h"
 #include "platform/WinTypes.h"
 #include "res/ResourceIds.h"

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <climits>
 
-#include "app/AppData.h"
-#include "app/MessageLimits.h"
-#include "app/ProfileSettings.h"
-#include "app/SettingsKeys.h"
+#include "core/AppData.h"
+#include "core/MessageLimits.h"
+#include "core/ProfileSettings.h"
+#include "core/SettingsKeys.h"
 
 namespace {
 

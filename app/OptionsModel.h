@@ -7,7 +7,7 @@
 #include <cstddef>
 #include <string>
 
-#include "app/SettingsKeys.h"
+#include "core/SettingsKeys.h"
 
 struct AppData;
 class ProfileSettings;

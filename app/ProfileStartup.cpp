@@ -4,9 +4,9 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "app/AppData.h"
-#include "app/SettingsKeys.h"
-#include "app/StartupServices.h"
+#include "core/AppData.h"
+#include "core/SettingsKeys.h"
+#include "core/StartupServices.h"
 #include "platform/Profile.h"
 #include "platform/UserName.h"
 

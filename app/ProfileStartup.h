@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <string>
 
-#include "app/ProfileSettings.h"
+#include "core/ProfileSettings.h"
 
 struct AppData;
 class LineService;

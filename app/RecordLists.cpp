@@ -1,6 +1,6 @@
 #include "app/RecordLists.h"
 
-#include "app/AppData.h"
+#include "core/AppData.h"
 #include "maker/Ek7Srch/SearchLogRows.h"
 #include "res/resource.h"
 

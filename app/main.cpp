@@ -2,11 +2,12 @@
 #include <QApplication>
 #include <QFile>
 
-#include "app/AppData.h"
+#include "core/AppData.h"
 #include "app/InertServices.h"
 #include "app/MainWindow.h"
 #include "app/NavoApp.h"
 #include "audio/RecorderLauncher.h"
+#include "platform/gui/QtPrompt.h"
 #include "store/DataStoreService.h"
 #include "telephony/AnswerMachine.h"
 #include "telephony/TelephonyService.h"
@@ -16,6 +17,8 @@ int main(int argc, char** argv)
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Navo"));
     QApplication::setOrganizationName(QStringLiteral("Orlent Systems"));
+    QtPrompt qtPrompt;
+    setDefaultPrompt(&qtPrompt);
 
     DataStoreService store;
     TelephonyService line;

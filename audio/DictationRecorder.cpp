@@ -17,9 +17,9 @@
 #include <filesystem>
 #include <system_error>
 
-#include "app/AppData.h"
-#include "app/ProfileSettings.h"
-#include "app/ShowCodedMessage.h"
+#include "core/AppData.h"
+#include "core/ProfileSettings.h"
+#include "core/ShowCodedMessage.h"
 #include "audio/DictationRecordingSource.h"
 #include "audio/RecordingFlags.h"
 #include "audio/WaveAudioDevice.h"

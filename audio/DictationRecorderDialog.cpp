@@ -10,8 +10,8 @@
 #include <QStringList>
 #include <QTreeWidgetItem>
 
-#include "app/AppData.h"
-#include "audio/CallbackWindow.h"
+#include "core/AppData.h"
+#include "platform/CallbackWindow.h"
 #include "platform/Codepage.h"
 #include "platform/Prompt.h"
 #include "res/ResourceIds.h"

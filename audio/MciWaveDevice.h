@@ -41,10 +41,10 @@
 // position goes to the start of the cut.
 #pragma once
 
-#include "audio/CallbackWindow.h"
+#include "platform/CallbackWindow.h"
 #include "audio/MciTypes.h"
 #include "audio/WaveEditList.h"
-#include "audio/WindowCallback.h"
+#include "platform/WindowCallback.h"
 #include "platform/audio/DiskFile.h"
 #include "platform/audio/WaveTypes.h"
 

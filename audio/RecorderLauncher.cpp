@@ -1,6 +1,6 @@
 #include "audio/RecorderLauncher.h"
 
-#include "app/AppData.h"
+#include "core/AppData.h"
 
 RecorderLauncher::RecorderLauncher(DictationRecorderDialog::HelpOpener openHelp) : m_openHelp(std::move(openHelp)) {}
 

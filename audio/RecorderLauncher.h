@@ -2,7 +2,7 @@
 // Dictation Recorder.
 #pragma once
 
-#include "app/StartupServices.h"
+#include "core/StartupServices.h"
 #include "audio/DictationRecorderDialog.h"
 
 class RecorderLauncher : public RecorderService {

@@ -61,11 +61,11 @@
 // file (SaveWaveFile gives 99).
 #pragma once
 
-#include "audio/CallbackWindow.h"
+#include "platform/CallbackWindow.h"
 #include "audio/RecordingFlags.h"
 #include "audio/WaveEventSink.h"
 #include "audio/WaveResources.h"
-#include "audio/WindowCallback.h"
+#include "platform/WindowCallback.h"
 #include "platform/audio/DiskFile.h"
 #include "platform/audio/Mmio.h"
 #include "platform/audio/WaveTypes.h"

@@ -5,8 +5,8 @@
 #include <random>
 #include <vector>
 
-#include "app/ProfileSettings.h"
-#include "app/SettingsKeys.h"
+#include "core/ProfileSettings.h"
+#include "core/SettingsKeys.h"
 #include "maker/VXSAVE/VXSAVE.h"
 #include "maker/ek7vxrps/ek7vxrps.h"
 #include "store/ComponentFiles.h"

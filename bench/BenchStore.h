@@ -8,7 +8,7 @@
 #include <functional>
 #include <string>
 
-#include "app/AppData.h"
+#include "core/AppData.h"
 
 class BenchStore {
 public:

@@ -27,7 +27,7 @@
 #include "NoiseRecording.h"
 #include "StoreContent.h"
 #include "SyncTimingVfs.h"
-#include "app/ProfileSettings.h"
+#include "core/ProfileSettings.h"
 #include "maker/VXSAVE/VXSAVE.h"
 #include "store/DataStore.h"
 #include "store/IndexLine.h"

@@ -13,7 +13,7 @@
 
 #include "BenchCommon.h"
 #include "StoreContent.h"
-#include "app/AppData.h"
+#include "core/AppData.h"
 #include "app/RecordListModel.h"
 #include "maker/Ek7Srch/Ek7Srch.h"
 #include "store/ComponentFiles.h"

@@ -1,12 +1,34 @@
 #include "platform/Prompt.h"
 
-#include "platform/QtPrompt.h"
+#include "platform/Trace.h"
 
 #include <atomic>
 
 namespace {
 
 std::atomic<Prompt*> g_installed{nullptr};
+std::atomic<Prompt*> g_default{nullptr};
+
+class UnattendedPrompt : public Prompt {
+public:
+    int messageBox(const std::string& text, UINT flags, const std::string& caption) override
+    {
+        OutputDebugString(caption + ": " + text + "\n");
+        switch (flags & 0x0F) {
+        case MB_OKCANCEL:
+        case MB_YESNOCANCEL:
+        case MB_RETRYCANCEL:
+            return IDCANCEL;
+        case MB_YESNO:
+            return IDNO;
+        case MB_ABORTRETRYIGNORE:
+            return IDABORT;
+        default:
+            return IDOK;
+        }
+    }
+    std::optional<std::string> chooseFile(const FileDialogRequest&) override { return std::nullopt; }
+};
 
 }  // namespace
 
@@ -14,8 +36,15 @@ Prompt& currentPrompt()
 {
     if (Prompt* installed = g_installed.load())
         return *installed;
-    static QtPrompt qtPrompt;
-    return qtPrompt;
+    if (Prompt* fallback = g_default.load())
+        return *fallback;
+    static UnattendedPrompt unattended;
+    return unattended;
+}
+
+void setDefaultPrompt(Prompt* prompt)
+{
+    g_default.store(prompt);
 }
 
 void setPrompt(Prompt* prompt)

@@ -34,11 +34,17 @@ public:
     virtual std::optional<std::string> chooseFile(const FileDialogRequest& request) = 0;
 };
 
-// The installed prompt, else the process-wide QtPrompt.
+// The installed prompt, else the default one.
 Prompt& currentPrompt();
 
-// Installs prompt for the whole process; nullptr puts back the Qt one.
+// Installs prompt for the whole process; nullptr puts back the default.
 void setPrompt(Prompt* prompt);
+
+// The prompt used when none is installed. The windowed program makes its Qt
+// prompt the default at start-up; without one (command-line tools, plain
+// tests) a box is traced and answered with its cancelling button, and no
+// file is chosen, so nothing is done that nobody agreed to.
+void setDefaultPrompt(Prompt* prompt);
 
 // Installs a prompt for its lifetime and then puts back the one before.
 class ScopedPrompt {

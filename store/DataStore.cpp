@@ -3,10 +3,10 @@
 #include <filesystem>
 #include <fstream>
 
-#include "app/AppData.h"
-#include "app/ProfileSettings.h"
-#include "app/SettingsKeys.h"
-#include "app/ShowCodedMessage.h"
+#include "core/AppData.h"
+#include "core/ProfileSettings.h"
+#include "core/SettingsKeys.h"
+#include "core/ShowCodedMessage.h"
 #include "maker/VXSAVE/VXSAVE.h"
 #include "maker/ek7vxrps/ek7vxrps.h"
 #include "platform/FileLock.h"

@@ -1,6 +1,6 @@
 #include "store/DataStoreService.h"
 
-#include "app/AppData.h"
+#include "core/AppData.h"
 #include "maker/VXSAVE/VXSAVE.h"
 #include "maker/ek7vxrps/ek7vxrps.h"
 #include "store/RecordDeletion.h"

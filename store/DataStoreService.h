@@ -1,7 +1,7 @@
 // The data store as start-up and shutdown reach it.
 #pragma once
 
-#include "app/StartupServices.h"
+#include "core/StartupServices.h"
 #include "store/DataStore.h"
 
 class DataStoreService : public StoreService {

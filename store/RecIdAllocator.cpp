@@ -2,8 +2,8 @@
 
 #include <cstdlib>
 
-#include "app/ProfileSettings.h"
-#include "app/SettingsKeys.h"
+#include "core/ProfileSettings.h"
+#include "core/SettingsKeys.h"
 #include "maker/ZOLO/ZOLODATE.h"
 #include "store/ComponentFiles.h"
 #include "store/IndexLine.h"

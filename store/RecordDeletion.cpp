@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <set>
 
-#include "app/AppData.h"
+#include "core/AppData.h"
 #include "maker/Ek7Index/Ek7Index.h"
 #include "maker/ek7vxrps/ek7vxrps.h"
 #include "platform/Trace.h"

@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <vector>
 
-#include "app/AppData.h"
+#include "core/AppData.h"
 #include "maker/Ek7Index/Ek7Index.h"
 #include "maker/VXSAVE/VXSAVE.h"
 #include "store/ComponentFiles.h"

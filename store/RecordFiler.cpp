@@ -2,8 +2,8 @@
 
 #include <filesystem>
 
-#include "app/AppData.h"
-#include "app/ShowCodedMessage.h"
+#include "core/AppData.h"
+#include "core/ShowCodedMessage.h"
 #include "maker/Ek7Index/Ek7Index.h"
 #include "maker/VXSAVE/VXSAVE.h"
 #include "maker/ek7vxrps/ek7vxrps.h"

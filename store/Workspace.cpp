@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <system_error>
 
-#include "app/AppData.h"
+#include "core/AppData.h"
 #include "platform/TempName.h"
 #include "platform/Trace.h"
 

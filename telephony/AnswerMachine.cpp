@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "app/AppData.h"
-#include "app/MessageLimits.h"
-#include "app/ProfileSettings.h"
-#include "app/SettingsKeys.h"
-#include "app/ShowCodedMessage.h"
+#include "core/AppData.h"
+#include "core/MessageLimits.h"
+#include "core/ProfileSettings.h"
+#include "core/SettingsKeys.h"
+#include "core/ShowCodedMessage.h"
 #include "maker/Ek7Tapi/Ek7Tapi.h"
 #include "platform/Prompt.h"
 #include "platform/Trace.h"

@@ -20,8 +20,8 @@
 
 #include <string>
 
-#include "app/SettingsKeys.h"
-#include "app/StartupServices.h"
+#include "core/SettingsKeys.h"
+#include "core/StartupServices.h"
 #include "telephony/AnswerMachineMessage.h"
 
 class ProfileSettings;

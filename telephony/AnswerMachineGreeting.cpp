@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <vector>
 
-#include "app/AppData.h"
+#include "core/AppData.h"
 #include "maker/Ek7Tapi/wave/LineWave.h"
 #include "maker/VXSAVE/VXSAVE.h"
 #include "maker/ek7vxrps/ek7vxrps.h"

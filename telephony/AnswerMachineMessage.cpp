@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "app/ProfileSettings.h"
+#include "core/ProfileSettings.h"
 #include "maker/Ek7Index/Ek7Index.h"
 #include "maker/Ek7Tapi/wave/LineWave.h"
 #include "maker/VXSAVE/VXSAVE.h"

@@ -2,9 +2,9 @@
 
 #include <QCloseEvent>
 
-#include "app/AppData.h"
-#include "app/ProfileSettings.h"
-#include "app/SettingsKeys.h"
+#include "core/AppData.h"
+#include "core/ProfileSettings.h"
+#include "core/SettingsKeys.h"
 #include "maker/Ek7Tapi/Ek7Tapi.h"
 #include "platform/Codepage.h"
 #include "platform/Trace.h"

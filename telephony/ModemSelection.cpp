@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-#include "app/SettingsKeys.h"
+#include "core/SettingsKeys.h"
 #include "telephony/LineFailureReport.h"
 #include "telephony/TapiBinding.h"
 

@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "app/ProfileSettings.h"
+#include "core/ProfileSettings.h"
 #include "maker/Ek7Tapi/Ek7Tapi.h"
 
 class ModemSelection {

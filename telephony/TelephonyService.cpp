@@ -6,9 +6,9 @@
 #include <cstdlib>
 #include <cstdio>
 
-#include "app/AppData.h"
-#include "app/ProfileSettings.h"
-#include "app/SettingsKeys.h"
+#include "core/AppData.h"
+#include "core/ProfileSettings.h"
+#include "core/SettingsKeys.h"
 #include "platform/Prompt.h"
 #include "platform/WaitCursor.h"
 #include "platform/WindowMessages.h"

@@ -28,8 +28,8 @@
 
 #include <string>
 
-#include "app/ProfileSettings.h"
-#include "app/StartupServices.h"
+#include "core/ProfileSettings.h"
+#include "core/StartupServices.h"
 #include "maker/Ek7Tapi/Ek7Tapi.h"
 #include "telephony/IncomingCallDialog.h"
 #include "telephony/ProgramResources.h"

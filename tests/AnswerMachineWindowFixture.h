@@ -25,7 +25,7 @@
 #include "LineTestSupport.h"
 #include "ScriptedPrompt.h"
 #include "app/MainWindow.h"
-#include "app/ProfileSettings.h"
+#include "core/ProfileSettings.h"
 #include "app/RecordListModel.h"
 #include "maker/VXSAVE/VXSAVE.h"
 #include "platform/UserName.h"

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "app/AppData.h"
-#include "app/StartupServices.h"
+#include "core/AppData.h"
+#include "core/StartupServices.h"
 
 class FakeServices : public StoreService,
                      public LineService,

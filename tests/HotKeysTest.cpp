@@ -27,7 +27,7 @@
 #include "app/HotKeyEdit.h"
 #include "app/HotKeys.h"
 #include "app/HotKeysDialog.h"
-#include "platform/GlobalHotKey.h"
+#include "platform/gui/GlobalHotKey.h"
 #include "platform/Trace.h"
 #include "platform/WindowMessages.h"
 

@@ -18,7 +18,7 @@
 #include "app/MainWindow.h"
 #include "app/RecordListModel.h"
 #include "app/RecordLists.h"
-#include "platform/Shell.h"
+#include "platform/gui/Shell.h"
 #include "platform/WindowMessages.h"
 #include "res/MessageCatalogue.h"
 #include "res/StringTable.h"

@@ -17,10 +17,10 @@
 #include <string>
 #include <vector>
 
-#include "app/AppData.h"
+#include "core/AppData.h"
 #include "app/OptionsDialog.h"
 #include "app/OptionsModel.h"
-#include "app/ProfileSettings.h"
+#include "core/ProfileSettings.h"
 #include "res/StringTable.h"
 
 namespace {

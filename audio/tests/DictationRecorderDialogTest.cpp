@@ -9,8 +9,8 @@
 #include "ScriptedPrompt.h"
 
 #include "app/MainWindow.h"
-#include "app/ProfileSettings.h"
-#include "audio/CallbackWindow.h"
+#include "core/ProfileSettings.h"
+#include "platform/CallbackWindow.h"
 #include "audio/DictationRecorderDialog.h"
 #include "audio/LevelMeter.h"
 #include "maker/VXSAVE/VXSAVE.h"

@@ -7,7 +7,7 @@
 #include "ScriptedPrompt.h"
 #include "StoreFixture.h"
 
-#include "audio/CallbackWindow.h"
+#include "platform/CallbackWindow.h"
 #include "audio/DictationRecorder.h"
 #include "audio/RecordingFlags.h"
 #include "maker/Ek7Index/Ek7Index.h"

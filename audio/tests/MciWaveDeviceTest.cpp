@@ -5,7 +5,7 @@
 // counts down from -1, so every sample shows where it came from.
 #include "AudioTestSupport.h"
 
-#include "audio/CallbackWindow.h"
+#include "platform/CallbackWindow.h"
 #include "audio/MciSendCommand.h"
 #include "audio/MciWaveDevice.h"
 #include "audio/WaveAudio.h"

@@ -7,7 +7,7 @@
 #include "BenchSupport.h"
 
 #include "AudioTestSupport.h"
-#include "audio/CallbackWindow.h"
+#include "platform/CallbackWindow.h"
 #include "audio/MciSendCommand.h"
 #include "audio/WaveAudio.h"
 

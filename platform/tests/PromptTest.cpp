@@ -1,5 +1,5 @@
 #include "platform/Prompt.h"
-#include "platform/QtPrompt.h"
+#include "platform/gui/QtPrompt.h"
 #include "tests/support/ScriptedPrompt.h"
 
 #include <gtest/gtest-spi.h>
@@ -47,9 +47,15 @@ TEST(Prompt, MfcFiltersBecomeQtFilters)
     EXPECT_EQ(qtFilterFromMfc(""), "");
 }
 
-TEST(Prompt, TheQtPromptServesWhenNoneIsInstalled)
+TEST(Prompt, InstalledPromptsNestAndTheDefaultServesWhenNoneIsInstalled)
 {
-    EXPECT_NE(dynamic_cast<QtPrompt*>(&currentPrompt()), nullptr);
+    // No default yet: nobody is there to answer, so every box is cancelled.
+    EXPECT_EQ(currentPrompt().messageBox("Replace?", MB_YESNO, "Navo"), IDNO);
+    EXPECT_EQ(currentPrompt().messageBox("Save?", MB_YESNOCANCEL, "Navo"), IDCANCEL);
+    EXPECT_EQ(currentPrompt().chooseFile(FileDialogRequest{}), std::nullopt);
+
+    QtPrompt qtPrompt;
+    setDefaultPrompt(&qtPrompt);
     {
         ScriptedPrompt outer;
         {
@@ -58,7 +64,8 @@ TEST(Prompt, TheQtPromptServesWhenNoneIsInstalled)
         }
         EXPECT_EQ(&currentPrompt(), &outer);
     }
-    EXPECT_NE(dynamic_cast<QtPrompt*>(&currentPrompt()), nullptr);
+    EXPECT_EQ(&currentPrompt(), &qtPrompt);
+    setDefaultPrompt(nullptr);
 }
 
 TEST(ScriptedPrompt, AnswersInOrderAndRecordsTheQuestions)

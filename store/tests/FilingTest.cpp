@@ -4,7 +4,7 @@
 
 #include "ScriptedPrompt.h"
 #include "StoreFixture.h"
-#include "app/SettingsKeys.h"
+#include "core/SettingsKeys.h"
 #include "maker/Ek7Index/Ek7Index.h"
 #include "maker/ek7vxrps/ek7vxrps.h"
 #include "platform/Trace.h"

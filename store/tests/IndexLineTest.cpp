@@ -5,7 +5,7 @@
 #include <cstdio>
 
 #include "StoreFixture.h"
-#include "app/AppData.h"
+#include "core/AppData.h"
 #include "platform/FileLock.h"
 #include "store/FamilyFile.h"
 #include "store/IndexLine.h"

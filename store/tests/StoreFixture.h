@@ -11,8 +11,8 @@
 #include <string>
 #include <sys/stat.h>
 
-#include "app/AppData.h"
-#include "app/ProfileSettings.h"
+#include "core/AppData.h"
+#include "core/ProfileSettings.h"
 #include "maker/VXSAVE/VXSAVE.h"
 #include "store/RecIdAllocator.h"
 #include "store/RecordFiler.h"

@@ -11,9 +11,9 @@
 #include <cstring>
 
 #include "LineTestSupport.h"
-#include "app/AppData.h"
-#include "app/ProfileSettings.h"
-#include "app/SettingsKeys.h"
+#include "core/AppData.h"
+#include "core/ProfileSettings.h"
+#include "core/SettingsKeys.h"
 #include "platform/Trace.h"
 #include "platform/WindowMessages.h"
 #include "telephony/IncomingCallDialog.h"

@@ -14,7 +14,7 @@
 
 #include "LineTestSupport.h"
 #include "ScriptedPrompt.h"
-#include "app/AppData.h"
+#include "core/AppData.h"
 #include "telephony/TapiBinding.h"
 #include "telephony/TelephonyService.h"
 

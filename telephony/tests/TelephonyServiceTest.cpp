@@ -17,9 +17,9 @@
 
 #include "LineTestSupport.h"
 #include "ScriptedPrompt.h"
-#include "app/AppData.h"
-#include "app/ProfileSettings.h"
-#include "app/SettingsKeys.h"
+#include "core/AppData.h"
+#include "core/ProfileSettings.h"
+#include "core/SettingsKeys.h"
 #include "platform/Trace.h"
 #include "res/StringTable.h"
 #include "telephony/IncomingCallDialog.h"

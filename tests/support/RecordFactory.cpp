@@ -3,8 +3,8 @@
 #include <cstdio>
 #include <fstream>
 
-#include "app/AppData.h"
-#include "app/ProfileSettings.h"
+#include "core/AppData.h"
+#include "core/ProfileSettings.h"
 #include "store/IndexLine.h"
 #include "store/RecIdAllocator.h"
 #include "store/RecordFiler.h"

@@ -11,9 +11,9 @@
 #include <vector>
 
 #include "RecordFactory.h"
-#include "app/AppData.h"
-#include "app/ProfileSettings.h"
-#include "app/SettingsKeys.h"
+#include "core/AppData.h"
+#include "core/ProfileSettings.h"
+#include "core/SettingsKeys.h"
 #include "maker/VXSAVE/VXSAVE.h"
 #include "platform/UserName.h"
 #include "store/ComponentFiles.h"

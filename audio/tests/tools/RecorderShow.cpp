@@ -13,7 +13,7 @@
 #include <cstdio>
 #include <filesystem>
 
-#include "app/AppData.h"
+#include "core/AppData.h"
 #include "audio/DictationRecorderDialog.h"
 #include "maker/VXSAVE/VXSAVE.h"
 #include "res/resource.h"

@@ -1,4 +1,4 @@
-#include "audio/WindowCallback.h"
+#include "platform/WindowCallback.h"
 
 LRESULT WindowCallback::WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
 {

@@ -1,4 +1,4 @@
-#include "app/ShowCodedMessage.h"
+#include "core/ShowCodedMessage.h"
 
 #include "platform/Prompt.h"
 #include "res/MessageCatalogue.h"

@@ -1,6 +1,6 @@
-#include "app/ProfileSettings.h"
+#include "core/ProfileSettings.h"
 
-#include "app/SettingsKeys.h"
+#include "core/SettingsKeys.h"
 #include "platform/Profile.h"
 
 ProfileSettings::ProfileSettings(std::string iniPath, std::string section)

@@ -10,7 +10,7 @@
 // no application object to deliver messages.
 #pragma once
 
-#include "audio/WindowCallback.h"
+#include "platform/WindowCallback.h"
 
 #include <QObject>
 

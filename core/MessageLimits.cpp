@@ -1,11 +1,11 @@
-#include "app/MessageLimits.h"
+#include "core/MessageLimits.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <string>
 
-#include "app/ProfileSettings.h"
-#include "app/SettingsKeys.h"
+#include "core/ProfileSettings.h"
+#include "core/SettingsKeys.h"
 
 namespace messagelimits {
 namespace {

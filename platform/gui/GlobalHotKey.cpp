@@ -8,7 +8,7 @@
 //
 // Qt's headers come before the X11 ones, whose macros (None, Bool, KeyPress,
 // ...) would break them.
-#include "platform/GlobalHotKey.h"
+#include "platform/gui/GlobalHotKey.h"
 
 #include "platform/Trace.h"
 #include "platform/WindowMessages.h"

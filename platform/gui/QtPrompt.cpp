@@ -1,4 +1,4 @@
-#include "platform/QtPrompt.h"
+#include "platform/gui/QtPrompt.h"
 
 #include "platform/Codepage.h"
 

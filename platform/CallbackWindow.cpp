@@ -1,4 +1,4 @@
-#include "audio/CallbackWindow.h"
+#include "platform/CallbackWindow.h"
 
 #include "platform/Trace.h"
 #include "platform/WindowMessages.h"
