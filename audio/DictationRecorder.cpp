@@ -139,8 +139,11 @@ int DictationRecorder::openNew()
 {
     // The RecID is taken and written back before anything is recorded: a
     // recording given up leaves its number unused.
-    const NewRecordNames names = prepareNewRecording(ProfileSettings(m_app.IniPath, m_app.ProfileSection),
-                                                     m_app.TempDir);
+    const NewRecordNames names = prepareNewRecording(m_app);
+    if (names.recId == 0) {
+        AfxMessageBox(kRecIdsUsedUp, MB_ICONEXCLAMATION);
+        return kNoRecId;
+    }
     m_recId = names.recId;
     m_baseName = names.baseName;
     m_display.recId = indexline::recIdText(m_recId);
@@ -621,7 +624,7 @@ std::vector<std::string> DictationRecorder::lineFields(const Texts& texts) const
     return fields;
 }
 
-int DictationRecorder::addMissingMembers()
+std::vector<std::string> DictationRecorder::missingMembers() const
 {
     std::vector<std::string> extras;
     const std::string marksName = m_baseName + indexmarks::kFileExtension;
@@ -630,14 +633,7 @@ int DictationRecorder::addMissingMembers()
     const std::string picture = pictureMember();
     if (!picture.empty() && (isNew() || !contains(m_members, picture)))
         extras.push_back(picture);
-    const std::string recordFile = isNew() ? RecordFiler::recordFileName(m_recId) : m_recordFileName;
-    for (const std::string& extra : extras) {
-        if (VXsaveVXZ(recordFile.c_str(), m_app.TempDir.c_str(), m_app.DataStorePath.c_str(), extra.c_str()) != 0) {
-            ShowCodedMessage(RecordFiler::kRecordFileFailed, MB_ICONEXCLAMATION);
-            return RecordFiler::kRecordFileFailed;
-        }
-    }
-    return 0;
+    return extras;
 }
 
 int DictationRecorder::save(const Texts& texts)
@@ -665,21 +661,21 @@ int DictationRecorder::save(const Texts& texts)
         recording.attachment = marksPath();
     if (!isNew() && !m_openedPicture.empty() && m_openedPicture != pictureMember())
         recording.replacedAttachment = m_openedPicture;
+    recording.extraMembers = missingMembers();
 
     DictationRecordingSource source(*m_device, m_app.TempDir, [this](const std::string& text) {
         m_display.position = text;
         emit displayChanged();
     });
     RecordFiler filer(m_app);
-    int result = filer.save(recording, source);
-    if (result == RecordFiler::kMissingFile && !source.waveWritten() && m_device->isOpen()) {
-        // The sound could not be written (a full disk): the device still
-        // holds it, so the recorder stays open for another try.
+    const int result = filer.save(recording, source);
+    if (RecordFiler::notFiled(result) && m_device->isOpen()) {
+        // Not filed (a full disk, a store that cannot be written): the
+        // device still holds the sound, so the recorder stays open for
+        // another try and nothing is lost.
         emit displayChanged();
         return kKeptOpen;
     }
-    if (result == 0)
-        result = addMissingMembers();
     m_saved = true;
     m_filed = result == 0;
     m_device->close();

@@ -37,6 +37,7 @@ public:
     // Results of opening and saving besides 0 and the message codes shown.
     static constexpr int kFormatRejected = -1;  // "Unable to set format for recording"
     static constexpr int kKeptOpen = -2;        // the save failed and the sound is still here
+    static constexpr int kNoRecId = -3;         // the store has no RecID left: nothing recorded
     static constexpr int kCannotRecord = 202;
     static constexpr std::size_t kSubjectMax = 149;
     static constexpr std::size_t kKeywordsMax = 4999;
@@ -124,9 +125,8 @@ public:
     bool setPicture(const std::string& path);
     void removePicture();
 
-    // Leaving. save() files the recording: 0, the filing error shown (108,
-    // 109, 110; the recorder is closed all the same), or kKeptOpen when the
-    // sound could not be written and is still in the device.
+    // Leaving. save() files the recording: 0, or kKeptOpen when it could not
+    // be filed (the error was shown) and the sound is still in the device.
     int save(const Texts& texts);
     // Cancel: asks 628 (the sound changed) or 627 (anything else changed);
     // Yes saves. True when the dialog may close.
@@ -179,7 +179,7 @@ private:
     void finish();
     void discardWorkFiles();
     std::vector<std::string> lineFields(const Texts& texts) const;
-    int addMissingMembers();
+    std::vector<std::string> missingMembers() const;
     std::string pictureMember() const;
 
     AppData& m_app;

@@ -51,7 +51,7 @@ struct Filing {
 Filing fileOne(BenchStore& store, NoiseRecording& source)
 {
     AppData& app = store.app();
-    const NewRecordNames names = prepareNewRecording(ProfileSettings(app.IniPath, app.ProfileSection), app.TempDir);
+    const NewRecordNames names = prepareNewRecording(app);
     RecordingToFile recording;
     recording.recId = names.recId;
     recording.baseName = names.baseName;

@@ -48,6 +48,8 @@ struct AppData {
     int PhoneWarning = 0;          // mirrors "PhWarn"
     int StoreUnusable = kStoreHealthy;
     int StartupFailed = 0;
+    // The highest RecID of the open store or issued since it was opened.
+    long HighestRecId = 0;
     UINT WordMessage = 0;
 
     // Shared with worker threads: they poll these and stop when cleared.

@@ -1,5 +1,7 @@
 #include "store/ComponentFiles.h"
 
+#include "maker/ek7vxrps/ek7vxrps.h"
+
 namespace components {
 
 const std::vector<const char*>& extracted()
@@ -41,6 +43,12 @@ std::string familyFileForType(int recordType)
 std::string workspacePath(const std::string& workspace, const std::string& name)
 {
     return workspace + "/" + name;
+}
+
+bool putIntoStore(const std::string& storePath, const std::string& workspace, const char* name)
+{
+    const char* names[] = {name};
+    return RPS_Put(storePath.c_str(), workspace.c_str(), names, 1) == kRpsOk;
 }
 
 }  // namespace components

@@ -32,6 +32,10 @@ const std::vector<const char*>& droppedOnOpen();
 // The family file of a record type code: "" for a type that has none.
 std::string familyFileForType(int recordType);
 
+// Puts the working copy of one component (the greeting, say) into the store
+// at once, replacing the stored one; the store is as it was when this fails.
+bool putIntoStore(const std::string& storePath, const std::string& workspace, const char* name);
+
 // workspace + "/" + name.
 std::string workspacePath(const std::string& workspace, const std::string& name);
 

@@ -15,6 +15,7 @@
 #include "platform/WaitCursor.h"
 #include "store/ComponentFiles.h"
 #include "store/IndexRepair.h"
+#include "store/KeptRecordings.h"
 #include "store/Workspace.h"
 
 namespace fs = std::filesystem;
@@ -107,6 +108,16 @@ int DataStore::extract(AppData& app)
     // Before anything searches it, an index the last session could not save
     // is brought in line with the records.
     const indexrepair::Result repair = indexrepair::reconcileAndStore(app.TempDir, store);
+    app.HighestRecId = repair.highestRecId;
+    // Recordings the store could not take last time come in now.
+    const keptrecordings::Refiled refiled = keptrecordings::fileKept(app);
+    if (refiled.filed > 0)
+        AfxMessageBox(std::to_string(refiled.filed) +
+                          (refiled.filed == 1 ? " recording that could not be filed earlier has"
+                                              : " recordings that could not be filed earlier have") +
+                          " now been filed in this data store (they were kept in " +
+                          keptrecordings::folderFor(app) + ").",
+                      MB_ICONINFORMATION);
     if (repair.added != 0 || repair.removed != 0)
         OutputDebugString("Index repaired: " + std::to_string(repair.added) + " entries rebuilt, " +
                           std::to_string(repair.removed) + " removed\n");
@@ -161,6 +172,14 @@ bool DataStore::afterExtract(AppData& app, int result)
     return true;
 }
 
+void DataStore::cancelled(AppData& app) const
+{
+    // Choosing no other store leaves the one this copy holds open and in
+    // use; only without one is there no store to save.
+    if (!holdsLock())
+        app.StoreUnusable = kStoreCancelled;
+}
+
 void DataStore::newStoreCommand(AppData& app, QWidget*)
 {
     FileDialogRequest request;
@@ -173,7 +192,7 @@ void DataStore::newStoreCommand(AppData& app, QWidget*)
     for (;;) {
         chosen = currentPrompt().chooseFile(request);
         if (!chosen) {
-            app.StoreUnusable = kStoreCancelled;
+            cancelled(app);
             return;
         }
         std::error_code error;
@@ -183,7 +202,7 @@ void DataStore::newStoreCommand(AppData& app, QWidget*)
     }
 
     WaitCursor wait;
-    if (app.StoreUnusable == kStoreHealthy && holdsLock())
+    if (holdsLock())
         save(app);
     workspace::Workspace(app, workspace::kClear, "*.*");
     releaseLock();
@@ -210,12 +229,12 @@ void DataStore::openStoreCommand(AppData& app, QWidget*)
     request.hideReadOnly = true;
     const std::optional<std::string> chosen = currentPrompt().chooseFile(request);
     if (!chosen) {
-        app.StoreUnusable = kStoreCancelled;
+        cancelled(app);
         return;
     }
 
     WaitCursor wait;
-    if (app.StoreUnusable == kStoreHealthy && holdsLock())
+    if (holdsLock())
         save(app);
     std::error_code error;
     for (const char* name : components::droppedOnOpen())

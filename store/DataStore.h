@@ -41,8 +41,9 @@ public:
     void deleteWorkingCopies(AppData& app);
 
     // The main window's New and Open store commands. They leave the store
-    // state flag at 0 (a store is open), 1 (the user cancelled) or 2
-    // (failed, shown to the user).
+    // state flag at 0 (a store is open), 1 (the user cancelled with no store
+    // held) or 2 (failed, shown to the user). The store held before is saved
+    // first whenever this copy holds it.
     void newStoreCommand(AppData& app, QWidget* owner);
     void openStoreCommand(AppData& app, QWidget* owner);
 
@@ -53,6 +54,7 @@ private:
     void releaseLock();
     void useStoreAt(AppData& app, const std::string& path);
     bool afterExtract(AppData& app, int result);
+    void cancelled(AppData& app) const;
 
     std::FILE* m_lockFile = nullptr;
     std::unique_ptr<FileRangeLock> m_lock;

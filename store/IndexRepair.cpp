@@ -77,13 +77,17 @@ Result reconcile(const std::string& workspace, const std::string& storePath)
 {
     Result result;
     const std::string index = components::workspacePath(workspace, components::kIndex);
+    const std::map<std::uint32_t, LiveLine> lines = liveLines(workspace);
+    if (!lines.empty())
+        result.highestRecId = lines.rbegin()->first;
     std::vector<std::uint32_t> indexed;
     if (Ek7IndexRecIds(index.c_str(), &indexed) != kEk7IndexOk) {
         // Missing, damaged or not an index: not this code's to rebuild.
         result.code = Ek7IndexLastError();
         return result;
     }
-    const std::map<std::uint32_t, LiveLine> lines = liveLines(workspace);
+    for (std::uint32_t recId : indexed)
+        result.highestRecId = std::max<long>(result.highestRecId, recId);
 
     Ek7IndexEntry removal{};
     removal.storeLocation1 = index.c_str();

@@ -16,6 +16,7 @@ struct Result {
     int added = 0;    // entries rebuilt
     int removed = 0;  // entries of records that are no longer there
     int withoutSearchText = 0;  // rebuilt from the line alone: the record's search text was unreadable
+    long highestRecId = 0;      // the highest RecID of a live line or an index entry
 };
 
 // workspace holds the extracted family files and index; storePath is the open

@@ -1,31 +1,44 @@
 #include "store/RecIdAllocator.h"
 
+#include <algorithm>
 #include <cstdlib>
 
+#include "core/AppData.h"
 #include "core/ProfileSettings.h"
 #include "core/SettingsKeys.h"
 #include "maker/ZOLO/ZOLODATE.h"
+#include "platform/Trace.h"
 #include "store/ComponentFiles.h"
 #include "store/IndexLine.h"
 
-long allocateRecId(const ProfileSettings& profile)
+long allocateRecId(AppData& app)
 {
+    const ProfileSettings profile(app.IniPath, app.ProfileSection);
     // A missing value reads "Bad", which counts as 0: the first RecID is 1.
-    const long recId = std::atol(profile.read(settings::kRecID).c_str()) + 1;
-    profile.write(settings::kRecID, indexline::recIdText(recId));
+    const long counter = std::max(0L, std::atol(profile.read(settings::kRecID).c_str()));
+    const long recId = std::max(counter, app.HighestRecId) + 1;
+    if (recId > kLastRecId) {
+        OutputDebugString("No RecID left in this data store\n");
+        return 0;
+    }
+    app.HighestRecId = recId;
+    if (!profile.write(settings::kRecID, indexline::recIdText(recId)))
+        OutputDebugString("Could not write RecID " + std::to_string(recId) + " to the profile\n");
     return recId;
 }
 
-NewRecordNames prepareNewRecording(const ProfileSettings& profile, const std::string& workspace)
+NewRecordNames prepareNewRecording(AppData& app)
 {
     NewRecordNames names;
-    names.recId = allocateRecId(profile);
+    names.recId = allocateRecId(app);
+    if (names.recId == 0)
+        return names;
     char stamp[32];
     DateStamp(stamp);
     names.baseName = stamp;
     names.infoName[1] = names.baseName + ".vxs";
     names.lineName[1] = names.baseName + ".vxl";
-    names.infoName[0] = components::workspacePath(workspace, names.infoName[1]);
-    names.lineName[0] = components::workspacePath(workspace, names.lineName[1]);
+    names.infoName[0] = components::workspacePath(app.TempDir, names.infoName[1]);
+    names.lineName[0] = components::workspacePath(app.TempDir, names.lineName[1]);
     return names;
 }

@@ -52,11 +52,23 @@ std::string fieldOrEmpty(const std::vector<std::string>& fields, std::size_t num
 
 }  // namespace
 
-RecordFiler::RecordFiler(AppData& app) : m_app(app) {}
+RecordFiler::RecordFiler(const AppData& app) : RecordFiler(app.TempDir, app.DataStorePath) {}
 
-std::string RecordFiler::wavePath(const std::string& workspace, const std::string& baseName)
+RecordFiler::RecordFiler(std::string workspace, std::string storePath)
+    : m_workspace(std::move(workspace)), m_storePath(std::move(storePath))
 {
-    return components::workspacePath(workspace, baseName + ".wav");
+}
+
+std::string RecordFiler::wavePath(const std::string& workspace, const std::string& baseName,
+                                  const std::string& extension)
+{
+    return components::workspacePath(workspace, baseName + extension);
+}
+
+std::vector<std::string> RecordFiler::workFiles(const std::string& workspace, const RecordingToFile& recording)
+{
+    return {wavePath(workspace, recording.baseName, recording.waveExtension),
+            linePath(workspace, recording.baseName), infoPath(workspace, recording.baseName)};
 }
 
 std::string RecordFiler::linePath(const std::string& workspace, const std::string& baseName)
@@ -78,16 +90,16 @@ int RecordFiler::save(RecordingToFile& recording, RecordingSource& source)
 {
     m_columns.clear();
     m_position = 0;
-    const int result = file(recording, source);
+    int result = file(recording, source);
+    if (result == 0)
+        result = addMembers(recording);
     if (result > 0)
         ShowCodedMessage(result, MB_ICONEXCLAMATION);
-
-    // Whatever happened, the work files go: the RecID already written to the
-    // profile is not taken back.
+    // Not filed: the work files are all there is of the recording.
+    if (notFiled(result))
+        return result;
     std::error_code error;
-    for (const std::string& path : {wavePath(m_app.TempDir, recording.baseName),
-                                    linePath(m_app.TempDir, recording.baseName),
-                                    infoPath(m_app.TempDir, recording.baseName)})
+    for (const std::string& path : workFiles(m_workspace, recording))
         std::filesystem::remove(path, error);
     OutputDebugString("Saving done closing dialog\n");
     return result;
@@ -95,9 +107,9 @@ int RecordFiler::save(RecordingToFile& recording, RecordingSource& source)
 
 int RecordFiler::file(RecordingToFile& recording, RecordingSource& source)
 {
-    const std::string wave = wavePath(m_app.TempDir, recording.baseName);
-    const std::string lineFile = linePath(m_app.TempDir, recording.baseName);
-    const std::string info = infoPath(m_app.TempDir, recording.baseName);
+    const std::string wave = wavePath(m_workspace, recording.baseName, recording.waveExtension);
+    const std::string lineFile = linePath(m_workspace, recording.baseName);
+    const std::string info = infoPath(m_workspace, recording.baseName);
 
     // 1. The search text, kept in the "vxs" file with the audit data.
     OutputDebugString("Saving SFS\n");
@@ -106,11 +118,7 @@ int RecordFiler::file(RecordingToFile& recording, RecordingSource& source)
         recordinfo::readFile(info, &details);  // kept from the record file when it was opened
     details.keywords = recording.keywords;
     details.extraText = recording.extraText;
-    char now[64];
-    LogDate(now);
-    if (details.created.empty())
-        details.created = now;
-    details.saved = now;
+    recordinfo::stamp(&details);
     recordinfo::writeFile(info, details);
     OutputDebugString("Saved SFS\n");
 
@@ -118,8 +126,12 @@ int RecordFiler::file(RecordingToFile& recording, RecordingSource& source)
     OutputDebugString("About to fast forward\n");
     if (source.fastForward())
         OutputDebugString("Fast forward OK\n");
-    char duration[128];
-    conv_millisec(source.lengthMs(), duration);
+    std::string duration = recording.duration;
+    if (duration.empty()) {
+        char text[128];
+        conv_millisec(source.lengthMs(), text);
+        duration = text;
+    }
     source.showDuration(duration);
     OutputDebugString("Saving WAV file\n");
     if (source.writeWave(wave))
@@ -148,14 +160,23 @@ int RecordFiler::file(RecordingToFile& recording, RecordingSource& source)
                                 : fileNew(recording, line, wave, lineFile, info);
 }
 
+int RecordFiler::addMembers(const RecordingToFile& recording)
+{
+    const std::string recordFile = recording.reRecorded ? recording.recordFileName : recordFileName(recording.recId);
+    for (const std::string& extra : recording.extraMembers)
+        if (VXsaveVXZ(recordFile.c_str(), m_workspace.c_str(), m_storePath.c_str(), extra.c_str()) != 0)
+            return kRecordFileFailed;
+    return 0;
+}
+
 void RecordFiler::dropMember(const std::string& recordFileName, const std::string& member)
 {
-    const std::string local = components::workspacePath(m_app.TempDir, recordFileName);
-    if (ExtractFile(m_app.DataStorePath.c_str(), recordFileName.c_str(), m_app.TempDir.c_str()) != 0)
+    const std::string local = components::workspacePath(m_workspace, recordFileName);
+    if (ExtractFile(m_storePath.c_str(), recordFileName.c_str(), m_workspace.c_str()) != 0)
         return;
     const char* names[] = {recordFileName.c_str()};
     if (DelFile(local.c_str(), member.c_str()) == 0)
-        RPS_Put(m_app.DataStorePath.c_str(), m_app.TempDir.c_str(), names, 1);
+        RPS_Put(m_storePath.c_str(), m_workspace.c_str(), names, 1);
     std::error_code error;
     std::filesystem::remove(local, error);
 }
@@ -165,12 +186,15 @@ int RecordFiler::fileNew(const RecordingToFile& recording, const std::string& li
 {
     OutputDebugString("Saving Navo file to repository\n");
     const unsigned position = saveCallFor(recording.family)(
-        wave.c_str(), lineFile.c_str(), info.c_str(), recording.attachment.c_str(), m_app.TempDir.c_str(),
-        m_app.DataStorePath.c_str(), recording.baseName.c_str(), 0);
+        wave.c_str(), lineFile.c_str(), info.c_str(), recording.attachment.c_str(), m_workspace.c_str(),
+        m_storePath.c_str(), recording.baseName.c_str(), 0);
     if (position == 0)
         return kRecordFileFailed;
     OutputDebugString("Navo file saved to repository\n");
     m_position = static_cast<long>(position);
+    // The record file and its line went in together. The index entry is
+    // derived from them: one that cannot be added now is rebuilt when the
+    // store is next opened, so the recording is not lost with it.
     OutputDebugString("Updating Index\n");
     if (!addToIndex(recording, line))
         return kIndexFailed;
@@ -181,29 +205,33 @@ int RecordFiler::fileNew(const RecordingToFile& recording, const std::string& li
 int RecordFiler::fileAgain(const RecordingToFile& recording, const std::string& line,
                            const std::string& lineFile)
 {
-    const long position = family::replaceRecordLine(recording.recordFileName, m_app.TempDir,
-                                                    m_app.DataStorePath, "", familyNameFor(recording.family),
-                                                    lineFile);
+    const long position = family::replaceRecordLine(recording.recordFileName, m_workspace, m_storePath, "",
+                                                    familyNameFor(recording.family), lineFile);
     if (position == 0)
         return kRecordFileFailed;
     m_position = position;
-    const std::string index = components::workspacePath(m_app.TempDir, components::kIndex);
+    removeFromIndex(recording.recId);
+    return addToIndex(recording, line) ? 0 : kIndexFailed;
+}
+
+void RecordFiler::removeFromIndex(long recId)
+{
+    const std::string index = components::workspacePath(m_workspace, components::kIndex);
     Ek7IndexEntry entry{};
     entry.storeLocation1 = index.c_str();
-    entry.recId = static_cast<std::uint32_t>(recording.recId);
+    entry.recId = static_cast<std::uint32_t>(recId);
     Ek7IndexDel(&entry);
-    return addToIndex(recording, line) ? 0 : kIndexFailed;
 }
 
 bool RecordFiler::addToIndex(const RecordingToFile& recording, const std::string& line)
 {
-    const std::string index = components::workspacePath(m_app.TempDir, components::kIndex);
+    const std::string index = components::workspacePath(m_workspace, components::kIndex);
     const std::string type = fieldOrEmpty(m_columns, 2);
     const std::string start = fieldOrEmpty(m_columns, kStartField);
     const std::string extra = recording.extraText.empty() ? " " : recording.extraText;
     Ek7IndexEntry entry{index.c_str(),
-                        m_app.DataStorePath.c_str(),
-                        m_app.TempDir.c_str(),
+                        m_storePath.c_str(),
+                        m_workspace.c_str(),
                         static_cast<std::uint32_t>(recording.recId),
                         type.c_str(),
                         start.c_str(),

@@ -100,15 +100,20 @@ int readFromRecordFile(const std::string& recordFile, const std::string& memberN
     return readFile(components::workspacePath(workspace, memberName), info);
 }
 
-int updateInRecordFile(const std::string& recordFile, const std::string& memberName,
-                       const std::string& workspace, RecordInfo info)
+void stamp(RecordInfo* info)
 {
     char now[64];
     LogDate(now);
-    if (info.created.empty())
-        info.created = now;
-    info.saved = now;
-    info.user = logOnName();
+    if (info->created.empty())
+        info->created = now;
+    info->saved = now;
+    info->user = logOnName();
+}
+
+int updateInRecordFile(const std::string& recordFile, const std::string& memberName,
+                       const std::string& workspace, RecordInfo info)
+{
+    stamp(&info);
     const std::string path = components::workspacePath(workspace, memberName);
     if (writeFile(path, info) != 0)
         return kAuditWriteFailed;

@@ -31,6 +31,9 @@ inline constexpr int kAuditReadFailed = 129;
 inline constexpr int kNoAudit = 130;
 inline constexpr const char* kNotOriginalWarning = "*** Warning : Not an original recording ***";
 
+// Stamps a save: created once, saved now, and who saved it.
+void stamp(RecordInfo* info);
+
 int writeFile(const std::string& path, const RecordInfo& info);   // 0 or 128
 int readFile(const std::string& path, RecordInfo* info);          // 0, 129 or 130
 

@@ -13,6 +13,8 @@
 #include "platform/Trace.h"
 #include "platform/WaitCursor.h"
 #include "res/StringTable.h"
+#include "store/KeptRecordings.h"
+#include "store/RecIdAllocator.h"
 #include "telephony/AnswerMachineGreeting.h"
 #include "telephony/LineFailureReport.h"
 #include "telephony/TapiBinding.h"
@@ -102,8 +104,18 @@ void AnswerMachine::answerCall(AppData& app)
     // A message answered before but never filed (the machine was off when
     // that call ended) leaves nothing behind.
     m_message.discardWorkFiles();
-    if (!m_message.prepare(profileOf(app), app.TempDir))
+    if (!m_message.prepare(app)) {
+        if (!m_message.prepared()) {
+            // No RecID left: the caller is not answered into a message that
+            // could never be filed. Said once.
+            OutputDebugString("No RecID left: the call is not answered\n");
+            if (!m_toldNoRecId)
+                AfxMessageBox(kRecIdsUsedUp, MB_ICONEXCLAMATION);
+            m_toldNoRecId = true;
+            return;
+        }
         OutputDebugString("Cannot create the message's work file " + m_message.infoPath() + "\n");
+    }
     const std::string buffer = AnswerMachineMessage::bufferPath(app.TempDir);
     const std::string data = AnswerMachineMessage::dataPath(app.TempDir);
     Ek7TapiSetRecord(buffer.c_str(), data.c_str(), m_message.wavePath().c_str());
@@ -208,9 +220,11 @@ int AnswerMachine::callEnded(AppData& app)
     int result = 0;
     if (m_message.prepared()) {
         WaitCursor wait;
-        result = m_message.file(app.TempDir, app.DataStorePath, line->CallerName, line->CallerNumber);
-        if (result > 0)
-            ShowCodedMessage(result, MB_ICONEXCLAMATION);
+        result = m_message.file(app, line->CallerName, line->CallerNumber);
+        if (result != 0 && m_message.kept() && !m_toldKept) {
+            AfxMessageBox(kMessageKept + keptrecordings::folderFor(app), MB_ICONINFORMATION);
+            m_toldKept = true;
+        }
         m_message = AnswerMachineMessage();
     } else {
         OutputDebugString("Call ended before the answer machine answered it: nothing to file\n");
@@ -221,6 +235,10 @@ int AnswerMachine::callEnded(AppData& app)
     }
     return result;
 }
+
+const char* const AnswerMachine::kMessageKept =
+    "A message could not be filed in your Navo data store, so it has been kept, with any others that "
+    "follow, in the folder below. Navo files them the next time it opens this data store.\n\n";
 
 int AnswerMachine::useDictationAsGreeting(AppData& app, const std::string& recordFileName)
 {

@@ -64,6 +64,10 @@ private:
 
     TelephonyService& m_line;
     bool m_forThisCallOnly = false;
+    // Each of these is said once a session, not at every call.
+    bool m_toldNoRecId = false;
+    bool m_toldKept = false;
+    static const char* const kMessageKept;
     AnswerMachineMessage m_message;
     QTimer m_lengthWatch;
     QElapsedTimer m_recordingFor;

@@ -6,7 +6,6 @@
 #include "core/AppData.h"
 #include "maker/Ek7Tapi/wave/LineWave.h"
 #include "maker/VXSAVE/VXSAVE.h"
-#include "maker/ek7vxrps/ek7vxrps.h"
 #include "platform/Trace.h"
 #include "store/ComponentFiles.h"
 
@@ -100,8 +99,7 @@ int AnswerMachineGreeting::fromDictation(const AppData& app, const std::string& 
         restore();
         return kNotWritten;
     }
-    const char* names[] = {kFileName};
-    if (RPS_Put(app.DataStorePath.c_str(), workspace.c_str(), names, 1) != kRpsOk) {
+    if (!components::putIntoStore(app.DataStorePath, workspace, kFileName)) {
         OutputDebugString("The new greeting could not be stored; the old one stays\n");
         restore();
         return kNotWritten;

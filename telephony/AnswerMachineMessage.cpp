@@ -3,21 +3,17 @@
 #include <filesystem>
 #include <fstream>
 
-#include "core/ProfileSettings.h"
-#include "maker/Ek7Index/Ek7Index.h"
+#include "core/AppData.h"
 #include "maker/Ek7Tapi/wave/LineWave.h"
-#include "maker/VXSAVE/VXSAVE.h"
 #include "maker/ZOLO/ZOLODATE.h"
 #include "platform/Trace.h"
 #include "store/ComponentFiles.h"
 #include "store/IndexLine.h"
-#include "store/IndexLineFile.h"
+#include "store/KeptRecordings.h"
 #include "store/RecIdAllocator.h"
+#include "store/RecordFiler.h"
 
 namespace {
-
-constexpr int kRecordFileFailed = 109;
-constexpr int kIndexFailed = 110;
 
 bool exists(const std::string& path)
 {
@@ -25,17 +21,39 @@ bool exists(const std::string& path)
     return std::filesystem::exists(path, error);
 }
 
+// The line library saved the sound already; the duration comes from the
+// call's times.
+class SavedCallSource : public RecordingSource {
+public:
+    bool fastForward() override { return true; }
+    long lengthMs() override { return 0; }
+    void showDuration(const std::string&) override {}
+    bool writeWave(const std::string& path) override
+    {
+        // The line library writes nothing when it could not save; an empty
+        // sound keeps the caller's name, number and time in the store.
+        if (!exists(path)) {
+            OutputDebugString("No recording of the message: filed without sound\n");
+            LineWave::writeFile(path, LineSamples(), true);
+        }
+        return exists(path);
+    }
+};
+
 }  // namespace
 
-bool AnswerMachineMessage::prepare(const ProfileSettings& profile, const std::string& workspace)
+bool AnswerMachineMessage::prepare(AppData& app)
 {
-    return prepareAt(profile, workspace, std::time(nullptr));
+    return prepareAt(app, std::time(nullptr));
 }
 
-bool AnswerMachineMessage::prepareAt(const ProfileSettings& profile, const std::string& workspace, std::time_t start)
+bool AnswerMachineMessage::prepareAt(AppData& app, std::time_t start)
 {
     *this = AnswerMachineMessage();
-    m_recId = allocateRecId(profile);
+    const std::string& workspace = app.TempDir;
+    m_recId = allocateRecId(app);
+    if (m_recId == 0)
+        return false;
     m_workspace = workspace;
     char stamp[kDateStampSize];
     DateStamp(stamp);
@@ -85,69 +103,44 @@ std::string AnswerMachineMessage::indexLine(long recId, const std::string& calle
                              duration.substr(0, 40), kNewMessageImage, "0"});
 }
 
-int AnswerMachineMessage::file(const std::string& workspace, const std::string& storePath,
-                               const std::string& callerName, const std::string& callerNumber)
+int AnswerMachineMessage::file(AppData& app, const std::string& callerName, const std::string& callerNumber)
 {
-    return fileAt(workspace, storePath, callerName, callerNumber, std::time(nullptr));
+    return fileAt(app, callerName, callerNumber, std::time(nullptr));
 }
 
-int AnswerMachineMessage::fileAt(const std::string& workspace, const std::string& storePath,
-                                 const std::string& callerName, const std::string& callerNumber, std::time_t end)
+int AnswerMachineMessage::fileAt(AppData& app, const std::string& callerName, const std::string& callerNumber,
+                                 std::time_t end)
 {
     m_filedLine.clear();
     m_position = 0;
+    m_kept = false;
     char endText[kLogDateSize];
     LogDateAt(end, endText);
     char duration[kDurationSize];
     CallDuration(static_cast<long>(m_startTime), static_cast<long>(end), duration);
 
+    RecordingToFile recording;
+    recording.recId = m_recId;
+    recording.baseName = m_baseName;
+    recording.waveExtension = ".vxw";
+    recording.family = 'P';
     const std::string line = indexLine(m_recId, callerName, callerNumber, m_startText, endText, duration);
-    if (!indexlinefile::appendLocked(m_line, line)) {
-        OutputDebugString("Cannot write the message's index line to " + m_line + "\n");
-        return kRecordFileFailed;
+    recording.fields = indexline::fields(line, 12);
+    recording.duration = recording.fields[9];
+    recording.keywords = kKeywords;
+    recording.extraText = " ";
+
+    SavedCallSource source;
+    RecordFiler filer(app);
+    const int result = filer.save(recording, source);
+    if (RecordFiler::notFiled(result)) {
+        m_kept = keptrecordings::keep(app, recording);
+        return result;
     }
     m_filedLine = line;
-
-    // The line library writes nothing when it could not save; an empty
-    // sound keeps the caller's name, number and time in the store.
-    if (!exists(m_wave)) {
-        OutputDebugString("No recording of the message: filed without sound\n");
-        LineWave::writeFile(m_wave, LineSamples(), true);
-    }
-    if (!exists(m_info)) {
-        std::ofstream info(m_info, std::ios::binary | std::ios::trunc);
-    }
-
-    OutputDebugString("Saving Navo file to repository\n");
-    m_position = VXsaveP(m_wave.c_str(), m_line.c_str(), m_info.c_str(), "", workspace.c_str(), storePath.c_str(),
-                         m_baseName.c_str(), 0);
-    if (m_position == 0)
-        return kRecordFileFailed;
-    OutputDebugString("Navo file saved to repository\n");
-    // The record file and its line are in the store: the work files have
-    // done their part even if the index refuses the entry.
+    m_position = static_cast<unsigned>(filer.linePosition());
     discardWorkFiles();
-
-    // The store keeps no record count of its own: the family file and the
-    // index are the count, and both have the new record now.
-    const std::string index = components::workspacePath(workspace, components::kIndex);
-    const std::vector<std::string> fields = indexline::fields(line, 8);
-    const Ek7IndexEntry entry{index.c_str(),
-                              storePath.c_str(),
-                              workspace.c_str(),
-                              static_cast<std::uint32_t>(m_recId),
-                              kRecordType,
-                              fields[7].c_str(),
-                              kKeywords,
-                              " ",
-                              m_position,
-                              0,
-                              line.c_str()};
-    OutputDebugString("Updating Index\n");
-    if (Ek7IndexAdd(&entry) == 0)
-        return kIndexFailed;
-    OutputDebugString("Index updated\n");
-    return 0;
+    return result;
 }
 
 void AnswerMachineMessage::discardWorkFiles() const

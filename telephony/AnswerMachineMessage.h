@@ -3,8 +3,9 @@
 //
 // The RecID and the work-file names are taken when the call is answered, not
 // when it ends: a call that never ends still uses up its RecID. Filing builds
-// the twelve-place index line, appends it to the "vxl" work file under the
-// byte-range lock, files the record with VXsaveP and adds the index entry.
+// the twelve-place index line and hands the message to the store's filing
+// door (RecordFiler, the phone family). A message the store cannot take is
+// kept beside the store and filed when the store is next opened.
 //
 // No line library calls here: the caller's texts and the end time come in as
 // values, so filing is tested without a telephone line.
@@ -13,7 +14,7 @@
 #include <ctime>
 #include <string>
 
-class ProfileSettings;
+struct AppData;
 
 class AnswerMachineMessage {
 public:
@@ -29,11 +30,12 @@ public:
 
     // Answering: allocates the RecID, takes the DateStamp base name, the four
     // work-file paths, the start date text and time, and creates the "vxs"
-    // work file empty. False when that file cannot be created (the RecID is
-    // used up all the same).
-    bool prepare(const ProfileSettings& profile, const std::string& workspace);
+    // work file empty. False when the store has no RecID left (nothing is
+    // prepared) or that file cannot be created (the RecID is used up all the
+    // same).
+    bool prepare(AppData& app);
     // The same with the start time given (tests).
-    bool prepareAt(const ProfileSettings& profile, const std::string& workspace, std::time_t start);
+    bool prepareAt(AppData& app, std::time_t start);
 
     bool prepared() const { return m_recId > 0; }
     long recId() const { return m_recId; }
@@ -58,16 +60,14 @@ public:
                                  const std::string& startText, const std::string& endText,
                                  const std::string& duration);
 
-    // Files the message in the store open at storePath, its workspace
-    // copies in workspace. 0, or the code of the message to show: 109 when
-    // the line or the record file cannot be written, 110 when the index
-    // refuses the entry. A wave the line library could not save is filed as
-    // an empty sound, so that who called and when is kept. Once the record
-    // file is in the store the work files are deleted; before, they stay.
-    int file(const std::string& workspace, const std::string& storePath, const std::string& callerName,
-             const std::string& callerNumber);
-    int fileAt(const std::string& workspace, const std::string& storePath, const std::string& callerName,
-               const std::string& callerNumber, std::time_t end);
+    // Files the message in the store open in app. 0, or the code of the
+    // message shown (108, 109, 110): the message is then kept beside the
+    // store (kept() tells whether that worked). A wave the line library could
+    // not save is filed as an empty sound, so that who called and when is
+    // kept.
+    int file(AppData& app, const std::string& callerName, const std::string& callerNumber);
+    int fileAt(AppData& app, const std::string& callerName, const std::string& callerNumber, std::time_t end);
+    bool kept() const { return m_kept; }
 
     // After file(): the line as filed and its position in the family file.
     const std::string& filedLine() const { return m_filedLine; }
@@ -88,4 +88,5 @@ private:
     std::time_t m_startTime = 0;
     std::string m_filedLine;
     unsigned m_position = 0;
+    bool m_kept = false;
 };

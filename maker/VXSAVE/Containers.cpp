@@ -4,6 +4,7 @@
 
 #include "maker/VXSAVE/VXSAVE.h"
 
+#include "maker/VXSAVE/ReservedNames.h"
 #include "maker/VXSAVE/ZipArchive.h"
 #include "maker/ek7vxrps/FileOps.h"
 #include "maker/ek7vxrps/ek7vxrps.h"
@@ -72,6 +73,9 @@ int VXopenVXZ(const char* recordFile, const char* workspace)
             code = zip.names(&names);
         if (code != kVxOk)
             return code;
+        for (const std::string& name : names)
+            if (vxsave::isReservedMemberName(name.c_str()))
+                return kVxErrDamaged;
         // All members are written under temporary names first; a damaged
         // one found halfway leaves the workspace as it was.
         std::vector<rps::TempFile> files(names.size());

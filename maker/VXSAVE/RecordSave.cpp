@@ -6,6 +6,7 @@
 #include "maker/VXSAVE/VXSAVE.h"
 
 #include "maker/VXSAVE/FamilyAppend.h"
+#include "maker/VXSAVE/ReservedNames.h"
 #include "maker/VXSAVE/ZipArchive.h"
 #include "maker/ek7vxrps/FileOps.h"
 #include "maker/ek7vxrps/ek7vxrps.h"
@@ -103,7 +104,8 @@ bool buildRecordFile(const std::string& path, const std::vector<std::string>& fi
     for (const std::string& file : files) {
         const std::string name = rps::baseNameOf(file);
         // Two work files of one name would overwrite each other inside.
-        if (!rps::isPlainFileName(name.c_str()) || !names.insert(name).second)
+        if (!rps::isPlainFileName(name.c_str()) || vxsave::isReservedMemberName(name.c_str())
+            || !names.insert(name).second)
             return false;
     }
     // Made 0600 before libzip writes it: libzip's replacement file takes
@@ -140,6 +142,10 @@ unsigned saveRecord(char letter, const char* name1, const char* name2, const cha
         }
         std::string recordName;
         if (!recordFileName(line, &recordName))
+            return 0;
+        // A new recording never replaces a record already filed under its
+        // RecID: that would silently lose the other recording.
+        if (RPS_Exists(storePath, recordName.c_str()) != 1)
             return 0;
 
         std::vector<std::string> files = {name1, name2, name3};

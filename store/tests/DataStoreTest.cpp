@@ -126,9 +126,10 @@ TEST_F(DataStoreTest, CancelledAndFailedChoicesSetTheStoreState)
     buildStore();
     ASSERT_EQ(store.extract(app), 0);
     ScriptedPrompt prompt;
+    // Choosing nothing leaves the store held open and in use.
     prompt.answerFile(std::nullopt);
     store.openStoreCommand(app, nullptr);
-    EXPECT_EQ(app.StoreUnusable, kStoreCancelled);
+    EXPECT_EQ(app.StoreUnusable, kStoreHealthy);
 
     const std::string garbage = root() + "/Broken.vxt";
     writeAll(garbage, "not a store");
@@ -139,12 +140,21 @@ TEST_F(DataStoreTest, CancelledAndFailedChoicesSetTheStoreState)
     EXPECT_EQ(prompt.fileRequests().back().title, "Open Navo Data Store");
     EXPECT_TRUE(prompt.fileRequests().back().fileMustExist);
     EXPECT_EQ(prompt.messages().back().text, MessageTextFor(103));
+    // With no store held, a cancel leaves none.
+    prompt.answerFile(std::nullopt);
+    store.newStoreCommand(app, nullptr);
+    EXPECT_EQ(app.StoreUnusable, kStoreCancelled);
 }
 
-TEST_F(DataStoreTest, OpenStoreSavesTheCurrentOneFirst)
+TEST_F(DataStoreTest, OpenStoreSavesTheCurrentOneFirstEvenAfterACancelledChoice)
 {
     buildStore();
     ASSERT_EQ(store.extract(app), 0);
+    ScriptedPrompt prompt;
+    prompt.answerFile(std::nullopt);
+    store.newStoreCommand(app, nullptr);
+    prompt.answerFile(std::nullopt);
+    store.openStoreCommand(app, nullptr);
     writeAll(ws(components::kTemplates), "my templates");
     const std::string first = storePath();
 
@@ -154,7 +164,6 @@ TEST_F(DataStoreTest, OpenStoreSavesTheCurrentOneFirst)
     const std::string otherWorkspace = root() + "/other";
     std::filesystem::create_directory(otherWorkspace);
     ASSERT_EQ(VXfilebuild(other.ProfileDir.c_str(), "Other", otherWorkspace.c_str()), 0);
-    ScriptedPrompt prompt;
     prompt.answerFile(other.ProfileDir + "/Other.vxt");
     store.openStoreCommand(app, nullptr);
     EXPECT_EQ(app.StoreUnusable, kStoreHealthy);

@@ -2,6 +2,8 @@
 // them again, audit data, and deletion.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "ScriptedPrompt.h"
 #include "StoreFixture.h"
 #include "core/SettingsKeys.h"
@@ -22,18 +24,55 @@ protected:
     std::string indexPath() const { return ws(components::kIndex); }
 };
 
-TEST_F(FilingTest, RecIdsAreTakenBeforeRecordingAndNeverReused)
+TEST_F(FilingTest, RecIdsAreNeverReusedWhateverTheProfileSaysAndEndAt99999998)
 {
-    EXPECT_EQ(allocateRecId(profile()), 1);
+    EXPECT_EQ(allocateRecId(app), 1);
     EXPECT_EQ(profile().read(settings::kRecID), "00000001");
     profile().write(settings::kRecID, "41");
-    const NewRecordNames names = prepareNewRecording(profile(), app.TempDir);
+    const NewRecordNames names = prepareNewRecording(app);
     EXPECT_EQ(names.recId, 42);
     EXPECT_EQ(profile().read(settings::kRecID), "00000042");
     EXPECT_EQ(names.lineName[1], names.baseName + ".vxl");
     EXPECT_EQ(names.infoName[0], app.TempDir + "/" + names.baseName + ".vxs");
     // A recording discarded now leaves 42 unused; the next is 43.
-    EXPECT_EQ(allocateRecId(profile()), 43);
+    EXPECT_EQ(allocateRecId(app), 43);
+
+    // A profile whose counter went back (a reinstall, another log-on name)
+    // or that cannot be written still never repeats a number.
+    profile().write(settings::kRecID, "1");
+    EXPECT_EQ(allocateRecId(app), 44);
+    const std::string ini = app.IniPath;
+    app.IniPath = root() + "/no-such-folder/NAVO.ini";
+    EXPECT_EQ(allocateRecId(app), 45);
+    EXPECT_EQ(allocateRecId(app), 46);
+    app.IniPath = ini;
+
+    // The last RecID there is; after it nothing, and nothing written.
+    profile().write(settings::kRecID, "99999997");
+    EXPECT_EQ(allocateRecId(app), 99999998);
+    EXPECT_EQ(prepareNewRecording(app).recId, 0);
+    EXPECT_EQ(profile().read(settings::kRecID), "99999998");
+}
+
+TEST_F(FilingTest, AStoreOpenedFromANewProfileKeepsItsRecords)
+{
+    const long first = fileDictation("The first dictation");
+    ASSERT_EQ(lastResult, 0);
+    ASSERT_EQ(store.save(app), 0);
+    store.deleteWorkingCopies(app);
+
+    // Another profile, or NAVO.ini lost: the counter starts again at 0.
+    std::filesystem::remove(app.IniPath);
+    app.HighestRecId = 0;
+    DataStore reopened;
+    ASSERT_EQ(reopened.extract(app), 0);
+    const long second = fileDictation("After a reinstall");
+    ASSERT_EQ(lastResult, 0);
+    EXPECT_GT(second, first);
+    EXPECT_EQ(indexline::showField(indexline::field(
+                  family::readLine(app.TempDir, indexline::recIdText(first), 0, 401), 5)),
+              "The first dictation");
+    EXPECT_EQ(RPS_Exists(app.DataStorePath.c_str(), RecordFiler::recordFileName(first).c_str()), 0);
 }
 
 TEST_F(FilingTest, ANewDictationReachesFamilyFileIndexAndStore)
@@ -106,11 +145,11 @@ TEST_F(FilingTest, ARecordFiledIsInTheStoreBeforeAnySave)
     workspace::Workspace(fresh, workspace::kRemove, "*.*");
 }
 
-TEST_F(FilingTest, FailuresShowTheirMessageAndStillDeleteWorkFiles)
+TEST_F(FilingTest, FailuresShowTheirMessageAndKeepTheWorkFiles)
 {
     ScriptedPrompt prompt;
     prompt.answerMessage(IDOK);
-    const NewRecordNames names = prepareNewRecording(profile(), app.TempDir);
+    const NewRecordNames names = prepareNewRecording(app);
     RecordingToFile rec;
     rec.recId = names.recId;
     rec.baseName = names.baseName;
@@ -120,16 +159,25 @@ TEST_F(FilingTest, FailuresShowTheirMessageAndStillDeleteWorkFiles)
     EXPECT_EQ(filer.save(rec, silent), 108);
     EXPECT_EQ(prompt.messages().at(0).text, "Cannot save recording - Missing file : Error 108");
     EXPECT_EQ(prompt.messages().at(0).flags, MB_ICONEXCLAMATION);
-    EXPECT_FALSE(std::filesystem::exists(RecordFiler::infoPath(app.TempDir, names.baseName)));
 
-    // The store has gone: the record file cannot be saved.
+    // The store has gone: the record file cannot be saved, and nothing of
+    // the recording is thrown away.
     prompt.answerMessage(IDOK);
     const std::string familyBefore = readAll(ws(components::kDictation));
+    const std::string storeWas = app.DataStorePath;
     app.DataStorePath = root() + "/gone.vxt";
-    fileDictation("Nowhere to go");
+    const long recId = fileDictation("Nowhere to go");
     EXPECT_EQ(lastResult, 109);
     EXPECT_EQ(prompt.messages().at(1).text, MessageTextFor(109));
     EXPECT_EQ(readAll(ws(components::kDictation)), familyBefore);
+    char record[EK7_INDEX_RECORD_MAX];
+    EXPECT_EQ(Ek7IndexRead(static_cast<std::uint32_t>(recId), indexPath().c_str(), record), 0);
+    const auto wave = std::find_if(std::filesystem::directory_iterator(app.TempDir),
+                                   std::filesystem::directory_iterator(), [](const auto& entry) {
+                                       return entry.path().extension() == ".wav";
+                                   });
+    EXPECT_NE(wave, std::filesystem::directory_iterator());
+    app.DataStorePath = storeWas;
 }
 
 TEST_F(FilingTest, AReRecordedRecordReplacesItsLineInPlace)

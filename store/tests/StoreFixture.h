@@ -132,7 +132,7 @@ protected:
     long fileDictation(const std::string& subject, const std::string& keywords = "words",
                        std::uint32_t samples = 8000)
     {
-        const NewRecordNames names = prepareNewRecording(profile(), app.TempDir);
+        const NewRecordNames names = prepareNewRecording(app);
         RecordingToFile rec;
         rec.recId = names.recId;
         rec.baseName = names.baseName;

@@ -13,6 +13,11 @@
 #include "maker/ek7vxrps/ek7vxrps.h"
 #include "store/ComponentFiles.h"
 #include "store/IndexLine.h"
+#include "store/DataStore.h"
+#include "store/FamilyFile.h"
+#include "store/KeptRecordings.h"
+#include "store/RecordInfo.h"
+#include "ScriptedPrompt.h"
 #include "telephony/AnswerMachineGreeting.h"
 #include "telephony/AnswerMachineMessage.h"
 
@@ -69,13 +74,13 @@ protected:
 TEST_F(AnswerMachineFiling, AMessageIsFiledByteForByte)
 {
     AnswerMachineMessage message;
-    ASSERT_TRUE(message.prepareAt(profile(), app.TempDir, kStart));
+    ASSERT_TRUE(message.prepareAt(app, kStart));
     EXPECT_EQ(message.recId(), 1);
     EXPECT_EQ(readAll(message.infoPath()), "");  // created empty
     EXPECT_EQ(fs::path(message.wavePath()).extension(), ".vxw");
     writeAll(message.wavePath(), waveBytes(4000));
 
-    ASSERT_EQ(message.fileAt(app.TempDir, app.DataStorePath, "Zoe Smith", "01632 960001", kStart + 75), 0);
+    ASSERT_EQ(message.fileAt(app, "Zoe Smith", "01632 960001", kStart + 75), 0);
 
     const std::string expected = padded(
         "00000001 2 Zoe\xACSmith  01632\xAC" "960001   22/11/2026\xAC" "10:00:00 22/11/2026\xAC" "10:01:15 00:01:15 7 0");
@@ -86,7 +91,12 @@ TEST_F(AnswerMachineFiling, AMessageIsFiledByteForByte)
     EXPECT_EQ(familyLine(message.linePosition()), expected);
     EXPECT_EQ(recordMember(1, message.baseName() + ".vxl"), expected);
     EXPECT_EQ(recordMember(1, message.baseName() + ".vxw"), waveBytes(4000));
-    EXPECT_EQ(recordMember(1, message.baseName() + ".vxs"), "");
+    // It says who took it: the audit data of every record.
+    RecordInfo info;
+    ASSERT_TRUE(RecordInfo::parse(recordMember(1, message.baseName() + ".vxs"), &info));
+    EXPECT_EQ(info.keywords, AnswerMachineMessage::kKeywords);
+    EXPECT_FALSE(info.user.empty());
+    EXPECT_EQ(recordinfo::describe(info).find(" by \n"), std::string::npos);
     char entry[EK7_INDEX_RECORD_MAX];
     const std::string index = components::workspacePath(app.TempDir, components::kIndex);
     ASSERT_NE(Ek7IndexRead(1, index.c_str(), entry), 0);
@@ -115,9 +125,9 @@ TEST_F(AnswerMachineFiling, CallerTextsAreCleanedAndCutSoTheLineStaysOneLine)
     longName[150] = '\r';
     const std::string longNumber = std::string(120, '7') + "\x02";
     AnswerMachineMessage message;
-    ASSERT_TRUE(message.prepareAt(profile(), app.TempDir, kStart));
+    ASSERT_TRUE(message.prepareAt(app, kStart));
     writeAll(message.wavePath(), waveBytes(800));
-    ASSERT_EQ(message.fileAt(app.TempDir, app.DataStorePath, longName, longNumber, kStart + 3600 * 30), 0);
+    ASSERT_EQ(message.fileAt(app, longName, longNumber, kStart + 3600 * 30), 0);
 
     const std::string line = message.filedLine();
     ASSERT_EQ(line.size(), 401u);
@@ -138,7 +148,7 @@ TEST_F(AnswerMachineFiling, CallerTextsAreCleanedAndCutSoTheLineStaysOneLine)
 TEST_F(AnswerMachineFiling, TheRecIdIsTakenWhenTheCallIsAnswered)
 {
     AnswerMachineMessage first;
-    ASSERT_TRUE(first.prepareAt(profile(), app.TempDir, kStart));
+    ASSERT_TRUE(first.prepareAt(app, kStart));
     EXPECT_EQ(profile().read("RecID"), "00000001");  // written back at once
     // A dictation filed during the call takes the next number...
     const long dictation = fileDictation("During the call");
@@ -146,25 +156,25 @@ TEST_F(AnswerMachineFiling, TheRecIdIsTakenWhenTheCallIsAnswered)
     EXPECT_EQ(dictation, 2);
     // ...and the message keeps the one it was answered with.
     writeAll(first.wavePath(), waveBytes(800));
-    ASSERT_EQ(first.fileAt(app.TempDir, app.DataStorePath, "A", "1", kStart + 5), 0);
+    ASSERT_EQ(first.fileAt(app, "A", "1", kStart + 5), 0);
     EXPECT_EQ(first.filedLine().substr(0, 9), "00000001 ");
     EXPECT_NE(recordMember(1, first.baseName() + ".vxl"), "(no record file)");
 
     // A call answered and never filed uses its number up all the same.
     AnswerMachineMessage abandoned;
-    ASSERT_TRUE(abandoned.prepareAt(profile(), app.TempDir, kStart));
+    ASSERT_TRUE(abandoned.prepareAt(app, kStart));
     abandoned.discardWorkFiles();
     AnswerMachineMessage next;
-    ASSERT_TRUE(next.prepareAt(profile(), app.TempDir, kStart));
+    ASSERT_TRUE(next.prepareAt(app, kStart));
     EXPECT_EQ(next.recId(), 4);
 }
 
 TEST_F(AnswerMachineFiling, AMessageWhoseSoundWasNotSavedIsStillFiled)
 {
     AnswerMachineMessage message;
-    ASSERT_TRUE(message.prepareAt(profile(), app.TempDir, kStart));
+    ASSERT_TRUE(message.prepareAt(app, kStart));
     ASSERT_FALSE(fs::exists(message.wavePath()));
-    ASSERT_EQ(message.fileAt(app.TempDir, app.DataStorePath, "Nobody Saved", "999", kStart + 2), 0);
+    ASSERT_EQ(message.fileAt(app, "Nobody Saved", "999", kStart + 2), 0);
     const std::string sound = recordMember(1, message.baseName() + ".vxw");
     LineSamples samples{1};
     ASSERT_TRUE(LineWave::readBytes(sound, samples));
@@ -172,23 +182,38 @@ TEST_F(AnswerMachineFiling, AMessageWhoseSoundWasNotSavedIsStillFiled)
     EXPECT_EQ(familyLine(message.linePosition()).substr(0, 28), "00000001 2 Nobody\xACSaved  999");
 }
 
-TEST_F(AnswerMachineFiling, AStoreThatRefusesLeavesTheWorkFilesAndEachFilingAppendsOneLine)
+TEST_F(AnswerMachineFiling, AMessageTheStoreRefusesIsKeptBesideItAndFiledWhenTheStoreIsNextOpened)
 {
     AnswerMachineMessage message;
-    ASSERT_TRUE(message.prepareAt(profile(), app.TempDir, kStart));
+    ASSERT_TRUE(message.prepareAt(app, kStart));
     writeAll(message.wavePath(), waveBytes(800));
-    const std::string nowhere = root() + "/no-such-folder/NAVO.vxt";
+    const std::string storeWas = app.DataStorePath;
+    app.DataStorePath = root() + "/no-such-folder/NAVO.vxt";
+    {
+        ScriptedPrompt prompt;
+        prompt.answerMessage(IDOK);
+        EXPECT_EQ(message.fileAt(app, "Ann Caller", "01632 960002", kStart + 1), 109);
+    }
+    app.DataStorePath = storeWas;
+    EXPECT_TRUE(message.kept());
+    const fs::path kept = fs::path(keptrecordings::folderFor(app)) / message.baseName();
+    EXPECT_EQ(readAll((kept / (message.baseName() + ".vxw")).string()), waveBytes(800));
+    EXPECT_FALSE(fs::exists(message.wavePath()));
+    EXPECT_EQ(fs::status(kept).permissions() & fs::perms::all, fs::perms::owner_all);
 
-    EXPECT_EQ(message.fileAt(app.TempDir, nowhere, "Ann", "1", kStart + 1), 109);
-    EXPECT_EQ(fs::file_size(message.linePath()), 401u);
-    EXPECT_EQ(message.fileAt(app.TempDir, nowhere, "Ann", "1", kStart + 2), 109);
-    EXPECT_EQ(fs::file_size(message.linePath()), 802u);
-    // Nothing of the caller's message has been thrown away.
-    EXPECT_EQ(readAll(message.wavePath()), waveBytes(800));
-    EXPECT_TRUE(fs::exists(message.infoPath()));
-    // The record file takes the first line of its "vxl" work file.
-    ASSERT_EQ(message.fileAt(app.TempDir, app.DataStorePath, "Ann", "1", kStart + 3), 0);
-    EXPECT_EQ(recordMember(1, message.baseName() + ".vxl").size(), 1203u);
+    // The next opening of the store files it, says so once, and keeps nothing.
+    ASSERT_EQ(store.save(app), 0);
+    store.deleteWorkingCopies(app);
+    DataStore reopened;
+    ScriptedPrompt prompt;
+    prompt.answerMessage(IDOK);
+    ASSERT_EQ(reopened.extract(app), 0);
+    ASSERT_EQ(prompt.messages().size(), 1u);
+    EXPECT_NE(prompt.messages()[0].text.find("1 recording that could not be filed earlier"), std::string::npos);
+    EXPECT_FALSE(fs::exists(keptrecordings::folderFor(app)));
+    const std::string line = family::readLine(app.TempDir, indexline::recIdText(app.HighestRecId), 2, 401);
+    EXPECT_EQ(line.substr(9, 27), "2 Ann\xAC" "Caller  01632\xAC" "960002 ");
+    EXPECT_EQ(recordMember(app.HighestRecId, message.baseName() + ".vxw"), waveBytes(800));
 }
 
 // A dictation whose sound is not a wave at all.
@@ -231,7 +256,7 @@ TEST_F(AnswerMachineFiling, AGreetingThatCannotBeTakenLeavesTheOldOne)
 
     EXPECT_EQ(AnswerMachineGreeting::fromDictation(app, "00000077.vxz"), 111);
 
-    const NewRecordNames names = prepareNewRecording(profile(), app.TempDir);
+    const NewRecordNames names = prepareNewRecording(app);
     RecordingToFile rec;
     rec.recId = names.recId;
     rec.baseName = names.baseName;

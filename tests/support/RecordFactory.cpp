@@ -50,7 +50,7 @@ RecordFactory::RecordFactory(AppData& app, unsigned samples) : m_app(app), m_sam
 long RecordFactory::file(char family, const std::string& type, std::vector<std::string> fields,
                          const std::string& keywords)
 {
-    const NewRecordNames names = prepareNewRecording(ProfileSettings(m_app.IniPath, m_app.ProfileSection), m_app.TempDir);
+    const NewRecordNames names = prepareNewRecording(m_app);
     char start[32];
     char end[32];
     std::snprintf(start, sizeof start, "22/11/2026 %02d:%02d:00", 8 + m_minute / 60 % 12, m_minute % 60);

@@ -69,6 +69,22 @@ TEST_F(VxContainerTest, HostileMemberNamesAreRefusedAndNothingIsWritten)
     EXPECT_FALSE(testfiles::exists("/tmp/navo-evil"));
 }
 
+TEST_F(VxContainerTest, MembersNamedLikeTheWorkspacesOwnFilesAreRefused)
+{
+    // Opened into the workspace, they would replace a family file or the
+    // greeting, which the clean-up after the record then deletes.
+    for (const char* name : {"Telvarine.vxr", "Telvarine.vxi-journal", "vxgreet.wav", "xbuffer.wav"}) {
+        SCOPED_TRACE(name);
+        const std::string path = dir / "posing.vxz";
+        zipfixtures::writeZip(path, {{"a.wav", "sound"}, {name, "payload"}});
+        TempDir target;
+        writeFile(target / name, "the workspace's own");
+        EXPECT_EQ(VXopenVXZ(path.c_str(), target.path().c_str()), kVxErrDamaged);
+        EXPECT_EQ(readFile(target / name), "the workspace's own");
+        EXPECT_FALSE(testfiles::exists(target / "a.wav"));
+    }
+}
+
 TEST_F(VxContainerTest, DamagedOrForeignFilesGiveCodesNotCrashes)
 {
     const std::string bytes = readFile(record);

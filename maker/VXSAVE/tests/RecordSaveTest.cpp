@@ -210,6 +210,19 @@ TEST_F(VxRecordSaveTest, FailedSavesChangeNothing)
         EXPECT_FALSE(testfiles::exists(workspace / "Telvarine.vxm"));
         EXPECT_EQ(storedMember("Telvarine.vxm"), "");
     }
+    {
+        SCOPED_TRACE("RecID already filed: the other recording is never replaced");
+        const std::string before = storedMember("00000001.vxz");
+        expectNothingChanged(save(VXsaveP, workFiles("00000001", "reused")), "00000001.vxz");
+        EXPECT_EQ(storedMember("00000001.vxz"), before);
+    }
+    {
+        SCOPED_TRACE("attachment named like a component of the store");
+        const WorkFiles files = workFiles("00000009", "component");
+        TempDir elsewhere;
+        writeFile(elsewhere / "Telvarine.vxr", "not a family file");
+        expectNothingChanged(save(VXsaveR, files, elsewhere / "Telvarine.vxr"), "00000009.vxz");
+    }
     // And the store still takes the next save.
     EXPECT_EQ(save(VXsaveR, workFiles("00000008", "after")), 802u);
 }
