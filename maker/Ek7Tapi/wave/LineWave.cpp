@@ -101,7 +101,7 @@ bool LineWave::readBytes(const std::string& bytes, LineSamples& samples, std::st
             if (format.bits == 16)
                 sum += static_cast<std::int16_t>(le16(frame + 2 * c));
             else
-                sum += (static_cast<int>(frame[c]) - 128) << 8;
+                sum += (static_cast<int>(frame[c]) - 128) * 256;  // a shift of a negative value is undefined
         }
         mono[i] = static_cast<std::int16_t>(sum / format.channels);
     }
