@@ -148,6 +148,10 @@ MainWindow::MainWindow(AppData& app, StartupServices services, std::string execu
             menu->exec(QCursor::pos());
     });
     connect(m_ui->IDC_RECORD_TYPES, &QListWidget::itemClicked, this, &MainWindow::onChooserClicked);
+    // Delete on the list runs the record menu's delete, question and all.
+    auto* remove = new QShortcut(QKeySequence(QKeySequence::Delete), list);
+    remove->setContext(Qt::WidgetShortcut);
+    connect(remove, &QShortcut::activated, this, &MainWindow::deleteSelectedRecords);
     auto* help = new QShortcut(QKeySequence(Qt::Key_F1), this);
     connect(help, &QShortcut::activated, this, &MainWindow::showControlHelp);
     assignControlNumbers(this);

@@ -10,7 +10,7 @@
 #include "core/SettingsKeys.h"
 
 struct AppData;
-class ProfileSettings;
+#include "core/ProfileSettings.h"
 
 class OptionsModel {
 public:
@@ -82,7 +82,8 @@ private:
     void writeYesNo(const char* key, bool on) const;
 
     AppData& m_app;
-    const ProfileSettings& m_profile;
+    // A copy: callers hand in temporaries, and the model outlives them.
+    const ProfileSettings m_profile;
 
     std::string m_phoneCost;
     std::string m_meetCost;

@@ -8,6 +8,8 @@
 #include <QMenu>
 #include <QTemporaryDir>
 #include <QTreeView>
+#include <QApplication>
+#include <QTest>
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -178,10 +180,15 @@ TEST_F(ListWindowTest, DeleteAsksByNameForOneAndInGeneralForSeveral)
     EXPECT_EQ(prompt.messages().at(0).flags, MB_YESNO | MB_ICONQUESTION);
     EXPECT_EQ(list()->model()->rowCount(), 3);
 
+    // The Delete key does what the menu does.
     select({0, 1});
     prompt.answerMessage(IDYES);
     prompt.answerMessage(IDOK);
-    window->runCommand(ID_RECORD_DELETE);
+    window->show();
+    QApplication::setActiveWindow(window.get());
+    list()->setFocus();
+    QTest::keyClick(list(), Qt::Key_Delete);
+    ASSERT_EQ(prompt.messages().size(), 3u);
     EXPECT_EQ(prompt.messages().at(1).text, "Are you sure you want to delete the selected records");
     EXPECT_EQ(prompt.messages().at(2).text, "Message(s) Deleted");
     EXPECT_EQ(prompt.messages().at(2).flags, MB_ICONINFORMATION);
