@@ -3,7 +3,7 @@
 #include <QPushButton>
 
 #include "core/AppData.h"
-#include "app/MainWindow.h"
+#include "app/HelpPages.h"
 #include "core/ShowCodedMessage.h"
 #include "platform/Codepage.h"
 #include "res/ResourceIds.h"
@@ -25,10 +25,19 @@ DictationEditorDialog::DictationEditorDialog(AppData& app, const std::string& re
     m_ui->cancelButton->setObjectName(QString::number(IDCANCEL));
     connect(m_ui->saveButton, &QPushButton::clicked, this, &DictationEditorDialog::save);
     connect(m_ui->cancelButton, &QPushButton::clicked, this, &QDialog::reject);
-    connect(m_ui->helpButton, &QPushButton::clicked, this, [] { MainWindow::openHelpPage("300.htm"); });
+    connect(m_ui->helpButton, &QPushButton::clicked, this, [] { HelpPages::open("300.htm"); });
     assignControlNumbers(this);
+}
+
+int DictationEditorDialog::run()
+{
+    // Said here, not in the constructor: a message box must not come up
+    // before the window it belongs to exists.
     if (m_loadResult != 0)
         ShowCodedMessage(m_loadResult, m_loadResult == RecordEditor::kLocked ? MB_ICONINFORMATION : MB_ICONEXCLAMATION);
+    if (m_loadResult != 0 && m_loadResult != RecordEditor::kLocked)
+        return QDialog::Rejected;
+    return exec();
 }
 
 DictationEditorDialog::~DictationEditorDialog()

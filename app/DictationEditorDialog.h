@@ -20,8 +20,12 @@ public:
     ~DictationEditorDialog() override;
 
     // 0 when the record was loaded and may be edited; else the code that
-    // was shown (the dialog then need not run).
+    // run() shows.
     int loadResult() const { return m_loadResult; }
+    // Says why the record cannot be edited, if so, then runs the editor
+    // modally unless the record could not be loaded at all (a locked one is
+    // shown read-only as before).
+    int run();
 
     void save();
 

@@ -1,8 +1,10 @@
 // The main window (dialog 112): its start-up (OnInitDialog) and shutdown
-// (OnClose) in their fixed orders, the menu and tool bar, and the window
-// messages posted to it. The profile work of start-up lives in
-// ProfileStartup; the store, line, diary and answer machine are reached
-// through StartupServices.
+// (OnClose) in their fixed orders, the record lists, and the window messages
+// posted to it. The profile work of start-up lives in ProfileStartup; the
+// commands in a CommandTable each part registers with (menus and tool bar
+// are built from CommandMenus' layouts); the line-state decisions in
+// LineController; help in HelpPages. The store, line, diary and answer
+// machine are reached through StartupServices.
 #pragma once
 
 #include <QDialog>
@@ -16,14 +18,16 @@
 #include <string>
 #include <vector>
 
+#include "app/CommandTable.h"
+#include "app/HelpPages.h"
 #include "core/StartupServices.h"
+#include "telephony/LineController.h"
 #include "platform/WinTypes.h"
 
 class QAction;
 class QListWidgetItem;
-class QMenuBar;
-class QToolBar;
 class RecordListModel;
+class RecordTypeChooser;
 struct AppData;
 
 namespace Ui {
@@ -49,11 +53,13 @@ public:
     HWND handle();
 
     // Menu and tool bar commands by number; a command whose part is not in
-    // this build stays greyed whatever its state asks.
-    QAction* commandAction(int id) const;
-    void setCommandEnabled(int id, bool enabled);
-    bool commandRequested(int id) const;
-    void runCommand(int id);
+    // this build (not registered in commands()) stays greyed whatever its
+    // state asks.
+    CommandTable& commands() { return m_commands; }
+    QAction* commandAction(int id) const { return m_commands.action(id); }
+    void setCommandEnabled(int id, bool enabled) { m_commands.setEnabled(id, enabled); }
+    bool commandRequested(int id) const { return m_commands.requested(id); }
+    void runCommand(int id) { m_commands.run(id); }
 
     // Modeless windows the main window owns (the phone recorder, the
     // incoming-call window); shutdown destroys them.
@@ -82,7 +88,7 @@ public:
     void editSelectedRecord();
 
     // The help page of a name ("166.htm") opened in the user's browser.
-    static bool openHelpPage(const std::string& page);
+    static bool openHelpPage(const std::string& page) { return HelpPages::open(page); }
     void openInternetRepository();
 
     QSize rememberedClientSize() const { return m_clientSize; }
@@ -100,47 +106,27 @@ private:
     // The status label rebuilt from the line's status text and the store,
     // and the line-state picture.
     void showLineStatus();
-    void setCommandChecked(int id, bool checked);
-
-    // The Phone menu (2002-2006) and "Use dictation as greeting" (2107).
-    void modemSelectionCommand();
-    void startMonitoringCommand();
-    void stopMonitoringCommand();
-    void applyMonitoringMenus();
-    void applyAnswerMachineSwitch(AnswerMachineService::Switch result);
-    void useDictationAsGreeting();
-
-    // The line library's messages (WM_USER+105 to +156).
-    bool handleLineMessage(UINT message);
-    void onIncomingCall();
-    void onCallerIdentity();
-    void onCallEnded();
-    // After a call: the Phone list (or, when another list is shown, the
-    // count of new messages) and the line-state picture brought up to date.
-    void afterCallUpdate();
-    void showControlHelp();
+    // The Phone menu from the line controller, then what it asks for.
+    void applyPhone(LineController::Refresh refresh);
+    void registerCommands();
+    void registerPhoneCommands();
     void handleWindowMessage(UINT message, WPARAM wParam, LPARAM lParam);
-    void openWebSite();
     void createToolBar();
-    void createMenu();
-    void addCommand(QMenu* menu, int id, const char* text);
-    void buildRecordTypeList();
-    void applyMenuStartStates();
+    void addAboutItem();
     void checkStoreCompression();
     void setStatusText(const QString& text);
     void afterStoreCommand();
     void openOptions();
-    void openAbout();
+    // The Phone list's new messages counted without showing it; -1 without a store.
+    int countNewPhoneMessages() const;
 
     AppData& m_app;
     StartupServices m_services;
     std::string m_executablePath;
     std::unique_ptr<Ui::MainWindow> m_ui;
-    QMenuBar* m_menuBar = nullptr;
-    QToolBar* m_toolBar = nullptr;
-    std::map<int, QAction*> m_actions;
-    std::map<int, bool> m_requested;
-    std::map<int, bool> m_checked;
+    CommandTable m_commands;
+    std::unique_ptr<LineController> m_phone;
+    bool m_toolBarBuilt = false;
     std::vector<QPointer<QWidget>> m_modeless;
     RecordListModel* m_model = nullptr;
     std::string m_selectedId;
@@ -152,5 +138,5 @@ private:
     bool m_initialised = false;
     bool m_closed = false;
     bool m_stopRequested = false;
-    std::vector<QIcon> m_lineStateIcons;
+    std::unique_ptr<RecordTypeChooser> m_chooser;
 };

@@ -1,12 +1,12 @@
 #include "app/OptionsDialog.h"
 
 #include <QButtonGroup>
+#include <algorithm>
 #include <QFontMetrics>
 #include <QLineEdit>
 #include <QRegularExpression>
 #include <QToolTip>
 
-#include "core/AppData.h"
 #include "platform/Codepage.h"
 #include "platform/WinTypes.h"
 #include "res/ResourceIds.h"
@@ -14,8 +14,8 @@
 #include "res/resource.h"
 #include "ui_OptionsDialog.h"
 
-OptionsDialog::OptionsDialog(AppData& app, const ProfileSettings& profile, QWidget* parent)
-    : QDialog(parent), m_ui(std::make_unique<Ui::OptionsDialog>()), m_model(app, profile)
+OptionsDialog::OptionsDialog(const OptionsValues& values, QWidget* parent)
+    : QDialog(parent), m_ui(std::make_unique<Ui::OptionsDialog>()), m_values(values)
 {
     m_ui->setupUi(this);
 
@@ -40,39 +40,38 @@ OptionsDialog::OptionsDialog(AppData& app, const ProfileSettings& profile, QWidg
     m_qualityGroup->addButton(m_ui->IDC_QUALITY_RADIO, 2);
     m_qualityGroup->addButton(m_ui->IDC_QUALITY_CD, 3);
 
-    // Connected only once the controls show the model, so that filling them
-    // writes nothing back.
-    m_model.initialise();
-    showModel();
+    // Connected only once the controls show the values, so that filling them
+    // changes nothing.
+    showValues();
     setToolTips();
     connectControls();
 }
 
 OptionsDialog::~OptionsDialog() = default;
 
-void OptionsDialog::showModel()
+void OptionsDialog::showValues()
 {
-    m_ui->IDC_PHONE_COST->setText(fromAnsi(m_model.phoneCost()));
-    m_ui->IDC_MEET_COST->setText(fromAnsi(m_model.meetCost()));
-    m_ui->IDC_HIGHLIGHT->setChecked(m_model.highLight());
-    m_ui->IDC_PRIME->setChecked(m_model.prime());
-    m_ui->IDC_PHONE_WARNING->setChecked(m_model.phoneWarning());
-    m_ui->IDC_RUN_DIARY->setChecked(m_model.runDiary());
-    m_ui->IDC_SILENCE->setValue(m_model.silence());
-    m_ui->IDC_SILENCE_SECS->setText(QString::number(m_model.silence()));
-    m_ui->IDC_RINGS_SPIN->setValue(m_model.rings());
-    m_ui->maxMessageSpin->setValue(m_model.maxMessage());
-    m_ui->IDC_EXPORT_PROMPT->setChecked(m_model.exportPrompt());
-    m_ui->IDC_COMPRESS->setChecked(m_model.compress());
+    m_ui->IDC_PHONE_COST->setText(fromAnsi(m_values.phoneCost));
+    m_ui->IDC_MEET_COST->setText(fromAnsi(m_values.meetCost));
+    m_ui->IDC_HIGHLIGHT->setChecked(m_values.highLight);
+    m_ui->IDC_PRIME->setChecked(m_values.prime);
+    m_ui->IDC_PHONE_WARNING->setChecked(m_values.phoneWarning);
+    m_ui->IDC_RUN_DIARY->setChecked(m_values.runDiary);
+    m_ui->IDC_SILENCE->setValue(m_values.silence);
+    m_ui->IDC_SILENCE_SECS->setText(QString::number(m_values.silence));
+    m_ui->IDC_RINGS_SPIN->setValue(m_values.rings);
+    m_ui->maxMessageSpin->setValue(m_values.maxMessage);
+    m_ui->IDC_EXPORT_PROMPT->setChecked(m_values.exportPrompt);
+    m_ui->IDC_COMPRESS->setChecked(m_values.compress);
 
-    const QString currency = fromAnsi(m_model.currency());
+    const QString currency = fromAnsi(m_values.currency);
     const int item = m_ui->IDC_CURRENCY->findText(currency, Qt::MatchExactly);
     if (item >= 0)
         m_ui->IDC_CURRENCY->setCurrentIndex(item);
     m_ui->IDC_CURRENCY->setEditText(currency);
 
     // A quality outside 0..3 leaves every radio button clear.
-    if (QAbstractButton* radio = m_qualityGroup->button(m_model.quality()))
+    if (QAbstractButton* radio = m_qualityGroup->button(m_values.quality))
         radio->setChecked(true);
 }
 
@@ -119,32 +118,33 @@ void OptionsDialog::setToolTips()
 
 void OptionsDialog::connectControls()
 {
-    connect(m_ui->IDC_HIGHLIGHT, &QCheckBox::toggled, this,
-            [this](bool on) { m_model.setHighLight(on); });
-    connect(m_ui->IDC_PRIME, &QCheckBox::toggled, this, [this](bool on) { m_model.setPrime(on); });
-    connect(m_ui->IDC_PHONE_WARNING, &QCheckBox::toggled, this,
-            [this](bool on) { m_model.setPhoneWarning(on); });
-    connect(m_ui->IDC_RUN_DIARY, &QCheckBox::toggled, this,
-            [this](bool on) { m_model.setRunDiary(on); });
-    connect(m_ui->IDC_EXPORT_PROMPT, &QCheckBox::toggled, this,
-            [this](bool on) { m_model.setExportPrompt(on); });
-    connect(m_ui->IDC_COMPRESS, &QCheckBox::toggled, this,
-            [this](bool on) { m_model.setCompress(on); });
+    const struct {
+        QCheckBox* box;
+        bool OptionsValues::*flag;
+    } boxes[] = {{m_ui->IDC_HIGHLIGHT, &OptionsValues::highLight},
+                 {m_ui->IDC_PRIME, &OptionsValues::prime},
+                 {m_ui->IDC_PHONE_WARNING, &OptionsValues::phoneWarning},
+                 {m_ui->IDC_RUN_DIARY, &OptionsValues::runDiary},
+                 {m_ui->IDC_EXPORT_PROMPT, &OptionsValues::exportPrompt},
+                 {m_ui->IDC_COMPRESS, &OptionsValues::compress}};
+    for (const auto& box : boxes)
+        connect(box.box, &QCheckBox::toggled, this, [this, flag = box.flag](bool on) { m_values.*flag = on; });
 
     connect(m_ui->IDC_SILENCE, &QSlider::valueChanged, this, [this](int seconds) {
-        m_model.setSilence(seconds);
-        m_ui->IDC_SILENCE_SECS->setText(QString::number(m_model.silence()));
+        m_values.silence = std::clamp(seconds, OptionsModel::kSilenceMin, OptionsModel::kSilenceMax);
+        m_ui->IDC_SILENCE_SECS->setText(QString::number(m_values.silence));
     });
     connect(m_ui->IDC_RINGS_SPIN, qOverload<int>(&QSpinBox::valueChanged), this,
-            [this](int rings) { m_model.setRings(rings); });
-    connect(m_ui->maxMessageSpin, qOverload<int>(&QSpinBox::valueChanged), this,
-            [this](int seconds) { m_model.setMaxMessage(seconds); });
+            [this](int rings) { m_values.rings = std::clamp(rings, OptionsModel::kRingsMin, OptionsModel::kRingsMax); });
+    connect(m_ui->maxMessageSpin, qOverload<int>(&QSpinBox::valueChanged), this, [this](int seconds) {
+        m_values.maxMessage = std::clamp(seconds, settings::kMaxMessageMin, settings::kMaxMessageMax);
+    });
     // An editable combo box reports both a chosen item and typing here.
     connect(m_ui->IDC_CURRENCY, &QComboBox::currentTextChanged, this,
-            [this](const QString& sign) { m_model.setCurrency(toAnsi(sign)); });
+            [this](const QString& sign) { m_values.currency = toAnsi(sign); });
     connect(m_qualityGroup, &QButtonGroup::idToggled, this, [this](int quality, bool checked) {
         if (checked)
-            m_model.setQuality(quality);
+            m_values.quality = quality;
     });
 
     connect(m_ui->okButton, &QPushButton::clicked, this, &OptionsDialog::accept);
@@ -153,6 +153,7 @@ void OptionsDialog::connectControls()
 
 void OptionsDialog::accept()
 {
-    m_model.accept(toAnsi(m_ui->IDC_PHONE_COST->text()), toAnsi(m_ui->IDC_MEET_COST->text()));
+    m_values.phoneCost = toAnsi(m_ui->IDC_PHONE_COST->text());
+    m_values.meetCost = toAnsi(m_ui->IDC_MEET_COST->text());
     QDialog::accept();
 }

@@ -1,5 +1,5 @@
-// The Options dialog (128): shows the profile values and hands every change
-// to its OptionsModel, which does the reading and writing.
+// The Options dialog (128): shows an OptionsValues and gives back what the
+// user made of it; the caller reads and stores them (OptionsModel).
 #pragma once
 
 #include <QDialog>
@@ -19,10 +19,11 @@ public:
     // Tool tips are wrapped to this width, as narrow as the old program's.
     static constexpr int kToolTipWidth = 70;
 
-    OptionsDialog(AppData& app, const ProfileSettings& profile, QWidget* parent = nullptr);
+    explicit OptionsDialog(const OptionsValues& values, QWidget* parent = nullptr);
     ~OptionsDialog() override;
 
-    const OptionsModel& model() const { return m_model; }
+    // The values as the controls stand; the costs as typed once OK was pressed.
+    const OptionsValues& values() const { return m_values; }
 
     // Breaks text into lines no wider than width pixels in the tool tip font;
     // a word wider than that keeps a line of its own.
@@ -32,11 +33,11 @@ public slots:
     void accept() override;
 
 private:
-    void showModel();
+    void showValues();
     void setToolTips();
     void connectControls();
 
     std::unique_ptr<Ui::OptionsDialog> m_ui;
     QButtonGroup* m_qualityGroup = nullptr;
-    OptionsModel m_model;
+    OptionsValues m_values;
 };

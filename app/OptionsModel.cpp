@@ -20,8 +20,7 @@ constexpr const char* kPromptOff = "0";
 
 const std::array<const char*, 3> OptionsModel::kCurrencyItems = {"\xA3", "$", "\x80"};
 
-OptionsModel::OptionsModel(AppData& app, const ProfileSettings& profile)
-    : m_app(app), m_profile(profile)
+OptionsModel::OptionsModel(AppData& app, ProfileSettings profile) : m_app(app), m_profile(std::move(profile))
 {
 }
 
@@ -56,139 +55,97 @@ void OptionsModel::writeYesNo(const char* key, bool on) const
     m_profile.write(key, on ? kYes : kNo);
 }
 
-void OptionsModel::initialise()
+OptionsValues OptionsModel::load()
 {
+    OptionsValues values;
     // Each step writes its own missing default, so a new profile's keys are
     // appended in this order.
-    m_phoneCost = m_profile.read(settings::kPhoneCost);
-    if (ProfileSettings::isMissing(m_phoneCost)) {
+    values.phoneCost = m_profile.read(settings::kPhoneCost);
+    if (ProfileSettings::isMissing(values.phoneCost)) {
         m_profile.write(settings::kPhoneCost, settings::kZeroCost);
-        m_phoneCost.clear();
+        values.phoneCost.clear();
     }
-    m_meetCost = m_profile.read(settings::kMeetCost);
-    if (ProfileSettings::isMissing(m_meetCost)) {
+    values.meetCost = m_profile.read(settings::kMeetCost);
+    if (ProfileSettings::isMissing(values.meetCost)) {
         m_profile.write(settings::kMeetCost, settings::kZeroCost);
-        m_meetCost.clear();
+        values.meetCost.clear();
     }
 
-    m_highLight = readYesNo(settings::kHighLight);
-    m_prime = readYesNo(settings::kPrime);
-    m_phoneWarning = readYesNo(settings::kPhWarn);
-    m_app.PhoneWarning = m_phoneWarning ? 1 : 0;
-    m_runDiary = readYesNo(settings::kADiary);
+    values.highLight = readYesNo(settings::kHighLight);
+    values.prime = readYesNo(settings::kPrime);
+    values.phoneWarning = readYesNo(settings::kPhWarn);
+    m_app.PhoneWarning = values.phoneWarning ? 1 : 0;
+    values.runDiary = readYesNo(settings::kADiary);
 
-    m_silence = messagelimits::silenceSeconds(m_profile);
-    m_rings = std::clamp(
+    values.silence = messagelimits::silenceSeconds(m_profile);
+    values.rings = std::clamp(
         parseNumber(m_profile.readOrWrite(settings::kRings, std::to_string(kRingsDefault).c_str())),
         kRingsMin, kRingsMax);
 
     // Compared as text, not as a number: start-up's default "N" turns the box
     // on here, and the next OK stores "1".
-    m_exportPrompt = m_profile.readOrWrite(settings::kExpPrompt, kPromptOff) != kPromptOff;
-    m_app.PromptOnExport = m_exportPrompt ? 1 : 0;
+    values.exportPrompt = m_profile.readOrWrite(settings::kExpPrompt, kPromptOff) != kPromptOff;
+    m_app.PromptOnExport = values.exportPrompt ? 1 : 0;
 
-    m_compress = m_profile.readOrWrite(settings::kCompress, kYes) == kYes;
+    values.compress = m_profile.readOrWrite(settings::kCompress, kYes) == kYes;
 
     m_app.setCurrency(m_profile.readOrWrite(settings::kCurrency, settings::kPoundSign));
+    values.currency = m_app.Currency;
 
-    m_quality = parseNumber(m_profile.readOrWrite(settings::kRecQual, "0"));
+    values.quality = parseNumber(m_profile.readOrWrite(settings::kRecQual, "0"));
 
     // Not one of the profile's original keys: shown, but written only by OK
     // (or by the answer machine, which needs it).
-    m_maxMessage = ProfileSettings::isMissing(m_profile.read(settings::kMaxMessage))
-                       ? settings::kMaxMessageDefault
-                       : messagelimits::maxMessageSeconds(m_profile);
+    values.maxMessage = ProfileSettings::isMissing(m_profile.read(settings::kMaxMessage))
+                            ? settings::kMaxMessageDefault
+                            : messagelimits::maxMessageSeconds(m_profile);
+    return values;
 }
 
-const std::string& OptionsModel::currency() const
+void OptionsModel::apply(const OptionsValues& before, const OptionsValues& after, bool accepted)
 {
-    return m_app.Currency;
+    keep(before, after);
+    if (accepted)
+        accept(after);
 }
 
-void OptionsModel::setHighLight(bool on)
+void OptionsModel::keep(const OptionsValues& before, const OptionsValues& after)
 {
-    m_highLight = on;
-    writeYesNo(settings::kHighLight, on);
+    const struct {
+        bool OptionsValues::*flag;
+        const char* key;
+    } boxes[] = {{&OptionsValues::highLight, settings::kHighLight}, {&OptionsValues::prime, settings::kPrime},
+                 {&OptionsValues::phoneWarning, settings::kPhWarn}, {&OptionsValues::runDiary, settings::kADiary},
+                 {&OptionsValues::compress, settings::kCompress}};
+    for (const auto& box : boxes)
+        if (before.*box.flag != after.*box.flag)
+            writeYesNo(box.key, after.*box.flag);
+    m_app.PhoneWarning = after.phoneWarning ? 1 : 0;
+    if (before.exportPrompt != after.exportPrompt)
+        m_profile.write(settings::kExpPrompt, after.exportPrompt ? kPromptOn : kPromptOff);
+    m_app.PromptOnExport = after.exportPrompt ? 1 : 0;
+    m_app.setCurrency(after.currency);
 }
 
-void OptionsModel::setPrime(bool on)
-{
-    m_prime = on;
-    writeYesNo(settings::kPrime, on);
-}
-
-void OptionsModel::setPhoneWarning(bool on)
-{
-    m_phoneWarning = on;
-    m_app.PhoneWarning = on ? 1 : 0;
-    writeYesNo(settings::kPhWarn, on);
-}
-
-void OptionsModel::setRunDiary(bool on)
-{
-    m_runDiary = on;
-    writeYesNo(settings::kADiary, on);
-}
-
-void OptionsModel::setExportPrompt(bool on)
-{
-    m_exportPrompt = on;
-    m_app.PromptOnExport = on ? 1 : 0;
-    m_profile.write(settings::kExpPrompt, on ? kPromptOn : kPromptOff);
-}
-
-void OptionsModel::setCompress(bool on)
-{
-    m_compress = on;
-    writeYesNo(settings::kCompress, on);
-}
-
-void OptionsModel::setMaxMessage(int seconds)
-{
-    m_maxMessage = std::clamp(seconds, settings::kMaxMessageMin, settings::kMaxMessageMax);
-}
-
-void OptionsModel::setSilence(int seconds)
-{
-    m_silence = std::clamp(seconds, kSilenceMin, kSilenceMax);
-}
-
-void OptionsModel::setRings(int rings)
-{
-    m_rings = std::clamp(rings, kRingsMin, kRingsMax);
-}
-
-void OptionsModel::setQuality(int quality)
-{
-    m_quality = quality;
-}
-
-void OptionsModel::setCurrency(const std::string& sign)
-{
-    m_app.setCurrency(sign);
-}
-
-void OptionsModel::accept(const std::string& phoneCostText, const std::string& meetCostText)
+void OptionsModel::accept(const OptionsValues& values)
 {
     auto cost = [](const std::string& text) {
         return text.empty() ? std::string(settings::kZeroCost) : text.substr(0, kCostMax);
     };
-    m_phoneCost = cost(phoneCostText);
-    m_meetCost = cost(meetCostText);
+    m_app.RecordingQuality = values.quality;
 
-    m_app.RecordingQuality = m_quality;
-
-    m_profile.write(settings::kPhoneCost, m_phoneCost);
-    m_profile.write(settings::kMeetCost, m_meetCost);
-    m_profile.write(settings::kSilence, std::to_string(m_silence));
-    writeYesNo(settings::kPrime, m_prime);
-    writeYesNo(settings::kPhWarn, m_phoneWarning);
-    m_profile.write(settings::kRings, std::to_string(m_rings));
-    m_profile.write(settings::kExpPrompt, m_exportPrompt ? kPromptOn : kPromptOff);
-    writeYesNo(settings::kADiary, m_runDiary);
-    writeYesNo(settings::kCompress, m_compress);
+    m_profile.write(settings::kPhoneCost, cost(values.phoneCost));
+    m_profile.write(settings::kMeetCost, cost(values.meetCost));
+    m_profile.write(settings::kSilence, std::to_string(std::clamp(values.silence, kSilenceMin, kSilenceMax)));
+    writeYesNo(settings::kPrime, values.prime);
+    writeYesNo(settings::kPhWarn, values.phoneWarning);
+    m_profile.write(settings::kRings, std::to_string(std::clamp(values.rings, kRingsMin, kRingsMax)));
+    m_profile.write(settings::kExpPrompt, values.exportPrompt ? kPromptOn : kPromptOff);
+    writeYesNo(settings::kADiary, values.runDiary);
+    writeYesNo(settings::kCompress, values.compress);
     m_profile.write(settings::kCurrency, m_app.Currency);
-    writeYesNo(settings::kHighLight, m_highLight);
-    m_profile.write(settings::kRecQual, std::to_string(m_quality));
-    m_profile.write(settings::kMaxMessage, std::to_string(m_maxMessage));
+    writeYesNo(settings::kHighLight, values.highLight);
+    m_profile.write(settings::kRecQual, std::to_string(values.quality));
+    const int longest = std::clamp(values.maxMessage, settings::kMaxMessageMin, settings::kMaxMessageMax);
+    m_profile.write(settings::kMaxMessage, std::to_string(longest));
 }

@@ -1,16 +1,36 @@
-// What the Options dialog edits: the profile values it shows, the ones it
-// writes at once (check boxes, the currency sign, the two mirrored flags) and
-// the ones it writes only on OK. No widgets here; the dialog mirrors this.
+// The Options dialog's values and how they come from and go back to the
+// profile. The dialog takes an OptionsValues in and gives one out; the
+// caller hands both to OptionsModel::apply. No widgets here.
 #pragma once
 
 #include <array>
 #include <cstddef>
 #include <string>
 
+#include "core/ProfileSettings.h"
 #include "core/SettingsKeys.h"
 
 struct AppData;
-#include "core/ProfileSettings.h"
+
+// What the dialog shows and edits. Costs are as typed (Windows-1252), empty
+// when the profile had none yet.
+struct OptionsValues {
+    std::string phoneCost;
+    std::string meetCost;
+    bool highLight = false;
+    bool prime = false;
+    bool phoneWarning = false;
+    bool runDiary = false;
+    bool exportPrompt = false;
+    bool compress = true;
+    int silence = settings::kSilenceDefault;
+    // The answer machine's longest message, seconds ("MaxMessage").
+    int maxMessage = settings::kMaxMessageDefault;
+    int rings = 3;
+    // 0 to 3 select a radio button; any other number selects none.
+    int quality = 0;
+    std::string currency;
+};
 
 class OptionsModel {
 public:
@@ -29,49 +49,17 @@ public:
     // The currency signs offered, Windows-1252: "£", "$", "€".
     static const std::array<const char*, 3> kCurrencyItems;
 
-    OptionsModel(AppData& app, const ProfileSettings& profile);
+    OptionsModel(AppData& app, ProfileSettings profile);
 
-    // Reads every value, writing the default of each missing one.
-    void initialise();
+    // Reads every value, writing the default of each missing one, and sets
+    // the application's currency and the flags the switches mirror.
+    OptionsValues load();
 
-    // Empty when the profile had no cost yet.
-    const std::string& phoneCost() const { return m_phoneCost; }
-    const std::string& meetCost() const { return m_meetCost; }
-
-    bool highLight() const { return m_highLight; }
-    bool prime() const { return m_prime; }
-    bool phoneWarning() const { return m_phoneWarning; }
-    bool runDiary() const { return m_runDiary; }
-    bool exportPrompt() const { return m_exportPrompt; }
-    bool compress() const { return m_compress; }
-
-    int silence() const { return m_silence; }
-    // The answer machine's longest message, seconds ("MaxMessage").
-    int maxMessage() const { return m_maxMessage; }
-    int rings() const { return m_rings; }
-    // 0 to 3 select a radio button; any other number selects none.
-    int quality() const { return m_quality; }
-    const std::string& currency() const;
-
-    // Check boxes: stored at once, with the flags they mirror.
-    void setHighLight(bool on);
-    void setPrime(bool on);
-    void setPhoneWarning(bool on);
-    void setRunDiary(bool on);
-    void setExportPrompt(bool on);
-    void setCompress(bool on);
-
-    // Kept until OK.
-    void setSilence(int seconds);
-    void setMaxMessage(int seconds);
-    void setRings(int rings);
-    void setQuality(int quality);
-
-    // Straight into the application's currency buffer, even before OK.
-    void setCurrency(const std::string& sign);
-
-    // OK: costs as typed (Windows-1252), then every value in a fixed order.
-    void accept(const std::string& phoneCostText, const std::string& meetCostText);
+    // What the dialog came to. Whether OK or Cancel closed it, changed check
+    // boxes are stored with the flags they mirror and the currency sign is
+    // the application's from now on (the dialog has always kept those); on
+    // OK, the costs (empty: "0.00") and then every value in a fixed order.
+    void apply(const OptionsValues& before, const OptionsValues& after, bool accepted);
 
     // atoi as the profile readers use it: leading blanks, a sign, digits,
     // anything else ends the number; garbage reads as 0, overflow saturates.
@@ -80,21 +68,9 @@ public:
 private:
     bool readYesNo(const char* key);
     void writeYesNo(const char* key, bool on) const;
+    void keep(const OptionsValues& before, const OptionsValues& after);
+    void accept(const OptionsValues& values);
 
     AppData& m_app;
-    // A copy: callers hand in temporaries, and the model outlives them.
     const ProfileSettings m_profile;
-
-    std::string m_phoneCost;
-    std::string m_meetCost;
-    bool m_highLight = false;
-    bool m_prime = false;
-    bool m_phoneWarning = false;
-    bool m_runDiary = false;
-    bool m_exportPrompt = false;
-    bool m_compress = true;
-    int m_silence = kSilenceDefault;
-    int m_maxMessage = settings::kMaxMessageDefault;
-    int m_rings = kRingsDefault;
-    int m_quality = 0;
 };

@@ -36,11 +36,16 @@ void RecordListModel::clear()
 
 int RecordListModel::newMessageCount() const
 {
-    if (m_rows.searchType() != SearchLogRows::kPhone)
+    return newMessageCount(m_rows);
+}
+
+int RecordListModel::newMessageCount(const SearchLogRows& rows)
+{
+    if (rows.searchType() != SearchLogRows::kPhone)
         return 0;
     int count = 0;
-    for (std::size_t row = 0; row < m_rows.size(); ++row)
-        count += m_rows.image(row) == SearchLogRows::kNewMessageImage;
+    for (std::size_t row = 0; row < rows.size(); ++row)
+        count += rows.image(row) == SearchLogRows::kNewMessageImage;
     return count;
 }
 

@@ -24,8 +24,9 @@ public:
 
     const SearchLogRows& rows() const { return m_rows; }
     int listType() const { return m_listType; }
-    // Rows shown with the new-message image.
+    // Rows shown with the new-message image (phone rows only).
     int newMessageCount() const;
+    static int newMessageCount(const SearchLogRows& rows);
 
     int rowCount(const QModelIndex& parent = {}) const override;
     int columnCount(const QModelIndex& parent = {}) const override;

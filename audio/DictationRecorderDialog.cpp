@@ -46,6 +46,7 @@ DictationRecorderDialog::DictationRecorderDialog(AppData& app, const std::string
     : QDialog(parent),
       m_recorder(app, std::move(device)),
       m_openHelp(std::move(openHelp)),
+      m_recIdText(recIdText),
       m_ui(std::make_unique<Ui::DictationRecorderDialog>())
 {
     m_ui->setupUi(this);
@@ -57,16 +58,22 @@ DictationRecorderDialog::DictationRecorderDialog(AppData& app, const std::string
     m_ui->IDC_INDEX_LIST->setColumnWidth(1, 70);
     wire();
     assignControlNumbers(this);
+    addToolTips();
+}
 
-    m_openResult = recIdText.empty() ? m_recorder.openNew() : m_recorder.openExisting(recIdText);
+int DictationRecorderDialog::openRecording()
+{
+    // Not in the constructor: opening can say why it failed, and a message
+    // box must not come up before the window it belongs to exists.
+    m_openResult = m_recIdText.empty() ? m_recorder.openNew() : m_recorder.openExisting(m_recIdText);
     const DictationRecorder::Texts& opened = m_recorder.openedTexts();
     m_ui->IDC_SUBJECT->setText(fromAnsi(opened.subject));
     m_ui->IDC_KEYWORDS->setText(fromAnsi(opened.keywords));
     m_ui->IDC_COMMENTS->setPlainText(fromAnsi(opened.comments));
-    addToolTips();
     refresh();
     refreshMarks();
     refreshPicture();
+    return m_openResult;
 }
 
 DictationRecorderDialog::~DictationRecorderDialog() = default;
@@ -301,7 +308,7 @@ int runDictationRecorder(AppData& app, QWidget* parent, const std::string& recId
     if (!CallbackWindow::isClassRegistered())
         CallbackWindow::registerClass();
     DictationRecorderDialog dialog(app, recIdText, std::move(openHelp), parent);
-    if (dialog.openResult() != 0)
+    if (dialog.openRecording() != 0)
         return 0;
     dialog.exec();
     return dialog.recorder().filed() ? 1 : 0;

@@ -39,8 +39,9 @@ public:
                             QWidget* parent = nullptr, std::unique_ptr<RecorderDevice> device = nullptr);
     ~DictationRecorderDialog() override;
 
-    // 0 when the recorder opened; else what was shown, and the dialog need
-    // not run.
+    // Opens the recorder on the new or filed dictation and shows it: 0, or
+    // the code of what was shown (the dialog then need not run).
+    int openRecording();
     int openResult() const { return m_openResult; }
     DictationRecorder& recorder() { return m_recorder; }
 
@@ -68,6 +69,7 @@ private:
 
     DictationRecorder m_recorder;
     HelpOpener m_openHelp;
+    std::string m_recIdText;
     std::unique_ptr<Ui::DictationRecorderDialog> m_ui;
     QPixmap m_icons[4];
     int m_openResult = 0;

@@ -2,9 +2,6 @@
 
 #include <QCloseEvent>
 
-#include "core/AppData.h"
-#include "core/ProfileSettings.h"
-#include "core/SettingsKeys.h"
 #include "maker/Ek7Tapi/Ek7Tapi.h"
 #include "platform/Codepage.h"
 #include "platform/Trace.h"
@@ -13,9 +10,8 @@
 #include "res/resource.h"
 #include "ui_IncomingCallDialog.h"
 
-IncomingCallDialog::IncomingCallDialog(AppData& app, LineState* line, const ProgramResources& resources,
-                                       QWidget* parent)
-    : QDialog(parent), m_ui(std::make_unique<Ui::IncomingCallDialog>()), m_app(app), m_line(line)
+IncomingCallDialog::IncomingCallDialog(LineState* line, const ProgramResources& resources, QWidget* parent)
+    : QDialog(parent), m_ui(std::make_unique<Ui::IncomingCallDialog>()), m_line(line)
 {
     m_ui->setupUi(this);
     m_ui->answerButton->setObjectName(QString::number(IDOK));
@@ -28,14 +24,6 @@ IncomingCallDialog::IncomingCallDialog(AppData& app, LineState* line, const Prog
     if (m_line != nullptr && m_line->CallerIdValid == 1) {
         OutputDebugString("Displaying ID\n");
         showCaller();
-    }
-    const ProfileSettings profile(m_app.IniPath, m_app.ProfileSection);
-    const std::string warn = profile.read(settings::kPhWarn);
-    if (ProfileSettings::isMissing(warn)) {
-        profile.write(settings::kPhWarn, "N");
-        m_app.PhoneWarning = 0;
-    } else {
-        m_app.PhoneWarning = warn == "Y" ? 1 : 0;
     }
 }
 

@@ -4,8 +4,8 @@
 //
 // It rings (WAVE resource 3003, looped) until closed, shows the caller's
 // number (10037) and name (10039) when caller identification has come, and
-// shows them again on WM_USER+12 (post it when WM_USER+121 arrives). It reads
-// "PhWarn" into AppData::PhoneWarning (missing: "N" is written, warning off).
+// shows them again on WM_USER+12 (post it when WM_USER+121 arrives). It
+// reads no settings: the "PhWarn" switch is read before it is shown.
 //
 // "&Answer" (button 1): CallAnsweredByUser = 1, picked up, exec() gives IDOK.
 // "&Message" (button 2): CallAnsweredByUser = 1, not picked up (the answer
@@ -21,7 +21,6 @@
 #include "telephony/ProgramResources.h"
 #include "telephony/RingSound.h"
 
-struct AppData;
 struct LineState;
 namespace Ui {
 class IncomingCallDialog;
@@ -31,7 +30,7 @@ class IncomingCallDialog : public QDialog {
 public:
     static constexpr UINT kRefreshCaller = WM_USER + 12;
 
-    IncomingCallDialog(AppData& app, LineState* line, const ProgramResources& resources, QWidget* parent = nullptr);
+    IncomingCallDialog(LineState* line, const ProgramResources& resources, QWidget* parent = nullptr);
     ~IncomingCallDialog() override;
 
     bool pickedUp() const { return m_pickedUp; }
@@ -51,7 +50,6 @@ private:
     void decide(bool pickUp);
 
     std::unique_ptr<Ui::IncomingCallDialog> m_ui;
-    AppData& m_app;
     LineState* m_line;
     RingSound m_ring;
     bool m_pickedUp = false;

@@ -155,7 +155,7 @@ bool TelephonyService::modemSelectionCommand(QWidget* owner)
 TelephonyService::IncomingChoice TelephonyService::runIncomingCall(QWidget* owner)
 {
     if (!m_incoming)
-        m_incoming = new IncomingCallDialog(*m_app, m_line, m_resources, owner);
+        m_incoming = new IncomingCallDialog(m_line, m_resources, owner);
     m_incoming->exec();
     const bool pickedUp = m_incoming && m_incoming->pickedUp();
     const bool hungUp = m_incoming && m_incoming->callerHungUp();

@@ -68,19 +68,19 @@ protected:
 TEST_F(OptionsTest, MissingValuesAreWrittenInStepOrderAndCostsShowEmpty)
 {
     OptionsModel model(m_app, m_profile);
-    model.initialise();
+    const OptionsValues values = model.load();
     const std::vector<std::string> expected = {
         "[Tester]",     "PhoneCost=0.00", "MeetCost=0.00", "HighLight=N", "Prime=N",
         "PhWarn=N",     "ADiary=N",       "Silence=5",     "Rings=3",     "ExpPrompt=0",
         "Compress=Y",   "Currency=\xA3",  "RecQual=0"};
     EXPECT_EQ(iniLines(), expected);
-    EXPECT_EQ(model.maxMessage(), 180);
-    EXPECT_EQ(model.phoneCost(), "");
-    EXPECT_EQ(model.meetCost(), "");
-    EXPECT_FALSE(model.exportPrompt());
-    EXPECT_TRUE(model.compress());
-    EXPECT_EQ(model.silence(), 5);
-    EXPECT_EQ(model.rings(), 3);
+    EXPECT_EQ(values.maxMessage, 180);
+    EXPECT_EQ(values.phoneCost, "");
+    EXPECT_EQ(values.meetCost, "");
+    EXPECT_FALSE(values.exportPrompt);
+    EXPECT_TRUE(values.compress);
+    EXPECT_EQ(values.silence, 5);
+    EXPECT_EQ(values.rings, 3);
     EXPECT_EQ(m_app.Currency, "\xA3");
 }
 
@@ -90,18 +90,18 @@ TEST_F(OptionsTest, OnlyExactYChecksAndOnlyExactZeroClearsExportPrompt)
              "PhoneCost=abc\n");
     m_app.PromptOnExport = 1;
     OptionsModel model(m_app, m_profile);
-    model.initialise();
-    EXPECT_FALSE(model.highLight());
-    EXPECT_TRUE(model.prime());
-    EXPECT_TRUE(model.phoneWarning());
+    const OptionsValues values = model.load();
+    EXPECT_FALSE(values.highLight);
+    EXPECT_TRUE(values.prime);
+    EXPECT_TRUE(values.phoneWarning);
     EXPECT_EQ(m_app.PhoneWarning, 1);
-    EXPECT_FALSE(model.runDiary());
-    EXPECT_FALSE(model.compress());
-    EXPECT_FALSE(model.exportPrompt());
+    EXPECT_FALSE(values.runDiary);
+    EXPECT_FALSE(values.compress);
+    EXPECT_FALSE(values.exportPrompt);
     EXPECT_EQ(m_app.PromptOnExport, 0);
-    EXPECT_EQ(model.phoneCost(), "abc");
+    EXPECT_EQ(values.phoneCost, "abc");
 
-    model.accept("abc", "");
+    model.apply(values, values, true);
     EXPECT_EQ(value("HighLight"), "N");
     EXPECT_EQ(value("ADiary"), "N");
     EXPECT_EQ(value("Compress"), "N");
@@ -112,15 +112,18 @@ TEST_F(OptionsTest, OkWritesEveryValueInOrder)
 {
     writeIni(kStartUpProfile);
     OptionsModel model(m_app, m_profile);
-    model.initialise();
-    model.setSilence(12);
-    model.setRings(7);
-    model.setQuality(3);
-    model.setMaxMessage(45);
-    model.setCurrency("$");
+    const OptionsValues before = model.load();
+    OptionsValues after = before;
+    after.silence = 12;
+    after.rings = 7;
+    after.quality = 3;
+    after.maxMessage = 45;
+    after.currency = "$";
+    after.phoneCost = "";
+    after.meetCost = std::string(60, '9');
     // Start from nothing so that every write appends and the file shows the order.
     ASSERT_TRUE(QFile::remove(QString::fromStdString(m_ini)));
-    model.accept("", std::string(60, '9'));
+    model.apply(before, after, true);
 
     const std::vector<std::string> expected = {
         "[Tester]", "PhoneCost=0.00", "MeetCost=" + std::string(49, '9'), "Silence=12",
@@ -147,11 +150,11 @@ TEST_F(OptionsTest, GarbageNumbersAreClampedToTheControls)
         writeIni(std::string("[Tester]\nSilence=") + c.silence + "\nRings=" + c.rings +
                  "\nRecQual=" + c.quality + "\n");
         OptionsModel model(m_app, m_profile);
-        model.initialise();
-        EXPECT_EQ(model.silence(), c.wantSilence);
-        EXPECT_EQ(model.rings(), c.wantRings);
-        EXPECT_EQ(model.quality(), c.wantQuality);
-        model.accept("", "");
+        const OptionsValues values = model.load();
+        EXPECT_EQ(values.silence, c.wantSilence);
+        EXPECT_EQ(values.rings, c.wantRings);
+        EXPECT_EQ(values.quality, c.wantQuality);
+        model.apply(values, values, true);
         EXPECT_EQ(value("Silence"), std::to_string(c.wantSilence));
         EXPECT_EQ(value("Rings"), std::to_string(c.wantRings));
         EXPECT_EQ(m_app.RecordingQuality, c.wantQuality);
@@ -162,9 +165,11 @@ TEST_F(OptionsTest, CurrencyComesFromTheProfileAndIsCutAt200)
 {
     writeIni("[Tester]\nCurrency=\x80\n");
     OptionsModel model(m_app, m_profile);
-    model.initialise();
+    const OptionsValues before = model.load();
     EXPECT_EQ(m_app.Currency, "\x80");
-    model.setCurrency(std::string(250, 'x'));
+    OptionsValues after = before;
+    after.currency = std::string(250, 'x');
+    model.apply(before, after, false);
     EXPECT_EQ(m_app.Currency, std::string(200, 'x'));
 }
 
@@ -172,6 +177,16 @@ TEST_F(OptionsTest, CurrencyComesFromTheProfileAndIsCutAt200)
 
 class OptionsDialogTest : public OptionsTest {
 protected:
+    // The dialog as the main window runs it: values in, values out, applied
+    // by the caller once the dialog has closed.
+    struct Session {
+        Session(AppData& app, const ProfileSettings& profile) : model(app, profile), before(model.load()), dialog(before) {}
+        void close() { model.apply(before, dialog.values(), dialog.result() == QDialog::Accepted); }
+        OptionsModel model;
+        OptionsValues before;
+        OptionsDialog dialog;
+    };
+
     template <typename T>
     T* control(const OptionsDialog& dialog, int number)
     {
@@ -182,7 +197,8 @@ protected:
 TEST_F(OptionsDialogTest, ControlsAreFoundByNumberWithTheirCaptions)
 {
     writeIni(kStartUpProfile);
-    OptionsDialog dialog(m_app, m_profile);
+    Session session(m_app, m_profile);
+    OptionsDialog& dialog = session.dialog;
     EXPECT_EQ(dialog.windowTitle(), "Navo Options");
     const std::pair<int, const char*> kinds[] = {
         {10105, "QLineEdit"},    {10106, "QLineEdit"},    {10120, "QLineEdit"},
@@ -234,52 +250,59 @@ TEST_F(OptionsDialogTest, ControlsAreFoundByNumberWithTheirCaptions)
 TEST_F(OptionsDialogTest, FreshProfileShowsExportPromptCheckedAndOkStoresOne)
 {
     writeIni(kStartUpProfile);
-    OptionsDialog dialog(m_app, m_profile);
+    Session session(m_app, m_profile);
+    OptionsDialog& dialog = session.dialog;
     EXPECT_TRUE(control<QCheckBox>(dialog, 10159)->isChecked());
     EXPECT_TRUE(control<QRadioButton>(dialog, 10275)->isChecked());
     control<QLineEdit>(dialog, 10105)->clear();
     control<QLineEdit>(dialog, 10106)->setText("3.20");
     control<QPushButton>(dialog, 1)->click();
+    session.close();
     EXPECT_EQ(dialog.result(), QDialog::Accepted);
     EXPECT_EQ(value("ExpPrompt"), "1");
     EXPECT_EQ(value("PhoneCost"), "0.00");
     EXPECT_EQ(value("MeetCost"), "3.20");
 }
 
-TEST_F(OptionsDialogTest, CheckBoxClicksWriteBeforeOk)
+TEST_F(OptionsDialogTest, CheckBoxChangesAreKeptEvenOnCancel)
 {
     writeIni(kStartUpProfile);
-    OptionsDialog dialog(m_app, m_profile);
+    Session session(m_app, m_profile);
+    OptionsDialog& dialog = session.dialog;
     control<QCheckBox>(dialog, 10107)->click();
     control<QCheckBox>(dialog, 10115)->click();
     control<QCheckBox>(dialog, 10159)->click();
     control<QCheckBox>(dialog, 10221)->click();
+    control<QCheckBox>(dialog, 10115)->click();  // the warning back off
+    control<QSlider>(dialog, 10116)->setValue(20);
+    control<QPushButton>(dialog, 2)->click();
+    session.close();
     EXPECT_EQ(value("Prime"), "Y");
     EXPECT_EQ(value("Compress"), "N");
-    EXPECT_EQ(value("PhWarn"), "Y");
-    EXPECT_EQ(m_app.PhoneWarning, 1);
-    EXPECT_EQ(value("ExpPrompt"), "0");
-    EXPECT_EQ(m_app.PromptOnExport, 0);
-    control<QCheckBox>(dialog, 10115)->click();
     EXPECT_EQ(value("PhWarn"), "N");
     EXPECT_EQ(m_app.PhoneWarning, 0);
+    EXPECT_EQ(value("ExpPrompt"), "0");
+    EXPECT_EQ(m_app.PromptOnExport, 0);
+    EXPECT_EQ(value("Silence"), "5");  // only OK stores the rest
 }
 
 TEST_F(OptionsDialogTest, CancelWritesNothingButTheCurrencyStaysInUse)
 {
     writeIni(std::string(kStartUpProfile) + "HighLight=N\nCurrency=\xA3\n");
     const QByteArray before = rawIni();
-    OptionsDialog dialog(m_app, m_profile);
+    Session session(m_app, m_profile);
+    OptionsDialog& dialog = session.dialog;
     auto* currency = control<QComboBox>(dialog, 10256);
     EXPECT_EQ(currency->currentText(), QString::fromUtf8("\u00A3"));
     currency->setEditText(QString::fromUtf8("\u20AC/h"));
-    EXPECT_EQ(m_app.Currency, "\x80/h");
+    EXPECT_EQ(dialog.values().currency, "\x80/h");
     currency->setCurrentIndex(1);
-    EXPECT_EQ(m_app.Currency, "$");
+    EXPECT_EQ(dialog.values().currency, "$");
     control<QSlider>(dialog, 10116)->setValue(20);
     control<QSpinBox>(dialog, 10124)->setValue(9);
     control<QRadioButton>(dialog, 10277)->click();
     control<QPushButton>(dialog, 2)->click();
+    session.close();
 
     EXPECT_EQ(dialog.result(), QDialog::Rejected);
     EXPECT_EQ(rawIni(), before);
@@ -291,10 +314,12 @@ TEST_F(OptionsDialogTest, CancelWritesNothingButTheCurrencyStaysInUse)
 TEST_F(OptionsDialogTest, UnknownQualitySelectsNoRadioAndStaysOnOk)
 {
     writeIni("[Tester]\nRecQual=7\n");
-    OptionsDialog dialog(m_app, m_profile);
+    Session session(m_app, m_profile);
+    OptionsDialog& dialog = session.dialog;
     for (int number : {10275, 10276, 10277, 10278})
         EXPECT_FALSE(control<QRadioButton>(dialog, number)->isChecked()) << number;
     control<QPushButton>(dialog, 1)->click();
+    session.close();
     EXPECT_EQ(m_app.RecordingQuality, 7);
     EXPECT_EQ(value("RecQual"), "7");
 }
@@ -302,7 +327,8 @@ TEST_F(OptionsDialogTest, UnknownQualitySelectsNoRadioAndStaysOnOk)
 TEST_F(OptionsDialogTest, GarbageShowsClampedAndControlsFeedOk)
 {
     writeIni("[Tester]\nSilence=abc\nRings=99\nMaxMessage=99999\n");
-    OptionsDialog dialog(m_app, m_profile);
+    Session session(m_app, m_profile);
+    OptionsDialog& dialog = session.dialog;
     auto* longest = dialog.findChild<QSpinBox*>(QStringLiteral("maxMessageSpin"));
     ASSERT_NE(longest, nullptr);
     EXPECT_EQ(longest->value(), 3600);
@@ -319,8 +345,9 @@ TEST_F(OptionsDialogTest, GarbageShowsClampedAndControlsFeedOk)
     control<QRadioButton>(dialog, 10278)->click();
     longest->setValue(0);  // the spin box stops at its lowest, one second
     longest->setValue(90);
-    EXPECT_EQ(value("Silence"), "abc");  // nothing but check boxes writes before OK
     control<QPushButton>(dialog, 1)->click();
+    EXPECT_EQ(value("Silence"), "abc");  // the dialog itself writes nothing
+    session.close();
     EXPECT_EQ(value("Silence"), "14");
     EXPECT_EQ(value("Rings"), "6");
     EXPECT_EQ(value("RecQual"), "3");
@@ -330,7 +357,8 @@ TEST_F(OptionsDialogTest, GarbageShowsClampedAndControlsFeedOk)
 
 TEST_F(OptionsDialogTest, ToolTipsComeFromTheStringTableWrappedNarrow)
 {
-    OptionsDialog dialog(m_app, m_profile);
+    Session session(m_app, m_profile);
+    OptionsDialog& dialog = session.dialog;
     const std::pair<int, unsigned> tips[] = {
         {10105, 725}, {10106, 726}, {10120, 727}, {10124, 727}, {10107, 728},
         {10159, 729}, {10201, 730}, {10221, 731}, {10256, 743}, {1, 732},

@@ -1,7 +1,10 @@
-// The main window's telephone wiring with the line and the answer machine
-// scripted: which line message reaches which step under which line state,
-// the Phone menu's states after each command, and "Use dictation as
-// greeting" from the record menu. The store is real.
+// The line-state decisions with the line and the answer machine scripted:
+// which line message reaches which step under which line state, what an
+// incoming call asks, the Phone menu's states after each command (all on
+// LineController, no window); then the main window's side of the wiring:
+// its Phone menu mirrors the controller whatever a click did, and "Use
+// dictation as greeting" takes the record menu's selection. The store is
+// real for the window.
 #include <QAction>
 #include <QCoreApplication>
 #include <QLabel>
@@ -16,16 +19,189 @@
 #include "RecordFactory.h"
 #include "ScriptedPrompt.h"
 #include "app/MainWindow.h"
+#include "core/ProfileSettings.h"
+#include "core/SettingsKeys.h"
 #include "maker/Ek7Tapi/Ek7Tapi.h"
 #include "platform/Trace.h"
 #include "platform/WindowMessages.h"
 #include "res/resource.h"
 #include "store/DataStoreService.h"
+#include "telephony/LineController.h"
 
 namespace {
 
 using Switch = AnswerMachineService::Switch;
 using StartResult = LineService::StartResult;
+using Refresh = LineController::Refresh;
+
+class LineControllerTest : public ::testing::Test {
+protected:
+    LineControllerTest() : controller(app, fake, fake, [this] { return newMessages; })
+    {
+        app.lineState = &block;
+        app.IniPath = dir.filePath("NAVO.ini").toStdString();
+        app.ProfileSection = "Tester";
+        fake.chosen = true;
+        controller.startUp();
+    }
+    int count(const std::string& call) const { return static_cast<int>(std::count(fake.calls.begin(), fake.calls.end(), call)); }
+    static std::vector<bool> states(const PhoneMenuState& menu)
+    {
+        return {menu.startEnabled, menu.stopEnabled, menu.onEnabled, menu.onChecked, menu.offEnabled, menu.offChecked};
+    }
+
+    QTemporaryDir dir;
+    AppData app;
+    FakeServices fake;
+    LineState block{};
+    int newMessages = -1;
+    LineController controller;
+};
+
+TEST_F(LineControllerTest, LineMessagesReachTheAnswerMachineOnlyWhenTheLineStateSaysSo)
+{
+    // +120: only an offered call with a handle is answered.
+    EXPECT_EQ(controller.lineMessage(kEk7MsgAnswerNow, nullptr), Refresh::Nothing);
+    block.CallState = 1;
+    controller.lineMessage(kEk7MsgAnswerNow, nullptr);
+    block.CallHandle = 7;
+    controller.lineMessage(kEk7MsgAnswerNow, nullptr);
+    EXPECT_EQ(count("answer call"), 1);
+
+    EXPECT_EQ(controller.lineMessage(kEk7MsgConnected, nullptr), Refresh::LineState);
+    EXPECT_EQ(count("call connected"), 1);
+
+    // +150: the machine files only when it is on; the line hears of every end
+    // (an incoming-call window may be up). The Phone list, when shown, is
+    // filled again; otherwise its new messages are counted for the picture.
+    newMessages = 2;
+    EXPECT_EQ(controller.lineMessage(kEk7MsgDisconnected, nullptr), Refresh::LineState);
+    EXPECT_EQ(count("call ended"), 0);
+    EXPECT_EQ(fake.messagesWaiting, 2);
+    block.AnswerMachineOn = 1;
+    app.CurrentListType = kListPhone;
+    fake.messagesWaiting = -1;
+    EXPECT_EQ(controller.lineMessage(kEk7MsgDisconnected, nullptr), Refresh::PhoneList);
+    EXPECT_EQ(count("call ended"), 1);
+    EXPECT_EQ(count("line call ended"), 2);
+    EXPECT_EQ(fake.messagesWaiting, -1);
+    // Without a store to count in, the count the line has is left alone.
+    app.CurrentListType = kListDictation;
+    newMessages = -1;
+    controller.lineMessage(kEk7MsgDisconnected, nullptr);
+    EXPECT_EQ(fake.messagesWaiting, -1);
+
+    // A ring, a busy number, the idle call and the parts not built need nothing.
+    const std::size_t before = fake.calls.size();
+    for (UINT message : {kEk7MsgRing, kEk7MsgBusy, kEk7MsgIdle, kEk7MsgPlayDone, kEk7MsgRecording,
+                         LineController::kOutgoingCallRecorder, LineController::kListRoutine})
+        EXPECT_EQ(controller.lineMessage(message, nullptr), Refresh::Nothing);
+    EXPECT_EQ(fake.calls.size(), before);
+
+    // Shutdown files only a message being left on a connected call.
+    controller.beforeLineClosed();
+    block.Connected = 1;
+    controller.beforeLineClosed();
+    EXPECT_EQ(count("call ended"), 3);
+}
+
+TEST_F(LineControllerTest, CallerIdentityIsTracedAndForwarded)
+{
+    std::snprintf(block.CallerNumber, sizeof block.CallerNumber, "%s", "01632 960001");
+    std::snprintf(block.CallerName, sizeof block.CallerName, "%s", "Zoe Smith");
+    TraceCapture trace;
+    controller.lineMessage(kEk7MsgCallerId, nullptr);
+    EXPECT_EQ(count("forward caller id"), 1);
+    const std::vector<std::string> lines = trace.lines();
+    const auto number = std::find(lines.begin(), lines.end(), "01632 960001");
+    ASSERT_NE(number, lines.end()) << trace.text();
+    ASSERT_NE(number + 1, lines.end());
+    EXPECT_EQ(*(number + 1), "Zoe Smith");
+}
+
+TEST_F(LineControllerTest, AnIncomingCallAsksTheUserOnlyWhileTheMachineIsOffWithPhWarnReadFirst)
+{
+    const ProfileSettings profile(app.IniPath, app.ProfileSection);
+    app.PhoneWarning = 1;
+    EXPECT_EQ(controller.lineMessage(kEk7MsgOffered, nullptr), Refresh::LineState);  // no call: nothing
+    EXPECT_EQ(app.PhoneWarning, 1);
+    block.CallState = 1;
+    controller.lineMessage(kEk7MsgOffered, nullptr);
+    // Missing: written "N", warning off; only an exact "Y" turns it on.
+    EXPECT_EQ(profile.read(settings::kPhWarn), "N");
+    EXPECT_EQ(app.PhoneWarning, 0);
+    profile.write(settings::kPhWarn, "Y");
+    fake.incomingChoice = LineService::IncomingChoice::PickedUp;
+    controller.lineMessage(kEk7MsgOffered, nullptr);
+    EXPECT_EQ(app.PhoneWarning, 1);
+    profile.write(settings::kPhWarn, "y");
+    // The caller hung up while the window was up: nobody takes the call.
+    fake.incomingChoice = LineService::IncomingChoice::CallerHungUp;
+    controller.lineMessage(kEk7MsgOffered, nullptr);
+    EXPECT_EQ(app.PhoneWarning, 0);
+    EXPECT_EQ(profile.read(settings::kPhWarn), "y");
+    block.AnswerMachineOn = 1;
+    controller.lineMessage(kEk7MsgOffered, nullptr);
+    EXPECT_EQ(fake.calls, (std::vector<std::string>{"incoming call", "machine takes this call", "incoming call",
+                                                    "user takes this call", "incoming call"}));
+}
+
+TEST_F(LineControllerTest, TheAnswerMachineSwitchSetsThePhoneMenu)
+{
+    //                        start  stop   on     on ✓   off    off ✓
+    EXPECT_EQ(states(controller.menu()), (std::vector<bool>{true, false, true, false, true, false}));
+
+    fake.switchOnResult = Switch::Refused;  // 752: nothing changes
+    EXPECT_EQ(controller.switchOn(nullptr), Refresh::Nothing);
+    EXPECT_EQ(states(controller.menu()), (std::vector<bool>{true, false, true, false, true, false}));
+
+    fake.switchOnResult = Switch::On;
+    fake.lineMonitoring = true;
+    EXPECT_EQ(controller.switchOn(nullptr), Refresh::Status);
+    EXPECT_EQ(states(controller.menu()), (std::vector<bool>{false, true, false, true, true, false}));
+
+    fake.switchOffResult = Switch::Off;
+    EXPECT_EQ(controller.switchOff(), Refresh::LineState);
+    EXPECT_EQ(states(controller.menu()), (std::vector<bool>{false, true, true, false, false, true}));
+
+    // The modem has gone: monitoring failed and nothing can be started.
+    fake.switchOnResult = Switch::Failed;
+    fake.lineMonitoring = false;
+    fake.chosen = false;
+    EXPECT_EQ(controller.switchOn(nullptr), Refresh::Status);
+    EXPECT_EQ(states(controller.menu()), (std::vector<bool>{false, false, false, false, false, true}));
+
+    // Without a modem, switching off greys the Off command too.
+    fake.switchOffResult = Switch::NoDevice;
+    EXPECT_EQ(controller.switchOff(), Refresh::Nothing);
+    EXPECT_EQ(states(controller.menu()), (std::vector<bool>{false, false, false, false, false, false}));
+}
+
+TEST_F(LineControllerTest, MonitoringCommandsAndModemSelectionSetThePhoneMenu)
+{
+    EXPECT_EQ(controller.startMonitoring(nullptr), Refresh::Status);
+    EXPECT_FALSE(controller.menu().startEnabled);
+    EXPECT_TRUE(controller.menu().stopEnabled);
+    EXPECT_EQ(controller.stopMonitoring(), Refresh::Status);
+    EXPECT_TRUE(controller.menu().startEnabled);
+    EXPECT_FALSE(controller.menu().stopEnabled);
+    EXPECT_EQ(fake.calls, (std::vector<std::string>{"start monitoring", "stop monitoring"}));
+
+    // Refused silently without a device: the status stays as it was.
+    fake.startResult = StartResult::NoDevice;
+    EXPECT_EQ(controller.startMonitoring(nullptr), Refresh::Nothing);
+    EXPECT_TRUE(controller.menu().startEnabled);
+
+    // Modem Selection with a choice: start enabled, the machine shown off.
+    fake.chosen = false;
+    controller.startUp();
+    fake.modemChoice = 1;
+    EXPECT_EQ(controller.modemSelection(nullptr), Refresh::Status);
+    EXPECT_EQ(fake.device, 1);
+    EXPECT_EQ(states(controller.menu()), (std::vector<bool>{true, false, true, false, true, true}));
+}
+
+// --- The window's side ------------------------------------------------------
 
 class PhoneWiring : public ::testing::Test {
 protected:
@@ -53,80 +229,16 @@ protected:
         store.workspace(app, 2, "*.*");
     }
 
-    void post(UINT message)
-    {
-        PostMessage(window->handle(), message, 0, 0);
-        QCoreApplication::processEvents();
-    }
-    int count(const std::string& call) const { return static_cast<int>(std::count(fake.calls.begin(), fake.calls.end(), call)); }
     QAction* command(int id) const { return window->commandAction(id); }
     bool enabled(int id) const { return command(id)->isEnabled(); }
     bool checked(int id) const { return command(id)->isChecked(); }
     QString status() const { return window->findChild<QLabel*>(QString::number(IDC_STATUS_TEXT))->text(); }
 };
 
-TEST_F(PhoneWiring, LineMessagesReachTheAnswerMachineOnlyWhenTheLineStateSaysSo)
-{
-    // +120: only an offered call with a handle is answered.
-    post(kEk7MsgAnswerNow);
-    block.CallState = 1;
-    post(kEk7MsgAnswerNow);
-    block.CallHandle = 7;
-    post(kEk7MsgAnswerNow);
-    EXPECT_EQ(count("answer call"), 1);
-
-    post(kEk7MsgConnected);
-    EXPECT_EQ(count("call connected"), 1);
-
-    // +150: the machine files only when it is on; the line hears of every end
-    // (an incoming-call window may be up).
-    post(kEk7MsgDisconnected);
-    EXPECT_EQ(count("call ended"), 0);
-    block.AnswerMachineOn = 1;
-    post(kEk7MsgDisconnected);
-    EXPECT_EQ(count("call ended"), 1);
-    EXPECT_EQ(count("line call ended"), 2);
-
-    // A ring, a busy number and the idle call need nothing.
-    const std::size_t before = fake.calls.size();
-    for (UINT message : {kEk7MsgRing, kEk7MsgBusy, kEk7MsgIdle, kEk7MsgPlayDone, kEk7MsgRecording})
-        post(message);
-    EXPECT_EQ(fake.calls.size(), before);
-}
-
-TEST_F(PhoneWiring, CallerIdentityIsTracedAndForwarded)
-{
-    std::snprintf(block.CallerNumber, sizeof block.CallerNumber, "%s", "01632 960001");
-    std::snprintf(block.CallerName, sizeof block.CallerName, "%s", "Zoe Smith");
-    TraceCapture trace;
-    post(kEk7MsgCallerId);
-    EXPECT_EQ(count("forward caller id"), 1);
-    const std::vector<std::string> lines = trace.lines();
-    const auto number = std::find(lines.begin(), lines.end(), "01632 960001");
-    ASSERT_NE(number, lines.end()) << trace.text();
-    ASSERT_NE(number + 1, lines.end());
-    EXPECT_EQ(*(number + 1), "Zoe Smith");
-}
-
-TEST_F(PhoneWiring, AnIncomingCallAsksTheUserOnlyWhileTheMachineIsOff)
-{
-    post(kEk7MsgOffered);  // no call on the line: nothing
-    block.CallState = 1;
-    post(kEk7MsgOffered);
-    fake.incomingChoice = LineService::IncomingChoice::PickedUp;
-    post(kEk7MsgOffered);
-    // The caller hung up while the window was up: nobody takes the call.
-    fake.incomingChoice = LineService::IncomingChoice::CallerHungUp;
-    post(kEk7MsgOffered);
-    block.AnswerMachineOn = 1;
-    post(kEk7MsgOffered);
-    EXPECT_EQ(fake.calls, (std::vector<std::string>{"incoming call", "machine takes this call", "incoming call",
-                                                    "user takes this call", "incoming call"}));
-}
-
-TEST_F(PhoneWiring, TheAnswerMachineSwitchSetsThePhoneMenu)
+TEST_F(PhoneWiring, ThePhoneMenuFollowsTheControllerWhateverAClickToggled)
 {
     ASSERT_TRUE(enabled(ID_ANSWER_MACHINE_ON));
+    ASSERT_FALSE(enabled(ID_STOP_MONITORING));
 
     // Refused (752): a click's own toggle of the check is undone.
     fake.switchOnResult = Switch::Refused;
@@ -139,66 +251,15 @@ TEST_F(PhoneWiring, TheAnswerMachineSwitchSetsThePhoneMenu)
     command(ID_ANSWER_MACHINE_ON)->trigger();
     EXPECT_TRUE(checked(ID_ANSWER_MACHINE_ON));
     EXPECT_FALSE(enabled(ID_ANSWER_MACHINE_ON));
-    EXPECT_FALSE(checked(ID_ANSWER_MACHINE_OFF));
     EXPECT_TRUE(enabled(ID_ANSWER_MACHINE_OFF));
     EXPECT_FALSE(enabled(ID_START_MONITORING));
     EXPECT_TRUE(enabled(ID_STOP_MONITORING));
     EXPECT_EQ(status().toStdString(), "Line monitoring inactive : Using Navo File : " + app.DataStorePath);
 
-    fake.switchOffResult = Switch::Off;
-    command(ID_ANSWER_MACHINE_OFF)->trigger();
-    EXPECT_FALSE(checked(ID_ANSWER_MACHINE_ON));
-    EXPECT_TRUE(enabled(ID_ANSWER_MACHINE_ON));
-    EXPECT_TRUE(checked(ID_ANSWER_MACHINE_OFF));
-    EXPECT_FALSE(enabled(ID_ANSWER_MACHINE_OFF));
-
-    // The modem has gone: monitoring failed and nothing can be started.
-    fake.switchOnResult = Switch::Failed;
-    fake.lineMonitoring = false;
-    fake.chosen = false;
-    command(ID_ANSWER_MACHINE_ON)->trigger();
-    EXPECT_FALSE(enabled(ID_START_MONITORING));
-    EXPECT_FALSE(enabled(ID_STOP_MONITORING));
-    EXPECT_FALSE(checked(ID_ANSWER_MACHINE_ON));
-    EXPECT_FALSE(enabled(ID_ANSWER_MACHINE_ON));
-    EXPECT_TRUE(checked(ID_ANSWER_MACHINE_OFF));
-    EXPECT_FALSE(enabled(ID_ANSWER_MACHINE_OFF));
-}
-
-TEST_F(PhoneWiring, WithoutAModemSwitchingOffGreysTheOffCommand)
-{
-    fake.switchOffResult = Switch::NoDevice;
-    window->runCommand(ID_ANSWER_MACHINE_OFF);
-    EXPECT_FALSE(checked(ID_ANSWER_MACHINE_OFF));
-    EXPECT_FALSE(enabled(ID_ANSWER_MACHINE_OFF));
-}
-
-TEST_F(PhoneWiring, MonitoringCommandsAndModemSelectionSetTheMenuAndStatus)
-{
-    window->runCommand(ID_START_MONITORING);
-    EXPECT_FALSE(enabled(ID_START_MONITORING));
-    EXPECT_TRUE(enabled(ID_STOP_MONITORING));
-    window->runCommand(ID_STOP_MONITORING);
-    EXPECT_TRUE(enabled(ID_START_MONITORING));
-    EXPECT_FALSE(enabled(ID_STOP_MONITORING));
-    EXPECT_EQ(fake.calls, (std::vector<std::string>{"start monitoring", "stop monitoring"}));
-
-    // Refused silently without a device: the status stays as it was.
-    const QString before = status();
-    fake.startResult = StartResult::NoDevice;
-    window->runCommand(ID_START_MONITORING);
-    EXPECT_EQ(status(), before);
-    EXPECT_TRUE(enabled(ID_START_MONITORING));
-
-    // Modem Selection with a choice: start enabled, the machine shown off.
-    fake.modemChoice = 1;
-    window->runCommand(ID_MODEM_SELECTION);
-    EXPECT_EQ(fake.device, 1);
-    EXPECT_TRUE(enabled(ID_START_MONITORING));
-    EXPECT_FALSE(checked(ID_ANSWER_MACHINE_ON));
-    EXPECT_TRUE(enabled(ID_ANSWER_MACHINE_ON));
-    EXPECT_TRUE(checked(ID_ANSWER_MACHINE_OFF));
-    EXPECT_EQ(status().toStdString(), "Line monitoring inactive : Using Navo File : " + app.DataStorePath);
+    // A line message posted to the window reaches the controller.
+    PostMessage(window->handle(), kEk7MsgConnected, 0, 0);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(fake.calls, (std::vector<std::string>{"answer machine on", "answer machine on", "call connected"}));
 }
 
 TEST_F(PhoneWiring, UseDictationAsGreetingTakesTheOneSelectedDictation)

@@ -151,7 +151,7 @@ protected:
 TEST_F(RecorderDialogTest, EveryControlIsThereWithItsTipsAndANewRecordingsStart)
 {
     DictationRecorderDialog dialog(app, "", {}, window.get());
-    ASSERT_EQ(dialog.openResult(), 0);
+    ASSERT_EQ(dialog.openRecording(), 0);
     EXPECT_EQ(dialog.objectName(), QString::number(IDD_DICTATION_RECORDER));
     EXPECT_EQ(dialog.windowTitle(), "Dictation Recorder");
     for (int id : {10167, 10163, 10165, 10162, 10169, 10097, 10183, 10181, 10174, 10171, 10176, 10199, 10200, 10196,
@@ -322,6 +322,7 @@ TEST_F(RecorderDialogTest, APictureIsChosenThroughThePromptAndCanBeRemovedFromIt
     image.fill(Qt::darkGreen);
     ASSERT_TRUE(image.save(QString::fromStdString(photo), "JPEG"));
     DictationRecorderDialog dialog(app, "", {}, window.get());
+    ASSERT_EQ(dialog.openRecording(), 0);
     ScriptedPrompt prompt;
     prompt.answerFile(photo);
     control<QPushButton>(dialog, IDC_INSERT_PICTURE)->click();
@@ -352,7 +353,8 @@ TEST_F(RecorderDialogTest, NoDeviceShowsError202AndTheRecorderDoesNotOpen)
     ScriptedPrompt prompt;
     prompt.answerMessage(IDOK);
     DictationRecorderDialog dialog(app, "", {}, window.get());
-    EXPECT_EQ(dialog.openResult(), 202);
+    EXPECT_TRUE(prompt.messages().empty());  // nothing said before the recorder is opened
+    EXPECT_EQ(dialog.openRecording(), 202);
     ASSERT_EQ(prompt.messages().size(), 1u);
     EXPECT_EQ(prompt.messages()[0].flags & MB_ICONMASK, MB_ICONINFORMATION);
     // A RecID with no record: its load error, and no dialog.

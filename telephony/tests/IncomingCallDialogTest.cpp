@@ -1,19 +1,15 @@
 // The incoming-call window (118) offscreen, on a line state block of its own:
 // caller texts now and on WM_USER+12, the two buttons and the frame, the
-// ring, and the "PhWarn" setting.
+// ring.
 #include <gtest/gtest.h>
 
 #include <QLabel>
 #include <QPushButton>
-#include <QTemporaryDir>
 #include <QTimer>
 
 #include <cstring>
 
 #include "LineTestSupport.h"
-#include "core/AppData.h"
-#include "core/ProfileSettings.h"
-#include "core/SettingsKeys.h"
 #include "platform/Trace.h"
 #include "platform/WindowMessages.h"
 #include "telephony/IncomingCallDialog.h"
@@ -22,21 +18,13 @@ namespace {
 
 class IncomingCallDialogTest : public ::testing::Test {
 protected:
-    IncomingCallDialogTest() : profile(dir.filePath("NAVO.ini").toStdString(), "Tester")
-    {
-        app.IniPath = profile.iniPath();
-        app.ProfileSection = "Tester";
-        line.CallState = 1;
-    }
+    IncomingCallDialogTest() { line.CallState = 1; }
 
     QString label(QDialog& dialog, const char* number)
     {
         return dialog.findChild<QLabel*>(QString::fromLatin1(number))->text();
     }
 
-    QTemporaryDir dir;
-    ProfileSettings profile;
-    AppData app;
     LineState line{};
     ProgramResources resources{QString::fromStdString(TestLineSetup::soundsFolder())};
 };
@@ -47,7 +35,7 @@ TEST_F(IncomingCallDialogTest, ShowsTheCallerWhenIdentifiedAndAgainOnRefresh)
     line.CallerIdValid = 1;
     std::strcpy(line.CallerNumber, "0161 496 0000");
     std::strcpy(line.CallerName, "Zo\xEB Smith");  // Windows-1252
-    IncomingCallDialog dialog(app, &line, resources);
+    IncomingCallDialog dialog(&line, resources);
     EXPECT_EQ(dialog.windowTitle(), QStringLiteral("Navo : Incoming Call Detected"));
     EXPECT_TRUE(traces.contains("Displaying ID\n"));
     EXPECT_EQ(label(dialog, "10037"), QStringLiteral("0161 496 0000"));
@@ -65,7 +53,7 @@ TEST_F(IncomingCallDialogTest, WithoutIdentificationTheTextsStayEmpty)
 {
     TraceCapture traces;
     std::strcpy(line.CallerNumber, "stale");
-    IncomingCallDialog dialog(app, &line, resources);
+    IncomingCallDialog dialog(&line, resources);
     EXPECT_FALSE(traces.contains("Displaying ID"));
     EXPECT_TRUE(label(dialog, "10037").isEmpty());
     EXPECT_TRUE(label(dialog, "10039").isEmpty());
@@ -73,7 +61,7 @@ TEST_F(IncomingCallDialogTest, WithoutIdentificationTheTextsStayEmpty)
 
 TEST_F(IncomingCallDialogTest, AnswerPicksTheCallUpAndStopsTheRing)
 {
-    IncomingCallDialog dialog(app, &line, resources);
+    IncomingCallDialog dialog(&line, resources);
     EXPECT_EQ(dialog.findChild<QPushButton*>(QStringLiteral("1"))->text(), QStringLiteral("&Answer"));
     EXPECT_EQ(dialog.findChild<QPushButton*>(QStringLiteral("2"))->text(), QStringLiteral("&Message"));
 #ifdef NAVO_TEST_HAS_RING
@@ -88,7 +76,7 @@ TEST_F(IncomingCallDialogTest, AnswerPicksTheCallUpAndStopsTheRing)
 
 TEST_F(IncomingCallDialogTest, MessageLeavesTheCallToTheAnswerMachine)
 {
-    IncomingCallDialog dialog(app, &line, resources);
+    IncomingCallDialog dialog(&line, resources);
     QTimer::singleShot(0, &dialog, [&] { dialog.findChild<QPushButton*>(QStringLiteral("2"))->click(); });
     EXPECT_EQ(dialog.exec(), IDCANCEL);
     EXPECT_FALSE(dialog.pickedUp());
@@ -98,27 +86,12 @@ TEST_F(IncomingCallDialogTest, MessageLeavesTheCallToTheAnswerMachine)
 
 TEST_F(IncomingCallDialogTest, ClosingByTheFrameIsNotAChoice)
 {
-    IncomingCallDialog dialog(app, &line, resources);
+    IncomingCallDialog dialog(&line, resources);
     QTimer::singleShot(0, &dialog, [&] { dialog.close(); });
     EXPECT_EQ(dialog.exec(), IDCANCEL);
     EXPECT_FALSE(dialog.pickedUp());
     EXPECT_EQ(line.CallAnsweredByUser, 0);
     EXPECT_FALSE(dialog.ring().isPlaying());
-}
-
-TEST_F(IncomingCallDialogTest, PhWarnIsWrittenNWhenMissingAndOnOnlyForY)
-{
-    app.PhoneWarning = 1;
-    { IncomingCallDialog dialog(app, &line, resources); }
-    EXPECT_EQ(profile.read(settings::kPhWarn), "N");
-    EXPECT_EQ(app.PhoneWarning, 0);
-    profile.write(settings::kPhWarn, "Y");
-    { IncomingCallDialog dialog(app, &line, resources); }
-    EXPECT_EQ(app.PhoneWarning, 1);
-    profile.write(settings::kPhWarn, "y");
-    { IncomingCallDialog dialog(app, &line, resources); }
-    EXPECT_EQ(app.PhoneWarning, 0);
-    EXPECT_EQ(profile.read(settings::kPhWarn), "y");
 }
 
 }  // namespace

@@ -171,7 +171,6 @@ TEST_F(TelephonyServiceTest, IncomingCallWindowShowsTheCallerAndSendsTheCallToTh
     EXPECT_EQ(shownName, QStringLiteral("Zoe Smith"));
     EXPECT_EQ(app.lineState->CallAnsweredByUser, 1);
     EXPECT_EQ(service.incomingCallDialog(), nullptr);  // destroyed and forgotten
-    EXPECT_EQ(profile.read(settings::kPhWarn), "N");
 }
 
 TEST_F(TelephonyServiceTest, IncomingCallWindowClosesByItselfWhenTheCallerHangsUp)

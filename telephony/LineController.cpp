@@ -1,0 +1,210 @@
+#include "telephony/LineController.h"
+
+#include "core/AppData.h"
+#include "core/ProfileSettings.h"
+#include "core/SettingsKeys.h"
+#include "maker/Ek7Tapi/Ek7Tapi.h"
+#include "platform/Trace.h"
+
+LineController::LineController(AppData& app, LineService& line, AnswerMachineService& machine,
+                               NewMessageCounter countNewMessages)
+    : m_app(app), m_line(line), m_machine(machine), m_countNewMessages(std::move(countNewMessages))
+{
+}
+
+void LineController::startUp()
+{
+    m_menu.stopEnabled = false;
+    const bool chosen = m_line.deviceChosen();
+    m_menu.onEnabled = chosen;
+    m_menu.startEnabled = chosen;
+}
+
+void LineController::applyMonitoring()
+{
+    if (m_line.monitoring()) {
+        m_menu.startEnabled = false;
+        m_menu.stopEnabled = true;
+    } else if (!m_line.deviceChosen()) {
+        // The modem could not be opened: nothing works until one is chosen.
+        m_menu.startEnabled = false;
+        m_menu.stopEnabled = false;
+        m_menu.onChecked = false;
+        m_menu.onEnabled = false;
+    } else {
+        m_menu.startEnabled = true;
+        m_menu.stopEnabled = false;
+    }
+}
+
+LineController::Refresh LineController::modemSelection(QWidget* owner)
+{
+    const bool chosen = m_line.modemSelectionCommand(owner);
+    applyMonitoring();
+    if (chosen) {
+        m_menu.startEnabled = true;
+        m_menu.onChecked = false;
+        m_menu.onEnabled = true;
+        m_menu.offChecked = true;
+    }
+    return Refresh::Status;
+}
+
+LineController::Refresh LineController::startMonitoring(QObject* window)
+{
+    if (m_line.startMonitoring(window) == LineService::StartResult::NoDevice)
+        return Refresh::Nothing;
+    applyMonitoring();
+    return Refresh::Status;
+}
+
+LineController::Refresh LineController::stopMonitoring()
+{
+    m_line.stopMonitoring();
+    applyMonitoring();
+    return Refresh::Status;
+}
+
+LineController::Refresh LineController::switchOn(QObject* window)
+{
+    return apply(m_machine.switchOn(m_app, window));
+}
+
+LineController::Refresh LineController::switchOff()
+{
+    return apply(m_machine.switchOff(m_app));
+}
+
+LineController::Refresh LineController::apply(AnswerMachineService::Switch result)
+{
+    using Switch = AnswerMachineService::Switch;
+    switch (result) {
+    case Switch::NotAvailable:
+    case Switch::Refused:
+        return Refresh::Nothing;
+    case Switch::NoDevice:
+        m_menu.offChecked = false;
+        m_menu.offEnabled = false;
+        return Refresh::Nothing;
+    case Switch::On:
+        applyMonitoring();
+        m_menu.onChecked = true;
+        m_menu.onEnabled = false;
+        m_menu.offChecked = false;
+        m_menu.offEnabled = true;
+        return Refresh::Status;
+    case Switch::Failed:
+        applyMonitoring();
+        m_menu.offChecked = true;
+        m_menu.offEnabled = false;
+        return Refresh::Status;
+    case Switch::Off:
+        m_menu.onChecked = false;
+        m_menu.onEnabled = true;
+        m_menu.offChecked = true;
+        m_menu.offEnabled = false;
+        return Refresh::LineState;
+    }
+    return Refresh::Nothing;
+}
+
+void LineController::useDictationAsGreeting(int selectedCount, const std::string& recordFileName)
+{
+    if (m_app.CurrentListType != kListDictation || selectedCount != 1 || recordFileName.empty())
+        return;
+    m_machine.useDictationAsGreeting(m_app, recordFileName);
+}
+
+LineController::Refresh LineController::lineMessage(UINT message, QWidget* owner)
+{
+    const LineState* line = m_app.lineState;
+    switch (message) {
+    case kEk7MsgOffered:
+        return incomingCall(owner);
+    case kEk7MsgCallerId:
+        callerIdentity();
+        return Refresh::Nothing;
+    case kEk7MsgAnswerNow:
+        if (line != nullptr && line->CallState == 1 && line->CallHandle != 0)
+            m_machine.answerCall(m_app);
+        return Refresh::Nothing;
+    case kEk7MsgConnected:
+        // The phone recorder, which a call the machine does not have would
+        // be handed to here, is not in this version.
+        m_machine.callConnected(m_app);
+        return Refresh::LineState;
+    case kEk7MsgDisconnected:
+        return callEnded();
+    case kOutgoingCallRecorder:
+        OutputDebugString("The phone recorder is not in this build\n");
+        return Refresh::Nothing;
+    default:
+        // +105 (a ring), +108 (busy), +156 (the list routine) and the
+        // dialling, playing and idle messages need nothing here.
+        return Refresh::Nothing;
+    }
+}
+
+LineController::Refresh LineController::incomingCall(QWidget* owner)
+{
+    const LineState* line = m_app.lineState;
+    if (line != nullptr && line->AnswerMachineOn == 0 && line->CallState == 1) {
+        readPhoneWarning();
+        const LineService::IncomingChoice choice = m_line.runIncomingCall(owner);
+        const bool picked = choice == LineService::IncomingChoice::PickedUp;
+        // A caller who has already gone leaves no call for anyone to take.
+        if (choice != LineService::IncomingChoice::CallerHungUp)
+            m_machine.forThisCall(m_app, !picked);
+        if (picked)
+            OutputDebugString("Call picked up, but the phone recorder is not in this build\n");
+    }
+    return Refresh::LineState;
+}
+
+void LineController::readPhoneWarning()
+{
+    // Read afresh for every call: Options may have changed it since.
+    const ProfileSettings profile(m_app.IniPath, m_app.ProfileSection);
+    const std::string warn = profile.read(settings::kPhWarn);
+    if (ProfileSettings::isMissing(warn)) {
+        profile.write(settings::kPhWarn, "N");
+        m_app.PhoneWarning = 0;
+    } else {
+        m_app.PhoneWarning = warn == "Y" ? 1 : 0;
+    }
+}
+
+void LineController::callerIdentity()
+{
+    if (const LineState* line = m_app.lineState) {
+        OutputDebugString(line->CallerNumber);
+        OutputDebugString("\n");
+        OutputDebugString(line->CallerName);
+        OutputDebugString("\n");
+    }
+    m_line.forwardCallerId();
+}
+
+LineController::Refresh LineController::callEnded()
+{
+    // The phone recorder is not in this version, so the steps that would
+    // tell it the call has ended have no one to tell.
+    m_line.callEnded();
+    const LineState* line = m_app.lineState;
+    if (line != nullptr && line->AnswerMachineOn != 0)
+        m_machine.callEnded(m_app);
+    if (m_app.CurrentListType == kListPhone)
+        return Refresh::PhoneList;
+    // Not shown: counted as the Phone list would count them, so the
+    // line-state picture tells of a new message at once.
+    if (const int newMessages = m_countNewMessages ? m_countNewMessages() : -1; newMessages >= 0)
+        m_line.setMessagesWaiting(newMessages);
+    return Refresh::LineState;
+}
+
+void LineController::beforeLineClosed()
+{
+    if (const LineState* line = m_app.lineState;
+        line != nullptr && line->AnswerMachineOn != 0 && line->CallState == 1 && line->Connected != 0)
+        m_machine.callEnded(m_app);
+}
