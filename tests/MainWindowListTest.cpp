@@ -333,7 +333,7 @@ TEST_F(ListWindowTest, InternetRepositoryKeepsItsDoubledSeparatorAndSaysWhenUnav
     setShellOpener(nullptr);
 }
 
-TEST_F(ListWindowTest, CommandsOfPartsNotBuiltStayGrey)
+TEST_F(ListWindowTest, CommandsOfPartsNotBuiltStayGreyUntilTheirPartRegistersThem)
 {
     for (int id : {ID_NEW_RECORDING, ID_IMPORT_WAV, ID_EXPORT_AGENDAS, ID_PHONE_BOOK, ID_COMPRESS_DATASTORE,
                    ID_TB_PLAY, ID_TB_SEARCH}) {
@@ -343,6 +343,28 @@ TEST_F(ListWindowTest, CommandsOfPartsNotBuiltStayGrey)
     for (int id : {ID_OPTIONS, ID_EXIT, ID_NEW_DATASTORE, ID_OPEN_DATASTORE, ID_HELP_NAVO, ID_NAVO_WEB,
                    ID_MODEM_SELECTION})
         EXPECT_TRUE(window->commandAction(id)->isEnabled()) << id;
+
+    // A part that arrives registers its commands: the menu item un-greys and
+    // runs it, and a state the window asked for still holds.
+    int phoneBooks = 0;
+    window->commands().add(ID_PHONE_BOOK, [&] { ++phoneBooks; });
+    EXPECT_TRUE(window->commandAction(ID_PHONE_BOOK)->isEnabled());
+    window->commandAction(ID_PHONE_BOOK)->trigger();
+    EXPECT_EQ(phoneBooks, 1);
+    window->commands().add(ID_TB_PLAY, [] {});
+    EXPECT_FALSE(window->commandAction(ID_TB_PLAY)->isEnabled());  // nothing selected
+    records->dictation("Letter");
+    window->fillList(kListDictation);
+    select({0});
+    EXPECT_TRUE(window->commandAction(ID_TB_PLAY)->isEnabled());
+    int plays = 0;
+    window->commands().add(ID_RECORD_PLAY, [&] { ++plays; });
+    const std::unique_ptr<QMenu> menu = window->recordMenu();
+    QAction* play = menu->findChild<QAction*>(QString::number(ID_RECORD_PLAY));
+    ASSERT_NE(play, nullptr);
+    EXPECT_TRUE(play->isEnabled());
+    play->trigger();
+    EXPECT_EQ(plays, 1);
 }
 
 namespace {
