@@ -9,11 +9,9 @@
 
 #include <QDialog>
 #include <QFont>
-#include <QIcon>
 #include <QMenu>
 #include <QPointer>
 #include <QSize>
-#include <map>
 #include <memory>
 #include <string>
 #include <vector>

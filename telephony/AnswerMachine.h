@@ -1,9 +1,10 @@
 // The answer machine: answers calls on the monitored line after the "Rings"
 // count, plays the greeting and the tone, lets the line library record the
 // caller and, when the call ends, files the message as an "Answer Machine
-// Message" record. The main window's line-message handlers call it (see
-// AnswerMachineService in app/StartupServices.h for which message calls
-// what); it drives the line through TelephonyService and Ek7Tapi.
+// Message" record. LineController, which the main window hands its line
+// messages, calls it (see AnswerMachineService in core/StartupServices.h for
+// which message calls what); it drives the line through TelephonyService and
+// Ek7Tapi.
 //
 // Message length: the line library has no length limit of its own, so the
 // machine ends a recording that has gone on for "MaxMessage" seconds (default

@@ -16,7 +16,7 @@
 // maker/Ek7Tapi/Ek7Tapi.h for each): +106 offered, +121 caller identity,
 // +105 a ring, +120 time to answer, +107 connected, +110 recording, +131
 // played, +150 ended, +151 idle; dialling adds +154, +111, +152, +153, +108,
-// +109. The main window decides what each means for it; for the
+// +109. LineController decides what each means for the program; for the
 // incoming-call window it calls runIncomingCall() on +106 and
 // forwardCallerId() on +121.
 //

@@ -33,9 +33,7 @@ TEST_F(AnswerMachineWindow, StartUpSwitchesTheMachineOnWithItsMenusAndStatus)
     EXPECT_EQ(app.lineState->AnswerMachineOn, 0);
     EXPECT_EQ(profile().read("AutoMessage"), "0");
     EXPECT_TRUE(line.monitoring());
-    EXPECT_TRUE(window->commandAction(ID_ANSWER_MACHINE_OFF)->isChecked());
-    EXPECT_FALSE(window->commandAction(ID_ANSWER_MACHINE_OFF)->isEnabled());
-    EXPECT_TRUE(window->commandAction(ID_ANSWER_MACHINE_ON)->isEnabled());
+    // The Phone menu's states are LineController's (tested there).
     EXPECT_TRUE(sameImage(phone->icon(), ":/res/images/line-monitoring.png"));
     window->commandAction(ID_ANSWER_MACHINE_ON)->trigger();  // as a click: it toggles the check first
     EXPECT_EQ(app.lineState->AnswerMachineOn, 1);
@@ -47,12 +45,9 @@ TEST_F(AnswerMachineWindow, StartUpSwitchesTheMachineOnWithItsMenusAndStatus)
     window->runCommand(ID_STOP_MONITORING);
     EXPECT_FALSE(line.monitoring());
     EXPECT_EQ(label(IDC_STATUS_TEXT).toStdString(), "Line monitoring inactive : Using Navo File : " + app.DataStorePath);
-    EXPECT_TRUE(window->commandAction(ID_START_MONITORING)->isEnabled());
-    EXPECT_FALSE(window->commandAction(ID_STOP_MONITORING)->isEnabled());
     EXPECT_TRUE(sameImage(phone->icon(), ":/res/images/line-closed.png"));
     window->runCommand(ID_START_MONITORING);
     EXPECT_TRUE(line.monitoring());
-    EXPECT_FALSE(window->commandAction(ID_START_MONITORING)->isEnabled());
     EXPECT_TRUE(sameImage(phone->icon(), ":/res/images/line-answering.png"));
 }
 
