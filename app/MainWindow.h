@@ -85,7 +85,8 @@ public:
     // Edit (command 2101): the selected dictation's editor.
     void editSelectedRecord();
 
-    // The help page of a name ("166.htm") opened in the user's browser.
+    // The help page of a name ("166.htm") opened in the user's browser
+    // (HelpPages::open, kept under this name for main()).
     static bool openHelpPage(const std::string& page) { return HelpPages::open(page); }
     void openInternetRepository();
 

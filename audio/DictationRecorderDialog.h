@@ -78,7 +78,7 @@ private:
 // Opens the Dictation Recorder modally over parent: a new dictation for
 // recIdText "", else the filed dictation of that RecID is re-recorded. Help
 // opens its page through openHelp (the main window passes
-// MainWindow::openHelpPage). Returns 1 when a recording was filed into the
+// HelpPages::open). Returns 1 when a recording was filed into the
 // store, else 0.
 int runDictationRecorder(AppData& app, QWidget* parent, const std::string& recIdText,
                          DictationRecorderDialog::HelpOpener openHelp = {});
