@@ -364,11 +364,7 @@ void MainWindow::OnClose()
     for (QPointer<QWidget>& window : m_modeless)               // 4.
         delete window.data();
     m_modeless.clear();
-    // A message still being left is filed before the line is closed under
-    // it, so that it goes into the store saved below.
-    if (const LineState* line = m_app.lineState;
-        line != nullptr && line->AnswerMachineOn != 0 && line->CallState == 1 && line->Connected != 0)
-        m_services.answerMachine->callEnded(m_app);
+    // A message still being left is filed first, into the store saved below.
     m_services.line->close(m_app);                             // 5.
 
     setStatusText(QString::fromLatin1(kSavingStore));          // 6.

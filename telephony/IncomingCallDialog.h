@@ -7,7 +7,8 @@
 // shows them again on WM_USER+12 (post it when WM_USER+121 arrives). It reads
 // "PhWarn" into AppData::PhoneWarning (missing: "N" is written, warning off).
 //
-// "&Answer" (button 1): CallAnsweredByUser = 1, picked up, exec() gives IDOK.
+// "&Answer" (button 1, greyed unless setCanPickUp): CallAnsweredByUser = 1,
+// picked up, exec() gives IDOK.
 // "&Message" (button 2): CallAnsweredByUser = 1, not picked up (the answer
 // machine takes the call), exec() gives IDCANCEL. Closing it by its frame:
 // not picked up, CallAnsweredByUser unchanged, IDCANCEL.
@@ -33,6 +34,9 @@ public:
 
     IncomingCallDialog(AppData& app, LineState* line, const ProgramResources& resources, QWidget* parent = nullptr);
     ~IncomingCallDialog() override;
+
+    // "&Answer" is greyed until a phone recorder can take the call picked up.
+    void setCanPickUp(bool can);
 
     bool pickedUp() const { return m_pickedUp; }
     // The caller hung up while the window was up: it stops ringing and

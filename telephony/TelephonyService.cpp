@@ -120,10 +120,20 @@ TelephonyService::StartResult TelephonyService::startMonitoring(QObject* mainWin
     return StartResult::OpenFailed;
 }
 
-void TelephonyService::stopMonitoring()
+void TelephonyService::closeLine()
 {
+    if (m_answerMachine != nullptr && m_app != nullptr && m_line != nullptr && m_line->AnswerMachineOn != 0 &&
+        m_line->CallState == 1 && m_line->Connected != 0)
+        m_answerMachine->callEnded(*m_app);
+    if (m_line != nullptr && m_line->CallHandle != 0)
+        lineDrop(m_line->CallHandle, nullptr, 0);
     m_line = Ek7TapiClose();
     m_status = kInactive;
+}
+
+void TelephonyService::stopMonitoring()
+{
+    closeLine();
 }
 
 long TelephonyService::selectModem(QWidget* owner)
@@ -156,6 +166,7 @@ TelephonyService::IncomingChoice TelephonyService::runIncomingCall(QWidget* owne
 {
     if (!m_incoming)
         m_incoming = new IncomingCallDialog(*m_app, m_line, m_resources, owner);
+    m_incoming->setCanPickUp(m_phoneRecorder);
     m_incoming->exec();
     const bool pickedUp = m_incoming && m_incoming->pickedUp();
     const bool hungUp = m_incoming && m_incoming->callerHungUp();
@@ -180,9 +191,6 @@ void TelephonyService::forwardCallerId()
 void TelephonyService::close(AppData& app)
 {
     delete m_incoming.data();
-    if (m_line != nullptr && m_line->CallHandle != 0)
-        lineDrop(m_line->CallHandle, nullptr, 0);
-    m_line = Ek7TapiClose();
+    closeLine();
     app.lineState = m_line;
-    m_status = kInactive;
 }

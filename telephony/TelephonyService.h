@@ -56,8 +56,8 @@ public:
     // monitored and starts it again afterwards, whatever the choice. The
     // device chosen (DeviceId, DeviceChosen 1), or -1.
     long selectModem(QWidget* owner) override;
-    // Exit: frees the incoming-call window, drops a present call (lineDrop),
-    // Ek7TapiClose. The one-second wait after it is the caller's.
+    // Exit: frees the incoming-call window, files a message being left,
+    // drops a present call (lineDrop), Ek7TapiClose. The one-second wait after it is the caller's.
     void close(AppData& app) override;
     std::string statusText() const override { return m_status; }
     bool monitoring() const override;
@@ -69,7 +69,7 @@ public:
     // Command 2003: reads "Rings" (missing: writes "3"), then Ek7TapiInit and
     // Ek7TapiOpen(mainWindow) unless already monitoring.
     StartResult startMonitoring(QObject* mainWindow) override;
-    // Command 2004: Ek7TapiClose; status inactive.
+    // Command 2004: files a message being left, Ek7TapiClose; status inactive.
     void stopMonitoring() override;
     // Command 2002: selectModem; when DeviceChosen is set afterwards, "CommID"
     // is written as DeviceId in hexadecimal and true returned (menu: 2003
@@ -84,11 +84,21 @@ public:
     void callEnded() override;
     IncomingCallDialog* incomingCallDialog() const { return m_incoming.data(); }
 
+    // The answer machine whose message still being left is filed before the
+    // line closes under it (exit, 2004, 2002): the line library drops the call
+    // on closing and never reports its end. AnswerMachine registers itself.
+    void setAnswerMachine(AnswerMachineService* machine) { m_answerMachine = machine; }
+    // "&Answer" in the incoming-call window picks a call up only where a
+    // phone recorder can take it; until then the button is greyed.
+    void setPhoneRecorderAvailable(bool available) { m_phoneRecorder = available; }
+
     LineState* lineState() const { return m_line; }
     const ProgramResources& resources() const { return m_resources; }
 
 private:
     ProfileSettings profile() const;
+    // Every way of closing the line: the message in progress first.
+    void closeLine();
 
     ProgramResources m_resources;
     AppData* m_app = nullptr;
@@ -96,4 +106,6 @@ private:
     QObject* m_window = nullptr;
     std::string m_status = kInactive;
     QPointer<IncomingCallDialog> m_incoming;
+    AnswerMachineService* m_answerMachine = nullptr;
+    bool m_phoneRecorder = false;
 };

@@ -128,7 +128,11 @@ TEST_F(AnswerMachineWindow, TheRecIdIsTakenAtTheAnswerAndADroppedLineStillFilesW
     EXPECT_LT(heard.soundSeconds, 3.0);
 }
 
-TEST_F(AnswerMachineWindow, AMessageBeingLeftWhenNavoClosesIsFiledAndSaved)
+// Every way the line closes under a message being left files it first: the
+// exit, Stop Monitoring (2004) and Modem Selection (2002).
+class LineClosedDuringAMessage : public AnswerMachineWindow, public ::testing::WithParamInterface<int> {};
+
+TEST_P(LineClosedDuringAMessage, TheMessageIsFiledAndSaved)
 {
     start();
     ASSERT_TRUE(SineFiles::write(voice(), 600, 6.0));
@@ -137,6 +141,14 @@ TEST_F(AnswerMachineWindow, AMessageBeingLeftWhenNavoClosesIsFiledAndSaved)
                   QString::fromStdString(voice())});
     ASSERT_TRUE(waitUntil([&] { return app.lineState->Recording == 1; }));
     MessageLog::pump(1000);
+    if (GetParam() == ID_MODEM_SELECTION) {
+        QTimer::singleShot(0, [] {
+            if (QWidget* dialog = QApplication::activeModalWidget())
+                dialog->close();  // cancelled: the same modem, monitored again
+        });
+    }
+    if (GetParam() != 0)
+        window->runCommand(GetParam());
     window->OnClose();
     EXPECT_EQ(caller.finish(), 0);
     EXPECT_TRUE(caller.outputHas(QStringLiteral("Navo hung up"))) << caller.output().toStdString();
@@ -147,6 +159,9 @@ TEST_F(AnswerMachineWindow, AMessageBeingLeftWhenNavoClosesIsFiledAndSaved)
     EXPECT_LT(heard.soundSeconds, 3.0);
     EXPECT_FALSE(line.monitoring());
 }
+
+INSTANTIATE_TEST_SUITE_P(ExitStopMonitoringAndModemSelection, LineClosedDuringAMessage,
+                         ::testing::Values(0, ID_STOP_MONITORING, ID_MODEM_SELECTION));
 
 TEST_F(AnswerMachineWindow, AMessageThatReachesMaxMessageIsCutAndFiled)
 {

@@ -19,9 +19,11 @@
 //                                  CallHandle set, CallInProgress 1)
 //   WM_USER+121 kEk7MsgCallerId    CallerIdValid 1, CallerNumber/CallerName set
 //   WM_USER+105 kEk7MsgRing        a ring was heard; wParam = RingCount
-//   WM_USER+120 kEk7MsgAnswerNow   RingCount reached Rings (once per call, and
-//                                  whether or not AnswerMachineOn is set; with
-//                                  Rings 0 or less right after +106)
+//   WM_USER+120 kEk7MsgAnswerNow   RingCount reached Rings with AnswerMachineOn
+//                                  set (once per call, never after
+//                                  Ek7TapiAnswer; with Rings 0 or less right
+//                                  after +106). With the machine off no ring
+//                                  asks for an answer.
 //   WM_USER+107 kEk7MsgConnected   the call is connected (after Ek7TapiAnswer,
 //                                  or the far end answered Ek7TapiDial)
 //   WM_USER+110 kEk7MsgRecording   recording from the line has started

@@ -216,10 +216,9 @@ void SipLineProvider::tick()
     if (!m_core)
         return;
     m_core->iterate();
-    if (m_playerEnded) {
-        // Handled here rather than inside the player's own callback, where
-        // closing the player would pull the ground from under it.
-        m_playerEnded = false;
+    // Handled here rather than inside the player's own callback, where
+    // closing the player would pull the ground from under it.
+    if (m_playerEnded.exchange(false)) {
         if (m_playing) {
             stopPlayer();
             m_events->playDone(m_handle);

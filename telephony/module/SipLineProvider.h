@@ -20,6 +20,7 @@
 // read), the ring period and the folder for liblinphone's own files.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <memory>
 #include <string>
@@ -94,7 +95,9 @@ private:
 
     std::shared_ptr<linphone::Player> m_player;
     bool m_playing = false;
-    bool m_playerEnded = false;
+    // Set by the player's listener, which the stack may call from its media
+    // thread; read and cleared by tick.
+    std::atomic<bool> m_playerEnded{false};
     bool m_forgetCalls = false;  // a call ended: the stack's own call history goes
 
     std::string m_callRecordFile;  // the call's own recorder file

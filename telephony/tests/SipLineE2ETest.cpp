@@ -125,6 +125,7 @@ protected:
         log = std::make_unique<MessageLog>(state);
         ASSERT_TRUE(SineFiles::write(greeting, 400, 0.5));
         state->Rings = 2;
+        state->AnswerMachineOn = 1;
         state->DeviceId = 0;
         ASSERT_EQ(Ek7TapiInit(0)->ErrorCode, kEk7Ok);
         ASSERT_EQ(Ek7TapiOpen(log->handle())->ErrorCode, kEk7Ok);

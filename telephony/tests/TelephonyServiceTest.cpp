@@ -218,8 +218,8 @@ TEST_F(TelephonyServiceTest, ConnectedCallIsWaitingForTheUserUnlessTheAnswerMach
     bool waitingWhileConnected = false;
     bool waitingWithMachine = true;
     log->onMessage = [&](const LoggedMessage& m) {
-        if (m.message == kEk7MsgAnswerNow)
-            Ek7TapiAnswer();
+        if (m.message == kEk7MsgOffered)
+            Ek7TapiAnswer();  // as a user picking up
         if (m.message == kEk7MsgConnected) {
             waitingWhileConnected = service.callWaitingForUser();
             app.lineState->AnswerMachineOn = 1;
@@ -243,8 +243,8 @@ TEST_F(TelephonyServiceTest, ExitDropsACallInProgressAndClosesTheLine)
     profile.write(settings::kRings, "1");
     ASSERT_EQ(service.startMonitoring(log.get()), TelephonyService::StartResult::Started);
     log->onMessage = [&](const LoggedMessage& m) {
-        if (m.message == kEk7MsgAnswerNow)
-            Ek7TapiAnswer();
+        if (m.message == kEk7MsgOffered)
+            Ek7TapiAnswer();  // as a user picking up
     };
     NavoLineProcess caller(setup.socketPath());
     caller.start({"call", "--rings", "4", "--speak-after", "answer", "--hold", "10000"});
@@ -263,8 +263,8 @@ TEST_F(TelephonyServiceTest, LineDropThroughTheBindingEndsTheCallWithItsMessages
     profile.write(settings::kRings, "1");
     ASSERT_EQ(service.startMonitoring(log.get()), TelephonyService::StartResult::Started);
     log->onMessage = [&](const LoggedMessage& m) {
-        if (m.message == kEk7MsgAnswerNow)
-            Ek7TapiAnswer();
+        if (m.message == kEk7MsgOffered)
+            Ek7TapiAnswer();  // as a user picking up
         if (m.message == kEk7MsgConnected) {
             EXPECT_EQ(lineDrop(app.lineState->CallHandle, nullptr, 0), 0);
         }

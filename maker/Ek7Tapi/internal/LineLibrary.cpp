@@ -219,6 +219,7 @@ LineState* LineLibrary::answer()
     m_recordedThisCall = false;
     if (m_fn.lineAnswer(m_state.CallHandle, nullptr, 0) != 0)
         return result(kEk7AnswerFailed);
+    m_answerPosted = true;  // answered already: a later ring asks for nothing
     return result(kEk7Ok);
 }
 
@@ -436,10 +437,7 @@ void LineLibrary::onCallState(HCALL call, TAPIDWORD state, TAPIDWORD mode)
         m_state.CallEndFlag = 0;
         m_state.CallAnsweredByUser = 0;
         post(kEk7MsgOffered);
-        if (m_state.Rings <= 0) {
-            m_answerPosted = true;
-            post(kEk7MsgAnswerNow);
-        }
+        postAnswerNowWhenDue();
         return;
     }
     if (call != m_state.CallHandle)
@@ -493,10 +491,18 @@ void LineLibrary::onRinging()
         return;
     ++m_state.RingCount;
     post(kEk7MsgRing, static_cast<WPARAM>(m_state.RingCount));
-    if (!m_answerPosted && m_state.RingCount >= m_state.Rings) {
-        m_answerPosted = true;
-        post(kEk7MsgAnswerNow);
-    }
+    postAnswerNowWhenDue();
+}
+
+void LineLibrary::postAnswerNowWhenDue()
+{
+    // Only for the answer machine: a call answered with the machine off would
+    // be a caller left in silence. The machine switched on later (for this
+    // one call) answers by itself.
+    if (m_answerPosted || m_state.AnswerMachineOn == 0 || m_state.RingCount < m_state.Rings)
+        return;
+    m_answerPosted = true;
+    post(kEk7MsgAnswerNow);
 }
 
 void LineLibrary::onCallInfo(HCALL call)

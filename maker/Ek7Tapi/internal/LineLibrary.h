@@ -68,6 +68,7 @@ private:
 
     void onCallState(HCALL call, TAPIDWORD state, TAPIDWORD mode);
     void onRinging();
+    void postAnswerNowWhenDue();
     void onCallInfo(HCALL call);
     void onPlayDone(HCALL call);
     void onLineClosed();

@@ -44,6 +44,7 @@ protected:
     void openLine(int rings)
     {
         state->Rings = rings;
+        state->AnswerMachineOn = 1;  // the window below acts as the answer machine
         state->DeviceId = 0;
         Ek7TapiInit(0);
         ASSERT_EQ(state->ErrorCode, kEk7Ok);
@@ -208,6 +209,21 @@ TEST_F(TestLineCall, CallerWhoHangsUpBeforeTheRingCountIsNeverAnswered)
     EXPECT_EQ(log->first(kEk7MsgDisconnected)->state.CallState, 0);
     EXPECT_EQ(saveResult, -1);
     EXPECT_EQ(state->CallState, 0);
+}
+
+TEST_F(TestLineCall, WithTheAnswerMachineOffNoRingAsksForAnAnswer)
+{
+    openLine(1);
+    state->AnswerMachineOn = 0;
+    actAsAnswerMachine();
+    NavoLineProcess caller(setup.socketPath());
+    caller.start({"call", "--rings", "3"});
+    EXPECT_EQ(caller.finish(), 4) << caller.output().toStdString();
+    EXPECT_TRUE(caller.outputHas("not answered after 3 rings"));
+    ASSERT_TRUE(log->waitFor(kEk7MsgIdle));
+    EXPECT_EQ(log->count(kEk7MsgRing), 3);
+    EXPECT_EQ(log->count(kEk7MsgAnswerNow), 0);
+    EXPECT_EQ(log->count(kEk7MsgConnected), 0);
 }
 
 TEST_F(TestLineCall, ASecondCallerDuringACallHearsBusy)
