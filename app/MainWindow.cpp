@@ -684,6 +684,11 @@ void MainWindow::handleWindowMessage(UINT message, WPARAM wParam, LPARAM)
     case kTemplateRecording:
         OutputDebugString("Recording from a template is not in this build\n");
         break;
+    case kEk7MsgLineClosed:
+        m_services.line->lineClosed(static_cast<int>(wParam));
+        applyMonitoringMenus();
+        showLineStatus();
+        break;
     default:
         handleLineMessage(message);
         break;

@@ -21,7 +21,13 @@
 // forwardCallerId() on +121.
 //
 // Status texts: "Line monitoring active", "Line monitoring inactive" (also
-// before anything was tried), "Failed to start line monitoring".
+// before anything was tried), "Failed to start line monitoring" (also once
+// the line has stopped by itself).
+//
+// Failures name their cause: a modem that is gone (749), one that carries no
+// voice (751), and for the SIP line a port in use, incomplete settings, a
+// password file others can read, and a registrar that refuses the account or
+// does not answer each have a message of their own.
 #pragma once
 
 #include <QPointer>
@@ -82,6 +88,10 @@ public:
     // WM_USER+121: the window, when open, shows the caller again.
     void forwardCallerId() override;
     void callEnded() override;
+    // WM_USER+155: the line stopped by itself (a SIP registrar refused the
+    // account or stopped answering): says why; status failed. The device
+    // stays chosen, so monitoring can be started again.
+    void lineClosed(int reason) override;
     IncomingCallDialog* incomingCallDialog() const { return m_incoming.data(); }
 
     // The answer machine whose message still being left is filed before the

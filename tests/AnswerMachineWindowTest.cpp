@@ -106,28 +106,6 @@ TEST_F(AnswerMachineWindow, ACallerWhoHangsUpBeforeTheRingCountLeavesNothing)
     EXPECT_FALSE(workspaceHas(".vxs"));
 }
 
-TEST_F(AnswerMachineWindow, TheRecIdIsTakenAtTheAnswerAndADroppedLineStillFilesWhatWasSaid)
-{
-    start();
-    ASSERT_TRUE(SineFiles::write(voice(), 600, 6.0));
-    window->fillList(kListPhone);
-    NavoLineProcess caller(setup.socketPath());
-    caller.start({"call", "--rings", "6", "--number", "555 0199", "--name", "Dropped Line", "--say",
-                  QString::fromStdString(voice())});
-    ASSERT_TRUE(waitUntil([&] { return app.lineState->Recording == 1; }));
-    // Answered: the RecID is written already, long before anything is filed.
-    EXPECT_EQ(profile().read("RecID"), "00000001");
-    EXPECT_EQ(model()->rowCount(), 0);
-    MessageLog::pump(1000);
-    caller.kill();  // the line drops in the middle of the message
-    ASSERT_TRUE(waitUntil([&] { return model()->rowCount() == 1; }));
-
-    EXPECT_EQ(cell(0, 2), "Dropped Line");
-    const ToneMeasure heard = SineFiles::measure(filedSound("00000001"));
-    EXPECT_GT(heard.soundSeconds, 0.6);
-    EXPECT_LT(heard.soundSeconds, 3.0);
-}
-
 // Every way the line closes under a message being left files it first: the
 // exit, Stop Monitoring (2004) and Modem Selection (2002).
 class LineClosedDuringAMessage : public AnswerMachineWindow, public ::testing::WithParamInterface<int> {};

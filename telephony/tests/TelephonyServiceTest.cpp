@@ -125,16 +125,23 @@ TEST_F(TelephonyServiceTest, AModemThatIsGoneShowsMessage749AndDisablesMonitorin
     EXPECT_EQ(prompt.messages().size(), 1u);
 }
 
-TEST_F(TelephonyServiceTest, ALineInUseElsewhereAlsoCounts749)
+TEST_F(TelephonyServiceTest, ALineInUseElsewhereSaysSoAndCanBeStartedOnceFree)
 {
-    QLocalServer other;
-    ASSERT_TRUE(other.listen(QString::fromStdString(setup.socketPath())));
+    auto other = std::make_unique<QLocalServer>();
+    ASSERT_TRUE(other->listen(QString::fromStdString(setup.socketPath())));
     ScriptedPrompt prompt;
     prompt.answerMessage(IDOK);
     service.chooseDevice(0);
     EXPECT_EQ(service.startMonitoring(log.get()), TelephonyService::StartResult::OpenFailed);
     ASSERT_EQ(prompt.messages().size(), 1u);
-    EXPECT_EQ(prompt.messages()[0].text, LoadString(749));
+    EXPECT_NE(prompt.messages()[0].text, LoadString(749)) << "told the modem is gone";
+    EXPECT_NE(prompt.messages()[0].text.find("in use by another program"), std::string::npos);
+    EXPECT_EQ(service.statusText(), "Failed to start line monitoring");
+    // The device is still there: once the other program lets go, it is
+    // monitored without being chosen again.
+    EXPECT_TRUE(service.deviceChosen());
+    other.reset();
+    EXPECT_EQ(service.startMonitoring(log.get()), TelephonyService::StartResult::Started);
 }
 
 TEST_F(TelephonyServiceTest, IncomingCallWindowShowsTheCallerAndSendsTheCallToTheAnswerMachine)

@@ -71,7 +71,7 @@ private:
     void postAnswerNowWhenDue();
     void onCallInfo(HCALL call);
     void onPlayDone(HCALL call);
-    void onLineClosed();
+    void onLineClosed(LONG why);
     bool startRecording();
     void forgetCall();
 
