@@ -183,6 +183,16 @@ TEST_F(PhoneWiring, MonitoringCommandsAndModemSelectionSetTheMenuAndStatus)
     EXPECT_FALSE(enabled(ID_STOP_MONITORING));
     EXPECT_EQ(fake.calls, (std::vector<std::string>{"start monitoring", "stop monitoring"}));
 
+    // The line stops by itself (a registrar refused the account): the line
+    // says why and the menus let monitoring be started again.
+    window->runCommand(ID_START_MONITORING);
+    PostMessage(window->handle(), kEk7MsgLineClosed, kEk7RegistrationRefused, 0);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(fake.calls.back(), "line closed " + std::to_string(kEk7RegistrationRefused));
+    EXPECT_TRUE(enabled(ID_START_MONITORING));
+    EXPECT_FALSE(enabled(ID_STOP_MONITORING));
+    fake.calls.clear();
+
     // Refused silently without a device: the status stays as it was.
     const QString before = status();
     fake.startResult = StartResult::NoDevice;
