@@ -294,7 +294,7 @@ void MainWindow::OnClose()
     for (QPointer<QWidget>& window : m_modeless)               // 4.
         delete window.data();
     m_modeless.clear();
-    m_phone->beforeLineClosed();
+    // A message still being left is filed first, into the store saved below.
     m_services.line->close(m_app);                             // 5.
 
     setStatusText(QString::fromLatin1(kSavingStore));          // 6.
@@ -524,6 +524,9 @@ void MainWindow::handleWindowMessage(UINT message, WPARAM wParam, LPARAM)
         break;
     case kTemplateRecording:
         OutputDebugString("Recording from a template is not in this build\n");
+        break;
+    case kEk7MsgLineClosed:
+        applyPhone(m_phone->lineClosed(static_cast<int>(wParam)));
         break;
     default:
         applyPhone(m_phone->lineMessage(message, this));

@@ -93,6 +93,9 @@ public:
     // WM_USER+150: an incoming-call window still open stops ringing and
     // closes, its runIncomingCall answering CallerHungUp.
     virtual void callEnded() = 0;
+    // WM_USER+157 (wParam the reason): the line stopped by itself and is
+    // closed; the user is told why. Nothing to do for a build without a line.
+    virtual void lineClosed(int /*reason*/) {}
 };
 
 class DiaryService {

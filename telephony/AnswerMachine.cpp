@@ -30,9 +30,13 @@ AnswerMachine::AnswerMachine(TelephonyService& line) : m_line(line)
 {
     m_lengthWatch.setInterval(kLengthCheckMs);
     QObject::connect(&m_lengthWatch, &QTimer::timeout, [this] { watchLength(); });
+    m_line.setAnswerMachine(this);
 }
 
-AnswerMachine::~AnswerMachine() = default;
+AnswerMachine::~AnswerMachine()
+{
+    m_line.setAnswerMachine(nullptr);
+}
 
 ProfileSettings AnswerMachine::profileOf(const AppData& app)
 {
@@ -94,13 +98,17 @@ void AnswerMachine::forThisCall(AppData& app, bool take)
     m_forThisCallOnly = take;
     line->AnswerMachineOn = take ? 1 : 0;
     // The ring count may have been reached while the incoming-call window
-    // waited for the user: the call is up already and has heard nothing.
-    if (take && line->CallState == 1 && line->Connected != 0)
-        playGreeting(app);
+    // waited for the user: the line asked for no answer then (the machine
+    // was off), so it is answered now.
+    if (take && line->CallState == 1 && line->Connected == 0 && line->RingCount >= line->Rings)
+        answerCall(app);
 }
 
 void AnswerMachine::answerCall(AppData& app)
 {
+    const LineState* present = state();
+    if (present == nullptr || present->AnswerMachineOn == 0 || present->CallState != 1 || present->CallHandle == 0)
+        return;  // only the machine answers here, and only an offered call
     // A message answered before but never filed (the machine was off when
     // that call ended) leaves nothing behind.
     m_message.discardWorkFiles();

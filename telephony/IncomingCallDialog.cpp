@@ -19,6 +19,7 @@ IncomingCallDialog::IncomingCallDialog(LineState* line, const ProgramResources& 
     assignControlNumbers(this);
     connect(m_ui->answerButton, &QPushButton::clicked, this, [this] { decide(true); });
     connect(m_ui->messageButton, &QPushButton::clicked, this, [this] { decide(false); });
+    setCanPickUp(false);
 
     m_ring.start(resources.url(IDR_WAVE_RING));
     if (m_line != nullptr && m_line->CallerIdValid == 1) {
@@ -28,6 +29,12 @@ IncomingCallDialog::IncomingCallDialog(LineState* line, const ProgramResources& 
 }
 
 IncomingCallDialog::~IncomingCallDialog() = default;
+
+void IncomingCallDialog::setCanPickUp(bool can)
+{
+    m_ui->answerButton->setEnabled(can);
+    (can ? m_ui->answerButton : m_ui->messageButton)->setDefault(true);
+}
 
 void IncomingCallDialog::showCaller()
 {

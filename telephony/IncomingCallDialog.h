@@ -7,7 +7,8 @@
 // shows them again on WM_USER+12 (post it when WM_USER+121 arrives). It
 // reads no settings: the "PhWarn" switch is read before it is shown.
 //
-// "&Answer" (button 1): CallAnsweredByUser = 1, picked up, exec() gives IDOK.
+// "&Answer" (button 1, greyed unless setCanPickUp): CallAnsweredByUser = 1,
+// picked up, exec() gives IDOK.
 // "&Message" (button 2): CallAnsweredByUser = 1, not picked up (the answer
 // machine takes the call), exec() gives IDCANCEL. Closing it by its frame:
 // not picked up, CallAnsweredByUser unchanged, IDCANCEL.
@@ -32,6 +33,9 @@ public:
 
     IncomingCallDialog(LineState* line, const ProgramResources& resources, QWidget* parent = nullptr);
     ~IncomingCallDialog() override;
+
+    // "&Answer" is greyed until a phone recorder can take the call picked up.
+    void setCanPickUp(bool can);
 
     bool pickedUp() const { return m_pickedUp; }
     // The caller hung up while the window was up: it stops ringing and

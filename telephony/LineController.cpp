@@ -202,9 +202,9 @@ LineController::Refresh LineController::callEnded()
     return Refresh::LineState;
 }
 
-void LineController::beforeLineClosed()
+LineController::Refresh LineController::lineClosed(int reason)
 {
-    if (const LineState* line = m_app.lineState;
-        line != nullptr && line->AnswerMachineOn != 0 && line->CallState == 1 && line->Connected != 0)
-        m_machine.callEnded(m_app);
+    m_line.lineClosed(reason);
+    applyMonitoring();
+    return Refresh::Status;
 }

@@ -70,9 +70,9 @@ public:
     // parents the incoming-call window. Messages that need nothing (a ring,
     // busy, dialling, playing, idle, and any other) give Nothing.
     Refresh lineMessage(UINT message, QWidget* owner);
-    // Shutdown, before the line is closed: a message still being left is
-    // filed so that it goes into the store saved afterwards.
-    void beforeLineClosed();
+    // WM_USER+157: the line stopped by itself (wParam the reason); the user
+    // is told why and monitoring can be started again.
+    Refresh lineClosed(int reason);
 
 private:
     Refresh apply(AnswerMachineService::Switch result);

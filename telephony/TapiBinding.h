@@ -1,5 +1,5 @@
 // The program's own TAPI calls, bound lazily to the provider module (the
-// stand-in for TAPI32.DLL; see maker/Ek7Tapi/TapiModule.h for where it is
+// stand-in for TAPI32.DLL; see maker/TapiAbi/TapiAbi.h for where it is
 // looked for), never linked at build time.
 //
 // One cached address per TAPI 2 line function, 0 until first needed. The
@@ -19,7 +19,7 @@
 #include <string>
 #include <vector>
 
-#include "maker/Ek7Tapi/TapiModule.h"
+#include "maker/TapiAbi/TapiAbi.h"
 #include "platform/DynamicLibrary.h"
 #include "platform/WinTypes.h"
 

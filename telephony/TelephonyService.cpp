@@ -26,6 +26,33 @@ bool deviceGone(int reason)
     return reason == kEk7DeviceMissing || reason == kEk7OpenFailed || reason == kEk7DeviceGone;
 }
 
+// What the user is told when the line cannot be opened or stops by itself
+// for a reason of its own settings or network; empty for the other reasons.
+std::string lineTrouble(int reason)
+{
+    switch (reason) {
+    case kEk7LineInUse:
+        return "The telephone line is in use by another program, so Navo cannot monitor it.\n\n"
+               "For the SIP line this means another program holds its UDP port: close that program or give "
+               "the line another port.";
+    case kEk7LineSettings:
+        return "The telephone line's settings are incomplete: an account at a registrar needs both a user "
+               "and a domain that make a valid SIP address.\n\nCorrect the line's settings, then start "
+               "monitoring again.";
+    case kEk7PasswordFile:
+        return "The password file of the telephone line's account cannot be used: it is missing or "
+               "unreadable, or other users can read it.\n\nIt must be readable by you only (chmod 600).";
+    case kEk7RegistrationRefused:
+        return "The registrar refused the telephone line's account: check its user name and password.\n\n"
+               "Line monitoring has stopped.";
+    case kEk7RegistrarUnreachable:
+        return "The registrar of the telephone line's account does not answer: check its domain and the "
+               "network connection.\n\nLine monitoring has stopped.";
+    default:
+        return std::string();
+    }
+}
+
 }  // namespace
 
 TelephonyService::TelephonyService(ProgramResources resources) : m_resources(std::move(resources)) {}
@@ -109,21 +136,45 @@ TelephonyService::StartResult TelephonyService::startMonitoring(QObject* mainWin
         return StartResult::Started;
     }
     const int reason = m_line->ErrorCode;
+    m_status = kFailed;
+    if (const std::string trouble = lineTrouble(reason); !trouble.empty()) {
+        // The device is there; once the cause is put right it can be
+        // monitored again without choosing it anew.
+        AfxMessageBox(trouble, MB_OK | MB_ICONEXCLAMATION);
+        return StartResult::OpenFailed;
+    }
     if (deviceGone(reason))
         AfxMessageBox(LoadString(749), MB_OK | MB_ICONINFORMATION);
     else if (reason == kEk7DeviceUnusable)
         AfxMessageBox(LoadString(751), MB_OK | MB_ICONINFORMATION);
     else
         LineFailureReport::show(reason);
-    m_status = kFailed;
     m_line->DeviceChosen = 0;
     return StartResult::OpenFailed;
 }
 
-void TelephonyService::stopMonitoring()
+void TelephonyService::lineClosed(int reason)
 {
+    // The library has closed the line already.
+    m_status = kFailed;
+    const std::string trouble = lineTrouble(reason);
+    AfxMessageBox(trouble.empty() ? LoadString(749) : trouble, MB_OK | MB_ICONEXCLAMATION);
+}
+
+void TelephonyService::closeLine()
+{
+    if (m_answerMachine != nullptr && m_app != nullptr && m_line != nullptr && m_line->AnswerMachineOn != 0 &&
+        m_line->CallState == 1 && m_line->Connected != 0)
+        m_answerMachine->callEnded(*m_app);
+    if (m_line != nullptr && m_line->CallHandle != 0)
+        lineDrop(m_line->CallHandle, nullptr, 0);
     m_line = Ek7TapiClose();
     m_status = kInactive;
+}
+
+void TelephonyService::stopMonitoring()
+{
+    closeLine();
 }
 
 long TelephonyService::selectModem(QWidget* owner)
@@ -156,6 +207,7 @@ TelephonyService::IncomingChoice TelephonyService::runIncomingCall(QWidget* owne
 {
     if (!m_incoming)
         m_incoming = new IncomingCallDialog(m_line, m_resources, owner);
+    m_incoming->setCanPickUp(m_phoneRecorder);
     m_incoming->exec();
     const bool pickedUp = m_incoming && m_incoming->pickedUp();
     const bool hungUp = m_incoming && m_incoming->callerHungUp();
@@ -180,9 +232,6 @@ void TelephonyService::forwardCallerId()
 void TelephonyService::close(AppData& app)
 {
     delete m_incoming.data();
-    if (m_line != nullptr && m_line->CallHandle != 0)
-        lineDrop(m_line->CallHandle, nullptr, 0);
-    m_line = Ek7TapiClose();
+    closeLine();
     app.lineState = m_line;
-    m_status = kInactive;
 }

@@ -21,7 +21,13 @@
 // forwardCallerId() on +121.
 //
 // Status texts: "Line monitoring active", "Line monitoring inactive" (also
-// before anything was tried), "Failed to start line monitoring".
+// before anything was tried), "Failed to start line monitoring" (also once
+// the line has stopped by itself).
+//
+// Failures name their cause: a modem that is gone (749), one that carries no
+// voice (751), and for the SIP line a port in use, incomplete settings, a
+// password file others can read, and a registrar that refuses the account or
+// does not answer each have a message of their own.
 #pragma once
 
 #include <QPointer>
@@ -56,8 +62,8 @@ public:
     // monitored and starts it again afterwards, whatever the choice. The
     // device chosen (DeviceId, DeviceChosen 1), or -1.
     long selectModem(QWidget* owner) override;
-    // Exit: frees the incoming-call window, drops a present call (lineDrop),
-    // Ek7TapiClose. The one-second wait after it is the caller's.
+    // Exit: frees the incoming-call window, files a message being left,
+    // drops a present call (lineDrop), Ek7TapiClose. The one-second wait after it is the caller's.
     void close(AppData& app) override;
     std::string statusText() const override { return m_status; }
     bool monitoring() const override;
@@ -69,7 +75,7 @@ public:
     // Command 2003: reads "Rings" (missing: writes "3"), then Ek7TapiInit and
     // Ek7TapiOpen(mainWindow) unless already monitoring.
     StartResult startMonitoring(QObject* mainWindow) override;
-    // Command 2004: Ek7TapiClose; status inactive.
+    // Command 2004: files a message being left, Ek7TapiClose; status inactive.
     void stopMonitoring() override;
     // Command 2002: selectModem; when DeviceChosen is set afterwards, "CommID"
     // is written as DeviceId in hexadecimal and true returned (menu: 2003
@@ -82,13 +88,27 @@ public:
     // WM_USER+121: the window, when open, shows the caller again.
     void forwardCallerId() override;
     void callEnded() override;
+    // WM_USER+157: the line stopped by itself (a SIP registrar refused the
+    // account or stopped answering): says why; status failed. The device
+    // stays chosen, so monitoring can be started again.
+    void lineClosed(int reason) override;
     IncomingCallDialog* incomingCallDialog() const { return m_incoming.data(); }
+
+    // The answer machine whose message still being left is filed before the
+    // line closes under it (exit, 2004, 2002): the line library drops the call
+    // on closing and never reports its end. AnswerMachine registers itself.
+    void setAnswerMachine(AnswerMachineService* machine) { m_answerMachine = machine; }
+    // "&Answer" in the incoming-call window picks a call up only where a
+    // phone recorder can take it; until then the button is greyed.
+    void setPhoneRecorderAvailable(bool available) { m_phoneRecorder = available; }
 
     LineState* lineState() const { return m_line; }
     const ProgramResources& resources() const { return m_resources; }
 
 private:
     ProfileSettings profile() const;
+    // Every way of closing the line: the message in progress first.
+    void closeLine();
 
     ProgramResources m_resources;
     AppData* m_app = nullptr;
@@ -96,4 +116,6 @@ private:
     QObject* m_window = nullptr;
     std::string m_status = kInactive;
     QPointer<IncomingCallDialog> m_incoming;
+    AnswerMachineService* m_answerMachine = nullptr;
+    bool m_phoneRecorder = false;
 };

@@ -1,7 +1,8 @@
 // The answer machine through the main window over the SIP line: baresip, a
 // SIP client we did not write, calls Navo over loopback with a display name
-// and a number; the message it leaves appears in the Phone list, and a
-// caller who falls silent is cut off after "Silence" seconds. Runs inside
+// and a number and falls silent: it is cut off after "Silence" seconds (read
+// from the SIP stack's own level meter) and what it said appears in the
+// Phone list. Runs inside
 // a private network namespace (telephony/tests/sip_e2e.sh), where only
 // 127.0.0.1 exists.
 #include <QDir>
@@ -73,31 +74,6 @@ protected:
         return LineWave::writeFile(voice, said, false) ? voice : std::string();
     }
 };
-
-TEST_F(AnswerMachineSip, ABaresipCallersMessageIsFiledUnderItsNameAndNumber)
-{
-    start();
-    ASSERT_EQ(app.lineState->AnswerMachineOn, 1);
-    window->fillList(kListPhone);
-
-    const std::string voice = writeVoice(3);
-    ASSERT_FALSE(voice.empty());
-
-    const QString output = callWithBaresip("Grace Brewster Hopper", "01614960000", voice, 5);
-    ASSERT_TRUE(waitUntil([&] { return model()->rowCount() == 1; }, 10000)) << output.toStdString();
-
-    EXPECT_EQ(label(IDC_PROGRESS_TEXT), "Total phone calls found = 1 : You have 1 new messages.");
-    EXPECT_EQ(cell(0, 1), "01614960000");
-    EXPECT_EQ(cell(0, 2), "Grace Brewster Hopper");
-    EXPECT_TRUE(sameImage(model()->index(0, 0).data(Qt::DecorationRole).value<QIcon>(), ":/res/images/row-new.png"));
-    const ToneMeasure heard = SineFiles::measure(filedSound("00000001"));
-    EXPECT_NEAR(heard.frequency, 600, 15);
-    EXPECT_NEAR(heard.soundSeconds, 1.5, 0.3);
-    std::printf("[ measured ] message over SIP: %.0f Hz for %.2f s of %.2f s\n", heard.frequency,
-                heard.soundSeconds, heard.seconds);
-    EXPECT_TRUE(line.monitoring());
-    EXPECT_EQ(app.lineState->AnswerMachineOn, 1);
-}
 
 TEST_F(AnswerMachineSip, ACallerSilentForTheSilenceSecondsIsCutBeforeBaresipHangsUp)
 {

@@ -101,29 +101,11 @@ TEST_F(AnswerMachineWindow, ACallerWhoHangsUpBeforeTheRingCountLeavesNothing)
     EXPECT_FALSE(workspaceHas(".vxs"));
 }
 
-TEST_F(AnswerMachineWindow, TheRecIdIsTakenAtTheAnswerAndADroppedLineStillFilesWhatWasSaid)
-{
-    start();
-    ASSERT_TRUE(SineFiles::write(voice(), 600, 6.0));
-    window->fillList(kListPhone);
-    NavoLineProcess caller(setup.socketPath());
-    caller.start({"call", "--rings", "6", "--number", "555 0199", "--name", "Dropped Line", "--say",
-                  QString::fromStdString(voice())});
-    ASSERT_TRUE(waitUntil([&] { return app.lineState->Recording == 1; }));
-    // Answered: the RecID is written already, long before anything is filed.
-    EXPECT_EQ(profile().read("RecID"), "00000001");
-    EXPECT_EQ(model()->rowCount(), 0);
-    MessageLog::pump(1000);
-    caller.kill();  // the line drops in the middle of the message
-    ASSERT_TRUE(waitUntil([&] { return model()->rowCount() == 1; }));
+// Every way the line closes under a message being left files it first: the
+// exit, Stop Monitoring (2004) and Modem Selection (2002).
+class LineClosedDuringAMessage : public AnswerMachineWindow, public ::testing::WithParamInterface<int> {};
 
-    EXPECT_EQ(cell(0, 2), "Dropped Line");
-    const ToneMeasure heard = SineFiles::measure(filedSound("00000001"));
-    EXPECT_GT(heard.soundSeconds, 0.6);
-    EXPECT_LT(heard.soundSeconds, 3.0);
-}
-
-TEST_F(AnswerMachineWindow, AMessageBeingLeftWhenNavoClosesIsFiledAndSaved)
+TEST_P(LineClosedDuringAMessage, TheMessageIsFiledAndSaved)
 {
     start();
     ASSERT_TRUE(SineFiles::write(voice(), 600, 6.0));
@@ -132,6 +114,14 @@ TEST_F(AnswerMachineWindow, AMessageBeingLeftWhenNavoClosesIsFiledAndSaved)
                   QString::fromStdString(voice())});
     ASSERT_TRUE(waitUntil([&] { return app.lineState->Recording == 1; }));
     MessageLog::pump(1000);
+    if (GetParam() == ID_MODEM_SELECTION) {
+        QTimer::singleShot(0, [] {
+            if (QWidget* dialog = QApplication::activeModalWidget())
+                dialog->close();  // cancelled: the same modem, monitored again
+        });
+    }
+    if (GetParam() != 0)
+        window->runCommand(GetParam());
     window->OnClose();
     EXPECT_EQ(caller.finish(), 0);
     EXPECT_TRUE(caller.outputHas(QStringLiteral("Navo hung up"))) << caller.output().toStdString();
@@ -142,6 +132,9 @@ TEST_F(AnswerMachineWindow, AMessageBeingLeftWhenNavoClosesIsFiledAndSaved)
     EXPECT_LT(heard.soundSeconds, 3.0);
     EXPECT_FALSE(line.monitoring());
 }
+
+INSTANTIATE_TEST_SUITE_P(ExitStopMonitoringAndModemSelection, LineClosedDuringAMessage,
+                         ::testing::Values(0, ID_STOP_MONITORING, ID_MODEM_SELECTION));
 
 TEST_F(AnswerMachineWindow, AMessageThatReachesMaxMessageIsCutAndFiled)
 {

@@ -140,6 +140,11 @@ public:
     }
     void forwardCallerId() override { calls.push_back("forward caller id"); }
     void callEnded() override { calls.push_back("line call ended"); }
+    void lineClosed(int reason) override
+    {
+        calls.push_back("line closed " + std::to_string(reason));
+        lineMonitoring = false;
+    }
     StartResult startResult = StartResult::Started;
     IncomingChoice incomingChoice = IncomingChoice::ToAnswerMachine;
     bool lineMonitoring = false;

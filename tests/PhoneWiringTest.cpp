@@ -97,12 +97,6 @@ TEST_F(LineControllerTest, LineMessagesReachTheAnswerMachineOnlyWhenTheLineState
                          LineController::kOutgoingCallRecorder, LineController::kListRoutine})
         EXPECT_EQ(controller.lineMessage(message, nullptr), Refresh::Nothing);
     EXPECT_EQ(fake.calls.size(), before);
-
-    // Shutdown files only a message being left on a connected call.
-    controller.beforeLineClosed();
-    block.Connected = 1;
-    controller.beforeLineClosed();
-    EXPECT_EQ(count("call ended"), 3);
 }
 
 TEST_F(LineControllerTest, CallerIdentityIsTracedAndForwarded)
@@ -187,6 +181,14 @@ TEST_F(LineControllerTest, MonitoringCommandsAndModemSelectionSetThePhoneMenu)
     EXPECT_FALSE(controller.menu().stopEnabled);
     EXPECT_EQ(fake.calls, (std::vector<std::string>{"start monitoring", "stop monitoring"}));
 
+    // The line stops by itself (a registrar refused the account): the line
+    // says why and monitoring can be started again.
+    controller.startMonitoring(nullptr);
+    EXPECT_EQ(controller.lineClosed(kEk7RegistrationRefused), Refresh::Status);
+    EXPECT_EQ(fake.calls.back(), "line closed " + std::to_string(kEk7RegistrationRefused));
+    EXPECT_TRUE(controller.menu().startEnabled);
+    EXPECT_FALSE(controller.menu().stopEnabled);
+
     // Refused silently without a device: the status stays as it was.
     fake.startResult = StartResult::NoDevice;
     EXPECT_EQ(controller.startMonitoring(nullptr), Refresh::Nothing);
@@ -256,10 +258,13 @@ TEST_F(PhoneWiring, ThePhoneMenuFollowsTheControllerWhateverAClickToggled)
     EXPECT_TRUE(enabled(ID_STOP_MONITORING));
     EXPECT_EQ(status().toStdString(), "Line monitoring inactive : Using Navo File : " + app.DataStorePath);
 
-    // A line message posted to the window reaches the controller.
+    // Line messages posted to the window reach the controller.
     PostMessage(window->handle(), kEk7MsgConnected, 0, 0);
     QCoreApplication::processEvents();
     EXPECT_EQ(fake.calls, (std::vector<std::string>{"answer machine on", "answer machine on", "call connected"}));
+    PostMessage(window->handle(), kEk7MsgLineClosed, kEk7RegistrationRefused, 0);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(fake.calls.back(), "line closed " + std::to_string(kEk7RegistrationRefused));
 }
 
 TEST_F(PhoneWiring, UseDictationAsGreetingTakesTheOneSelectedDictation)

@@ -19,9 +19,11 @@
 //                                  CallHandle set, CallInProgress 1)
 //   WM_USER+121 kEk7MsgCallerId    CallerIdValid 1, CallerNumber/CallerName set
 //   WM_USER+105 kEk7MsgRing        a ring was heard; wParam = RingCount
-//   WM_USER+120 kEk7MsgAnswerNow   RingCount reached Rings (once per call, and
-//                                  whether or not AnswerMachineOn is set; with
-//                                  Rings 0 or less right after +106)
+//   WM_USER+120 kEk7MsgAnswerNow   RingCount reached Rings with AnswerMachineOn
+//                                  set (once per call, never after
+//                                  Ek7TapiAnswer; with Rings 0 or less right
+//                                  after +106). With the machine off no ring
+//                                  asks for an answer.
 //   WM_USER+107 kEk7MsgConnected   the call is connected (after Ek7TapiAnswer,
 //                                  or the far end answered Ek7TapiDial)
 //   WM_USER+110 kEk7MsgRecording   recording from the line has started
@@ -38,6 +40,10 @@
 //                                  CallHandle and CallInProgress and frees the
 //                                  call (lineDeallocateCall here is allowed
 //                                  but not needed).
+//   WM_USER+157 kEk7MsgLineClosed  the line stopped by itself (a SIP registrar
+//                                  refused the account or stopped answering,
+//                                  the network went): it is closed already,
+//                                  Monitoring 0; wParam the reason (60-79).
 // Outgoing calls (Ek7TapiDial): +154 kEk7MsgDialStarted once the call exists,
 // +111 dialling, +152 proceeding, +153 ringing at the far end, +108 busy,
 // +109 no dial tone, then +107 or +150/+151 as above.
@@ -53,7 +59,7 @@
 #include <cstdint>
 #include <string>
 
-#include "maker/Ek7Tapi/TapiModule.h"
+#include "maker/TapiAbi/TapiAbi.h"
 #include "platform/WinTypes.h"
 
 // The line state block. The words marked "word n" are read by position by
@@ -103,9 +109,14 @@ enum Ek7TapiReason : std::int32_t {
     kEk7NotInitialised = 5,    // Ek7TapiInit has not run (or Ek7TapiClose ran since)
     kEk7DeviceUnusable = 42,   // the device carries no voice: it cannot be used with Navo
     kEk7DeviceMissing = 49,    // DeviceId names no device of this system
-    // 60-79: opening the line.
-    kEk7OpenFailed = 60,       // the provider could not open the line (in use, no network, bad settings)
+    // 60-79: opening the line, and the line stopping by itself.
+    kEk7OpenFailed = 60,       // the provider could not open the line, and cannot say why
+    kEk7LineInUse = 61,        // another program holds the line (a SIP line's UDP port)
+    kEk7LineSettings = 62,     // the line's settings are incomplete or invalid (half an account)
     kEk7DeviceGone = 63,       // the provider no longer has the device
+    kEk7PasswordFile = 64,     // the account's password file is missing, unreadable or readable by others
+    kEk7RegistrationRefused = 65,   // the registrar refused the account (user or password wrong)
+    kEk7RegistrarUnreachable = 66,  // the registrar did not answer
     // 80-99: listing devices.
     kEk7ListFailed = 80,       // no list given, or the library is not started
     kEk7DevCapsFailed = 81,
@@ -154,6 +165,7 @@ inline constexpr UINT kEk7MsgIdle = WM_USER + 151;
 inline constexpr UINT kEk7MsgProceeding = WM_USER + 152;
 inline constexpr UINT kEk7MsgRingBack = WM_USER + 153;
 inline constexpr UINT kEk7MsgDialStarted = WM_USER + 154;
+inline constexpr UINT kEk7MsgLineClosed = WM_USER + 157;
 
 // The list control Ek7TapiListDev fills.
 class Ek7TapiDeviceList {

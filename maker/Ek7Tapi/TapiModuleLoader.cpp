@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-#include "maker/Ek7Tapi/TapiModule.h"
+#include "maker/TapiAbi/TapiAbi.h"
 
 std::vector<std::string> TapiModuleLoader::candidates()
 {

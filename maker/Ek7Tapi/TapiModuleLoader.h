@@ -1,5 +1,5 @@
 // Finding and loading the telephony provider module, in the order given in
-// TapiModule.h. Both the line library and the program's own TAPI binding use
+// maker/TapiAbi/TapiAbi.h. Both the line library and the program's own TAPI binding use
 // it, so both reach the same loaded module and the same lines and calls.
 #pragma once
 

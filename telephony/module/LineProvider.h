@@ -9,7 +9,7 @@
 
 #include <string>
 
-#include "maker/Ek7Tapi/TapiModule.h"
+#include "maker/TapiAbi/TapiAbi.h"
 
 // What a provider reports; called on the provider's thread.
 class LineEvents {
@@ -25,14 +25,15 @@ public:
     // The offered call rang once more; count is 1 for the first ring.
     virtual void ringing(int count) = 0;
     virtual void playDone(HCALL call) = 0;
-    // The line stopped working by itself.
-    virtual void lineClosed() = 0;
+    // The line stopped working by itself: why (a NAVOERR_ value, 0 unknown).
+    // Reported once; the line is closed by its owner afterwards.
+    virtual void lineClosed(LONG reason) = 0;
 };
 
 class LineProvider {
 public:
     virtual ~LineProvider() = default;
-    // Starts listening for calls; 0 or a LINEERR_.
+    // Starts listening for calls; 0, a LINEERR_ or a NAVOERR_.
     virtual LONG open(LineEvents& events) = 0;
     // Ends any call (without reporting it) and stops the provider's thread.
     virtual void close() = 0;

@@ -1,7 +1,7 @@
 // The 16x16 icons lineGetIconA hands out, drawn once in code.
 #pragma once
 
-#include "maker/Ek7Tapi/TapiModule.h"
+#include "maker/TapiAbi/TapiAbi.h"
 
 class ProviderIcons {
 public:

@@ -21,18 +21,30 @@ void ProviderThread::start(std::chrono::milliseconds period, std::function<void(
 
 void ProviderThread::stop(std::function<void()> tearDown)
 {
-    if (!m_thread.joinable())
+    if (onThread()) {
+        // A thread cannot join itself: finish here, join later.
+        if (tearDown)
+            tearDown();
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_stopping = true;
         return;
+    }
+    std::thread thread;
     // tearDown is queued with the stop itself, so no tick can follow it.
     Request request{&tearDown};
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        if (tearDown)
+        if (!m_thread.joinable())
+            return;
+        // Taken out under the lock: a second stop finds nothing to join.
+        thread = std::move(m_thread);
+        if (tearDown && !m_stopping)
             m_requests.push_back(&request);
         m_stopping = true;
     }
     m_wake.notify_all();
-    m_thread.join();
+    thread.join();
+    m_threadId = std::thread::id();
     std::lock_guard<std::mutex> lock(m_mutex);
     m_running = false;
 }
@@ -62,6 +74,7 @@ void ProviderThread::tickBy(std::chrono::steady_clock::time_point when)
 
 void ProviderThread::loop(std::function<void()> setUp)
 {
+    m_threadId = std::this_thread::get_id();
     // Requests made while setUp runs wait for it: they are queued.
     if (setUp)
         setUp();

@@ -6,6 +6,7 @@
 // liblinphone in particular must never be called from two threads.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <deque>
@@ -22,7 +23,10 @@ public:
 
     // Starts the thread: setUp runs first on it; tick every period after.
     void start(std::chrono::milliseconds period, std::function<void()> setUp, std::function<void()> tick);
-    // Runs tearDown on the thread, then ends it. Safe to call twice.
+    // Runs tearDown on the thread, then ends it. Safe to call twice, and
+    // from two threads at once. Called on the thread itself (from a request
+    // or a tick), it runs tearDown there and ends the thread after the
+    // present work; the join is then left to the next stop or the destructor.
     void stop(std::function<void()> tearDown);
 
     // Runs work on the thread and waits for it (at once when called on the
@@ -37,7 +41,7 @@ public:
     // false when the thread is not running.
     bool run(const std::function<void()>& work);
 
-    bool onThread() const { return std::this_thread::get_id() == m_thread.get_id(); }
+    bool onThread() const { return std::this_thread::get_id() == m_threadId.load(); }
 
     // From tick on the thread: the next tick comes no later than when (a
     // ring due between two periods is then reported on time).
@@ -51,8 +55,11 @@ private:
         bool done = false;
     };
 
-    std::thread m_thread;
     std::mutex m_mutex;
+    std::thread m_thread;  // guarded by m_mutex
+    // Set by the thread itself before setUp runs, so setUp already finds
+    // itself on the thread (m_thread is assigned only after the start).
+    std::atomic<std::thread::id> m_threadId{};
     std::condition_variable m_wake;
     std::condition_variable m_finished;
     std::deque<Request*> m_requests;

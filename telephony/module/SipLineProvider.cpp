@@ -52,6 +52,12 @@ public:
     {
         m_provider.onCallState(call, static_cast<int>(state));
     }
+    void onAccountRegistrationStateChanged(const std::shared_ptr<linphone::Core>&,
+                                           const std::shared_ptr<linphone::Account>& account,
+                                           linphone::RegistrationState state, const std::string&) override
+    {
+        m_provider.onRegistration(static_cast<int>(state), account ? static_cast<int>(account->getError()) : 0);
+    }
 
 private:
     SipLineProvider& m_provider;
@@ -152,9 +158,9 @@ void SipLineProvider::setUp()
         payload->enable(mime == "PCMU" || mime == "PCMA");
     }
 
-    if (!addAccount()) {
+    if (const LONG account = addAccount(); account != 0) {
         m_core.reset();
-        m_openResult = LINEERR_OPERATIONFAILED;
+        m_openResult = account;
         return;
     }
 
@@ -173,20 +179,20 @@ void SipLineProvider::setUp()
     m_openResult = 0;
 }
 
-bool SipLineProvider::addAccount()
+LONG SipLineProvider::addAccount()
 {
     if (m_options.sipUser.empty() && m_options.sipDomain.empty())
-        return true;  // direct calls only
+        return 0;  // direct calls only
     if (m_options.sipUser.empty() || m_options.sipDomain.empty()) {
         warn("an account needs both sip_user and sip_domain");
-        return false;
+        return NAVOERR_LINESETTINGS;
     }
     std::string password;
     if (!m_options.sipPasswordFile.empty()) {
         std::string why;
         if (!PrivateFile::readFirstLine(m_options.sipPasswordFile, password, why)) {
             warn(why);
-            return false;
+            return NAVOERR_PASSWORDFILE;
         }
     }
     auto factory = linphone::Factory::get();
@@ -194,7 +200,7 @@ bool SipLineProvider::addAccount()
     const auto server = factory->createAddress("sip:" + m_options.sipDomain);
     if (!identity || !server) {
         warn("sip_user or sip_domain is not valid in a SIP address");
-        return false;
+        return NAVOERR_LINESETTINGS;
     }
     if (!password.empty())
         m_core->addAuthInfo(factory->createAuthInfo(m_options.sipUser, "", password, "", "", m_options.sipDomain));
@@ -205,10 +211,10 @@ bool SipLineProvider::addAccount()
     auto account = m_core->createAccount(params);
     if (!account || m_core->addAccount(account) != 0) {
         warn("the account cannot be added");
-        return false;
+        return NAVOERR_LINESETTINGS;
     }
     m_core->setDefaultAccount(account);
-    return true;
+    return 0;
 }
 
 void SipLineProvider::tick()
@@ -216,10 +222,9 @@ void SipLineProvider::tick()
     if (!m_core)
         return;
     m_core->iterate();
-    if (m_playerEnded) {
-        // Handled here rather than inside the player's own callback, where
-        // closing the player would pull the ground from under it.
-        m_playerEnded = false;
+    // Handled here rather than inside the player's own callback, where
+    // closing the player would pull the ground from under it.
+    if (m_playerEnded.exchange(false)) {
         if (m_playing) {
             stopPlayer();
             m_events->playDone(m_handle);
@@ -283,7 +288,7 @@ void SipLineProvider::onCallState(const std::shared_ptr<linphone::Call>& call, i
     using State = linphone::Call::State;
     const auto state = static_cast<State>(stateNumber);
     if (state == State::IncomingReceived) {
-        if (m_call) {
+        if (m_call || m_lineLost) {
             call->decline(linphone::Reason::Busy);  // 486 Busy Here
             return;
         }
@@ -323,6 +328,22 @@ void SipLineProvider::onCallState(const std::shared_ptr<linphone::Call>& call, i
     default:
         break;
     }
+}
+
+void SipLineProvider::onRegistration(int stateNumber, int reasonNumber)
+{
+    if (static_cast<linphone::RegistrationState>(stateNumber) != linphone::RegistrationState::Failed || m_closing ||
+        m_lineLost)
+        return;
+    const auto reason = static_cast<linphone::Reason>(reasonNumber);
+    // Credentials or an account the registrar does not know: refused; the
+    // rest (no response, transport errors, server trouble) is unreachable.
+    const bool refused = reason == linphone::Reason::Forbidden || reason == linphone::Reason::Unauthorized ||
+                         reason == linphone::Reason::NotFound;
+    warn(refused ? "the registrar refused the account " + m_options.sipUser + "@" + m_options.sipDomain
+                 : "the registrar " + m_options.sipDomain + " cannot be reached");
+    m_lineLost = true;
+    m_events->lineClosed(refused ? NAVOERR_REGISTRATIONREFUSED : NAVOERR_REGISTRARUNREACHABLE);
 }
 
 void SipLineProvider::onPlayerEnd()

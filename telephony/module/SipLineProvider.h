@@ -18,8 +18,15 @@
 // Settings (LineOptions): local UDP port, RTP port range, an optional account
 // at a registrar (user, domain, and a password file that only its owner may
 // read), the ring period and the folder for liblinphone's own files.
+//
+// Failures say what went wrong: the port in use, settings that make no
+// account, a password file that is not private each fail open with their own
+// result. The account registers after open; a registrar that refuses it or
+// does not answer stops the line (LINE_CLOSE with the reason), since calls
+// to an unregistered account never arrive.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <memory>
 #include <string>
@@ -59,6 +66,7 @@ public:
     // Called by the stack's listeners, on the provider's thread.
     void onCallState(const std::shared_ptr<linphone::Call>& call, int state);
     void onPlayerEnd();
+    void onRegistration(int state, int reason);
 
 private:
     using Clock = std::chrono::steady_clock;
@@ -68,7 +76,7 @@ private:
     void setUp();
     void tick();
     void tearDown();
-    bool addAccount();
+    LONG addAccount();
     void finishCall(unsigned mode);
     void stopPlayer();
     void finishRecording();
@@ -80,6 +88,7 @@ private:
     ProviderThread m_thread;
     LONG m_openResult = 0;
     bool m_closing = false;
+    bool m_lineLost = false;  // told Navo the line stopped (registration failed)
 
     std::shared_ptr<linphone::Core> m_core;
     std::shared_ptr<CoreWatcher> m_coreWatcher;
@@ -94,7 +103,9 @@ private:
 
     std::shared_ptr<linphone::Player> m_player;
     bool m_playing = false;
-    bool m_playerEnded = false;
+    // Set by the player's listener, which the stack may call from its media
+    // thread; read and cleared by tick.
+    std::atomic<bool> m_playerEnded{false};
     bool m_forgetCalls = false;  // a call ended: the stack's own call history goes
 
     std::string m_callRecordFile;  // the call's own recorder file

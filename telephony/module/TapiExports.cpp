@@ -1,103 +1,103 @@
 // The module's exported functions: C linkage, TAPI's ANSI names, default
 // visibility (everything else in the module is hidden). Each one only calls
-// into TapiModule, never another export, so nothing here can be interposed
+// into LineModule, never another export, so nothing here can be interposed
 // by a symbol of the same name in the program.
-#include "maker/Ek7Tapi/TapiModule.h"
-#include "telephony/module/TapiModule.h"
+#include "maker/TapiAbi/TapiAbi.h"
+#include "telephony/module/LineModule.h"
 
 #define NAVO_EXPORT extern "C" __attribute__((visibility("default")))
 
 NAVO_EXPORT LONG lineInitializeExA(HLINEAPP* lphLineApp, HINSTANCE, LINECALLBACK lpfnCallback, const char*,
                                    TAPIDWORD* lpdwNumDevs, TAPIDWORD* lpdwAPIVersion, void*)
 {
-    return TapiModule::instance().initialize(lphLineApp, lpfnCallback, lpdwNumDevs, lpdwAPIVersion);
+    return LineModule::instance().initialize(lphLineApp, lpfnCallback, lpdwNumDevs, lpdwAPIVersion);
 }
 
 NAVO_EXPORT LONG lineShutdown(HLINEAPP hLineApp)
 {
-    return TapiModule::instance().shutdown(hLineApp);
+    return LineModule::instance().shutdown(hLineApp);
 }
 
 NAVO_EXPORT LONG lineNegotiateAPIVersion(HLINEAPP hLineApp, TAPIDWORD dwDeviceID, TAPIDWORD, TAPIDWORD dwAPIHighVersion,
                                          TAPIDWORD* lpdwAPIVersion, void*)
 {
-    return TapiModule::instance().negotiate(hLineApp, dwDeviceID, dwAPIHighVersion, lpdwAPIVersion);
+    return LineModule::instance().negotiate(hLineApp, dwDeviceID, dwAPIHighVersion, lpdwAPIVersion);
 }
 
 NAVO_EXPORT LONG lineGetDevCapsA(HLINEAPP hLineApp, TAPIDWORD dwDeviceID, TAPIDWORD, TAPIDWORD,
                                  LINEDEVCAPS* lpLineDevCaps)
 {
-    return TapiModule::instance().devCaps(hLineApp, dwDeviceID, lpLineDevCaps);
+    return LineModule::instance().devCaps(hLineApp, dwDeviceID, lpLineDevCaps);
 }
 
 NAVO_EXPORT LONG lineOpenA(HLINEAPP hLineApp, TAPIDWORD dwDeviceID, HLINE* lphLine, TAPIDWORD, TAPIDWORD,
                            DWORD_PTR dwCallbackInstance, TAPIDWORD, TAPIDWORD dwMediaModes, void*)
 {
-    return TapiModule::instance().open(hLineApp, dwDeviceID, lphLine, dwCallbackInstance, dwMediaModes);
+    return LineModule::instance().open(hLineApp, dwDeviceID, lphLine, dwCallbackInstance, dwMediaModes);
 }
 
 NAVO_EXPORT LONG lineClose(HLINE hLine)
 {
-    return TapiModule::instance().close(hLine);
+    return LineModule::instance().close(hLine);
 }
 
 NAVO_EXPORT LONG lineAnswer(HCALL hCall, const char*, TAPIDWORD)
 {
-    return TapiModule::instance().answer(hCall);
+    return LineModule::instance().answer(hCall);
 }
 
 NAVO_EXPORT LONG lineDrop(HCALL hCall, const char*, TAPIDWORD)
 {
-    return TapiModule::instance().drop(hCall);
+    return LineModule::instance().drop(hCall);
 }
 
 NAVO_EXPORT LONG lineDeallocateCall(HCALL hCall)
 {
-    return TapiModule::instance().deallocate(hCall);
+    return LineModule::instance().deallocate(hCall);
 }
 
 NAVO_EXPORT LONG lineMakeCallA(HLINE hLine, HCALL* lphCall, const char* lpszDestAddress, TAPIDWORD, void*)
 {
-    return TapiModule::instance().makeCall(hLine, lphCall, lpszDestAddress);
+    return LineModule::instance().makeCall(hLine, lphCall, lpszDestAddress);
 }
 
 NAVO_EXPORT LONG lineGetCallInfoA(HCALL hCall, LINECALLINFO* lpCallInfo)
 {
-    return TapiModule::instance().callInfo(hCall, lpCallInfo);
+    return LineModule::instance().callInfo(hCall, lpCallInfo);
 }
 
 NAVO_EXPORT LONG lineGetIconA(TAPIDWORD dwDeviceID, const char* lpszDeviceClass, HICON* lphIcon)
 {
-    return TapiModule::instance().icon(dwDeviceID, lpszDeviceClass, lphIcon);
+    return LineModule::instance().icon(dwDeviceID, lpszDeviceClass, lphIcon);
 }
 
 NAVO_EXPORT LONG lineGetIDA(HLINE hLine, TAPIDWORD, HCALL hCall, TAPIDWORD, VARSTRING* lpDeviceID,
                             const char* lpszDeviceClass)
 {
-    return TapiModule::instance().waveId(hLine, hCall, lpszDeviceClass, lpDeviceID);
+    return LineModule::instance().waveId(hLine, hCall, lpszDeviceClass, lpDeviceID);
 }
 
 NAVO_EXPORT LONG navoLinePlayFile(HCALL hCall, const char* lpszPath)
 {
-    return TapiModule::instance().playFile(hCall, lpszPath);
+    return LineModule::instance().playFile(hCall, lpszPath);
 }
 
 NAVO_EXPORT LONG navoLineRecordFile(HCALL hCall, const char* lpszPath)
 {
-    return TapiModule::instance().recordFile(hCall, lpszPath);
+    return LineModule::instance().recordFile(hCall, lpszPath);
 }
 
 NAVO_EXPORT LONG navoLinePauseRecord(HCALL hCall, TAPIDWORD dwPause)
 {
-    return TapiModule::instance().pauseRecord(hCall, dwPause != 0);
+    return LineModule::instance().pauseRecord(hCall, dwPause != 0);
 }
 
 NAVO_EXPORT LONG navoLineStopMedia(HCALL hCall)
 {
-    return TapiModule::instance().stopMedia(hCall);
+    return LineModule::instance().stopMedia(hCall);
 }
 
 NAVO_EXPORT LONG navoLineGetLevel(HCALL hCall, TAPIDWORD* lpdwLevel)
 {
-    return TapiModule::instance().inputLevel(hCall, lpdwLevel);
+    return LineModule::instance().inputLevel(hCall, lpdwLevel);
 }

@@ -62,8 +62,14 @@ TEST_F(IncomingCallDialogTest, WithoutIdentificationTheTextsStayEmpty)
 TEST_F(IncomingCallDialogTest, AnswerPicksTheCallUpAndStopsTheRing)
 {
     IncomingCallDialog dialog(&line, resources);
-    EXPECT_EQ(dialog.findChild<QPushButton*>(QStringLiteral("1"))->text(), QStringLiteral("&Answer"));
-    EXPECT_EQ(dialog.findChild<QPushButton*>(QStringLiteral("2"))->text(), QStringLiteral("&Message"));
+    // Greyed until a phone recorder can take the call: a call picked up into
+    // nothing would be answered into silence.
+    QPushButton* answer = dialog.findChild<QPushButton*>(QStringLiteral("1"));
+    EXPECT_FALSE(answer->isEnabled());
+    answer->click();
+    EXPECT_FALSE(dialog.pickedUp());
+    dialog.setCanPickUp(true);
+    EXPECT_TRUE(answer->isEnabled());
 #ifdef NAVO_TEST_HAS_RING
     EXPECT_TRUE(dialog.ring().isPlaying());
 #endif

@@ -21,13 +21,6 @@ TEST(LineFailureReport, ReturnCodeFollowsTheReasonsRange)
         EXPECT_EQ(LineFailureReport::returnCode(reason), code) << "reason " << reason;
 }
 
-TEST(LineFailureReport, TextNamesBothCodes)
-{
-    EXPECT_EQ(LineFailureReport::text(49), "Failed : Return Code = 310 Reason Code = 49");
-    EXPECT_EQ(LineFailureReport::text(kEk7PlayFileMissing), "Failed : Return Code = 360 Reason Code = 161");
-    EXPECT_EQ(LineFailureReport::text(222), "Failed : Return Code = 999 Reason Code = 222");
-}
-
 TEST(LineFailureReport, ShowsAnExclamationBoxWithOkOnlyForAFailure)
 {
     ScriptedPrompt prompt;

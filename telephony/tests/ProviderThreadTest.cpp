@@ -61,4 +61,30 @@ TEST(ProviderThread, TickByBringsTheNextTickForward)
     thread.stop(nullptr);
 }
 
+TEST(ProviderThread, AStopFromTheThreadItselfTearsDownThereAndIsJoinedLater)
+{
+    // A provider whose request finds its line gone stops on its own thread:
+    // joining there would end the process.
+    ProviderThread thread;
+    thread.start(kLongPeriod, nullptr, nullptr);
+    bool tornDownOnThread = false;
+    EXPECT_TRUE(thread.run([&] { thread.stop([&] { tornDownOnThread = thread.onThread(); }); }));
+    EXPECT_TRUE(tornDownOnThread);
+    EXPECT_FALSE(thread.run([] {})) << "requests still taken after the stop";
+    int tearDowns = 0;
+    thread.stop([&] { ++tearDowns; });
+    EXPECT_EQ(tearDowns, 0) << "torn down twice";
+}
+
+TEST(ProviderThread, TwoThreadsStoppingAtOnceJoinItOnce)
+{
+    ProviderThread thread;
+    thread.start(kLongPeriod, nullptr, nullptr);
+    std::atomic<int> tearDowns{0};
+    std::thread other([&] { thread.stop([&] { ++tearDowns; }); });
+    thread.stop([&] { ++tearDowns; });
+    other.join();
+    EXPECT_EQ(tearDowns, 1);
+}
+
 }  // namespace

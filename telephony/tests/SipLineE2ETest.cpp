@@ -12,6 +12,8 @@
 #include <QFile>
 #include <QProcess>
 #include <QElapsedTimer>
+#include <QHostAddress>
+#include <QUdpSocket>
 
 #include <cstdio>
 #include <cstdlib>
@@ -125,6 +127,7 @@ protected:
         log = std::make_unique<MessageLog>(state);
         ASSERT_TRUE(SineFiles::write(greeting, 400, 0.5));
         state->Rings = 2;
+        state->AnswerMachineOn = 1;
         state->DeviceId = 0;
         ASSERT_EQ(Ek7TapiInit(0)->ErrorCode, kEk7Ok);
         ASSERT_EQ(Ek7TapiOpen(log->handle())->ErrorCode, kEk7Ok);
@@ -336,5 +339,103 @@ TEST_F(SipLineCall, DialWithoutADomainNeedsAFullAddress)
     EXPECT_EQ(state->CallHandle, 0u);
     EXPECT_EQ(log->count(kEk7MsgDialStarted), 0);
 }
+
+// A registrar on loopback that answers every REGISTER with one final status:
+// 401 with a challenge (so a stack with a password answers it, and hears 401
+// again: the password is wrong), 403, or 408 (no answer from further on).
+class ScriptedRegistrar {
+public:
+    static constexpr int kPort = 5090;
+
+    explicit ScriptedRegistrar(int status) : m_status(status)
+    {
+        m_bound = m_socket.bind(QHostAddress(QStringLiteral("127.0.0.1")), kPort);
+        QObject::connect(&m_socket, &QUdpSocket::readyRead, [this] { answer(); });
+    }
+    bool bound() const { return m_bound; }
+    int registers() const { return m_registers; }
+
+private:
+    void answer()
+    {
+        while (m_socket.hasPendingDatagrams()) {
+            QHostAddress from;
+            quint16 port = 0;
+            QByteArray request(static_cast<int>(m_socket.pendingDatagramSize()), '\0');
+            m_socket.readDatagram(request.data(), request.size(), &from, &port);
+            if (!request.startsWith("REGISTER "))
+                continue;
+            ++m_registers;
+            QByteArray reply = "SIP/2.0 " + QByteArray::number(m_status) +
+                               (m_status == 401 ? " Unauthorized" : m_status == 403 ? " Forbidden" : " Request Timeout") +
+                               "\r\n";
+            for (const QByteArray& line : request.split('\n')) {
+                const QByteArray header = line.trimmed();
+                const QByteArray name = header.left(header.indexOf(':')).trimmed().toLower();
+                if (name == "via" || name == "from" || name == "call-id" || name == "cseq")
+                    reply += header + "\r\n";
+                else if (name == "to")
+                    reply += header + ";tag=registrar\r\n";
+            }
+            if (m_status == 401)
+                reply += "WWW-Authenticate: Digest realm=\"navo-test\", nonce=\"" + QByteArray::number(m_registers) +
+                         "\", algorithm=MD5\r\n";
+            reply += "Content-Length: 0\r\n\r\n";
+            m_socket.writeDatagram(reply, from, port);
+        }
+    }
+
+    int m_status;
+    QUdpSocket m_socket;
+    bool m_bound = false;
+    int m_registers = 0;
+};
+
+struct Refusal {
+    int status;
+    std::int32_t reason;
+};
+
+class SipRegistration : public ::testing::TestWithParam<Refusal> {};
+
+// The account's registration fails after the line has opened: the line
+// closes by itself and says why, and it can be opened again.
+TEST_P(SipRegistration, AFailedRegistrationClosesTheLineWithItsReason)
+{
+    if (!inPrivateNetwork())
+        GTEST_SKIP() << "needs a private network namespace: run it through ctest (sip_e2e.sh)";
+    TestLineSetup setup{kRingPeriodMs, "SIP line"};
+    const std::string password = setup.path("password");
+    writeText(password, "not-the-password\n");
+    QFile::setPermissions(QString::fromStdString(password), QFile::ReadOwner | QFile::WriteOwner);
+    setup.environment().set("NAVO_SIP_PORT", std::to_string(kNavoPort));
+    setup.environment().set("NAVO_SIP_RTP_PORTS", "7078-7098");
+    setup.environment().set("NAVO_SIP_USER", "ada");
+    setup.environment().set("NAVO_SIP_DOMAIN", "127.0.0.1:" + std::to_string(ScriptedRegistrar::kPort));
+    setup.environment().set("NAVO_SIP_PASSWORD_FILE", password);
+    ScriptedRegistrar registrar(GetParam().status);
+    ASSERT_TRUE(registrar.bound());
+
+    LineState* state = Ek7TapiInitVar();
+    MessageLog log(state);
+    state->DeviceId = 0;
+    ASSERT_EQ(Ek7TapiInit(0)->ErrorCode, kEk7Ok);
+    ASSERT_EQ(Ek7TapiOpen(log.handle())->ErrorCode, kEk7Ok);
+    ASSERT_TRUE(log.waitFor(kEk7MsgLineClosed, 1, 10000));
+    EXPECT_EQ(log.first(kEk7MsgLineClosed)->wParam, static_cast<WPARAM>(GetParam().reason));
+    EXPECT_EQ(state->Monitoring, 0);
+    EXPECT_EQ(state->DialReady, 0);
+    EXPECT_GE(registrar.registers(), 1);
+    // Closed in the module too: the line is free to be opened again.
+    EXPECT_EQ(Ek7TapiOpen(log.handle())->ErrorCode, kEk7Ok);
+    Ek7TapiClose();
+}
+
+INSTANTIATE_TEST_SUITE_P(Registrar, SipRegistration,
+                         ::testing::Values(Refusal{401, kEk7RegistrationRefused}, Refusal{403, kEk7RegistrationRefused},
+                                           Refusal{408, kEk7RegistrarUnreachable}),
+                         [](const ::testing::TestParamInfo<Refusal>& info) {
+                             return "Answers" + std::to_string(info.param.status);
+                         });
 
 }  // namespace

@@ -2,7 +2,6 @@
 // module or function, 0x80000049 then; the module loaded once at most.
 #include <gtest/gtest.h>
 
-#include <set>
 #include <string>
 
 #include "LineTestSupport.h"
@@ -64,23 +63,6 @@ TEST(TapiBinding, BindsWhatTheModuleHasOnceAndMarksTheRestMissing)
     EXPECT_NE(binding.address(TapiBinding::kLineOpen), nullptr);
     EXPECT_EQ(binding.moduleState(), 1);
     EXPECT_EQ(loads, 1);
-}
-
-TEST(TapiBinding, CarriesEveryLineFunctionByItsAnsiName)
-{
-    EXPECT_STREQ(TapiBinding::exportName(TapiBinding::kLineAccept), "lineAccept");
-    EXPECT_STREQ(TapiBinding::exportName(TapiBinding::kLineGetIcon), "lineGetIconA");
-    EXPECT_STREQ(TapiBinding::exportName(TapiBinding::kLineDrop), "lineDrop");
-    EXPECT_STREQ(TapiBinding::exportName(TapiBinding::kLineDeallocateCall), "lineDeallocateCall");
-    EXPECT_STREQ(TapiBinding::exportName(TapiBinding::kLineMakeCall), "lineMakeCallA");
-    std::set<std::string> names;
-    for (int f = 0; f < TapiBinding::kFunctionCount; ++f) {
-        const std::string name = TapiBinding::exportName(static_cast<TapiBinding::Function>(f));
-        EXPECT_EQ(name.rfind("line", 0), 0u) << name;
-        EXPECT_TRUE(names.insert(name).second) << name << " twice";
-    }
-    EXPECT_GE(names.size(), 100u);
-    EXPECT_STREQ(TapiBinding::exportName(TapiBinding::kFunctionCount), "");
 }
 
 }  // namespace

@@ -125,16 +125,23 @@ TEST_F(TelephonyServiceTest, AModemThatIsGoneShowsMessage749AndDisablesMonitorin
     EXPECT_EQ(prompt.messages().size(), 1u);
 }
 
-TEST_F(TelephonyServiceTest, ALineInUseElsewhereAlsoCounts749)
+TEST_F(TelephonyServiceTest, ALineInUseElsewhereSaysSoAndCanBeStartedOnceFree)
 {
-    QLocalServer other;
-    ASSERT_TRUE(other.listen(QString::fromStdString(setup.socketPath())));
+    auto other = std::make_unique<QLocalServer>();
+    ASSERT_TRUE(other->listen(QString::fromStdString(setup.socketPath())));
     ScriptedPrompt prompt;
     prompt.answerMessage(IDOK);
     service.chooseDevice(0);
     EXPECT_EQ(service.startMonitoring(log.get()), TelephonyService::StartResult::OpenFailed);
     ASSERT_EQ(prompt.messages().size(), 1u);
-    EXPECT_EQ(prompt.messages()[0].text, LoadString(749));
+    EXPECT_NE(prompt.messages()[0].text, LoadString(749)) << "told the modem is gone";
+    EXPECT_NE(prompt.messages()[0].text.find("in use by another program"), std::string::npos);
+    EXPECT_EQ(service.statusText(), "Failed to start line monitoring");
+    // The device is still there: once the other program lets go, it is
+    // monitored without being chosen again.
+    EXPECT_TRUE(service.deviceChosen());
+    other.reset();
+    EXPECT_EQ(service.startMonitoring(log.get()), TelephonyService::StartResult::Started);
 }
 
 TEST_F(TelephonyServiceTest, IncomingCallWindowShowsTheCallerAndSendsTheCallToTheAnswerMachine)
@@ -217,8 +224,8 @@ TEST_F(TelephonyServiceTest, ConnectedCallIsWaitingForTheUserUnlessTheAnswerMach
     bool waitingWhileConnected = false;
     bool waitingWithMachine = true;
     log->onMessage = [&](const LoggedMessage& m) {
-        if (m.message == kEk7MsgAnswerNow)
-            Ek7TapiAnswer();
+        if (m.message == kEk7MsgOffered)
+            Ek7TapiAnswer();  // as a user picking up
         if (m.message == kEk7MsgConnected) {
             waitingWhileConnected = service.callWaitingForUser();
             app.lineState->AnswerMachineOn = 1;
@@ -242,8 +249,8 @@ TEST_F(TelephonyServiceTest, ExitDropsACallInProgressAndClosesTheLine)
     profile.write(settings::kRings, "1");
     ASSERT_EQ(service.startMonitoring(log.get()), TelephonyService::StartResult::Started);
     log->onMessage = [&](const LoggedMessage& m) {
-        if (m.message == kEk7MsgAnswerNow)
-            Ek7TapiAnswer();
+        if (m.message == kEk7MsgOffered)
+            Ek7TapiAnswer();  // as a user picking up
     };
     NavoLineProcess caller(setup.socketPath());
     caller.start({"call", "--rings", "4", "--speak-after", "answer", "--hold", "10000"});
@@ -262,8 +269,8 @@ TEST_F(TelephonyServiceTest, LineDropThroughTheBindingEndsTheCallWithItsMessages
     profile.write(settings::kRings, "1");
     ASSERT_EQ(service.startMonitoring(log.get()), TelephonyService::StartResult::Started);
     log->onMessage = [&](const LoggedMessage& m) {
-        if (m.message == kEk7MsgAnswerNow)
-            Ek7TapiAnswer();
+        if (m.message == kEk7MsgOffered)
+            Ek7TapiAnswer();  // as a user picking up
         if (m.message == kEk7MsgConnected) {
             EXPECT_EQ(lineDrop(app.lineState->CallHandle, nullptr, 0), 0);
         }

@@ -25,6 +25,30 @@ void copyText(char (&target)[80], const char* source)
     std::snprintf(target, sizeof target, "%s", source);
 }
 
+// Why lineOpenA failed, or why the line closed by itself (LINE_CLOSE).
+std::int32_t lineFailure(LONG result, std::int32_t unknown)
+{
+    switch (result) {
+    case LINEERR_BADDEVICEID:
+    case LINEERR_NODEVICE:
+        return kEk7DeviceGone;
+    case LINEERR_INVALMEDIAMODE:
+        return kEk7DeviceUnusable;
+    case LINEERR_RESOURCEUNAVAIL:
+        return kEk7LineInUse;
+    case NAVOERR_LINESETTINGS:
+        return kEk7LineSettings;
+    case NAVOERR_PASSWORDFILE:
+        return kEk7PasswordFile;
+    case NAVOERR_REGISTRATIONREFUSED:
+        return kEk7RegistrationRefused;
+    case NAVOERR_REGISTRARUNREACHABLE:
+        return kEk7RegistrarUnreachable;
+    default:
+        return unknown;
+    }
+}
+
 bool fileExists(const std::string& path)
 {
     return std::ifstream(path, std::ios::binary).good();
@@ -142,12 +166,8 @@ LineState* LineLibrary::open(HWND window)
     HLINE line = 0;
     const LONG opened = m_fn.lineOpenA(m_app, device, &line, TAPI_CURRENT_VERSION, 0, session,
                                        LINECALLPRIVILEGE_OWNER, caps.dwMediaModes & kVoice, nullptr);
-    if (opened == LINEERR_BADDEVICEID || opened == LINEERR_NODEVICE)
-        return result(kEk7DeviceGone);
-    if (opened == LINEERR_INVALMEDIAMODE)
-        return result(kEk7DeviceUnusable);
     if (opened != 0)
-        return result(kEk7OpenFailed);
+        return result(lineFailure(opened, kEk7OpenFailed));
     m_line = line;
     m_window = window;
     m_state.Monitoring = 1;
@@ -219,6 +239,7 @@ LineState* LineLibrary::answer()
     m_recordedThisCall = false;
     if (m_fn.lineAnswer(m_state.CallHandle, nullptr, 0) != 0)
         return result(kEk7AnswerFailed);
+    m_answerPosted = true;  // answered already: a later ring asks for nothing
     return result(kEk7Ok);
 }
 
@@ -408,7 +429,7 @@ void LineLibrary::drain()
                 onPlayDone(event.device);
             break;
         case LINE_CLOSE:
-            onLineClosed();
+            onLineClosed(static_cast<LONG>(event.p1));
             break;
         default:
             break;
@@ -436,10 +457,7 @@ void LineLibrary::onCallState(HCALL call, TAPIDWORD state, TAPIDWORD mode)
         m_state.CallEndFlag = 0;
         m_state.CallAnsweredByUser = 0;
         post(kEk7MsgOffered);
-        if (m_state.Rings <= 0) {
-            m_answerPosted = true;
-            post(kEk7MsgAnswerNow);
-        }
+        postAnswerNowWhenDue();
         return;
     }
     if (call != m_state.CallHandle)
@@ -493,10 +511,18 @@ void LineLibrary::onRinging()
         return;
     ++m_state.RingCount;
     post(kEk7MsgRing, static_cast<WPARAM>(m_state.RingCount));
-    if (!m_answerPosted && m_state.RingCount >= m_state.Rings) {
-        m_answerPosted = true;
-        post(kEk7MsgAnswerNow);
-    }
+    postAnswerNowWhenDue();
+}
+
+void LineLibrary::postAnswerNowWhenDue()
+{
+    // Only for the answer machine: a call answered with the machine off would
+    // be a caller left in silence. The machine switched on later (for this
+    // one call) answers by itself.
+    if (m_answerPosted || m_state.AnswerMachineOn == 0 || m_state.RingCount < m_state.Rings)
+        return;
+    m_answerPosted = true;
+    post(kEk7MsgAnswerNow);
 }
 
 void LineLibrary::onCallInfo(HCALL call)
@@ -533,13 +559,20 @@ void LineLibrary::onPlayDone(HCALL call)
     post(kEk7MsgPlayDone);
 }
 
-void LineLibrary::onLineClosed()
+void LineLibrary::onLineClosed(LONG why)
 {
-    // The provider gave the line up (its network went away).
+    // The provider gave the line up: close it on our side too, so that it can
+    // be opened again, and say why.
+    ++m_session;
+    if (m_state.CallHandle != 0)
+        m_fn.lineDeallocateCall(m_state.CallHandle);
+    const HLINE line = m_line;
+    m_line = 0;
     forgetCall();
+    m_fn.lineClose(line);
     m_state.Monitoring = 0;
     m_state.DialReady = 0;
-    m_line = 0;
+    post(kEk7MsgLineClosed, static_cast<WPARAM>(lineFailure(why, kEk7DeviceGone)));
 }
 
 void LineLibrary::clearCall(HCALL call)

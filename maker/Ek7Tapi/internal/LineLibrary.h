@@ -68,9 +68,10 @@ private:
 
     void onCallState(HCALL call, TAPIDWORD state, TAPIDWORD mode);
     void onRinging();
+    void postAnswerNowWhenDue();
     void onCallInfo(HCALL call);
     void onPlayDone(HCALL call);
-    void onLineClosed();
+    void onLineClosed(LONG why);
     bool startRecording();
     void forgetCall();
 

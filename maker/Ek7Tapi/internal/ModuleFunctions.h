@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "maker/Ek7Tapi/TapiModule.h"
+#include "maker/TapiAbi/TapiAbi.h"
 
 class DynamicLibrary;
 

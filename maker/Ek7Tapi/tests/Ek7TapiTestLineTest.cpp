@@ -8,6 +8,8 @@
 #include <QUdpSocket>
 
 #include <fstream>
+#include <map>
+#include <vector>
 #include <memory>
 
 #include "LineTestSupport.h"
@@ -44,6 +46,7 @@ protected:
     void openLine(int rings)
     {
         state->Rings = rings;
+        state->AnswerMachineOn = 1;  // the window below acts as the answer machine
         state->DeviceId = 0;
         Ek7TapiInit(0);
         ASSERT_EQ(state->ErrorCode, kEk7Ok);
@@ -210,6 +213,21 @@ TEST_F(TestLineCall, CallerWhoHangsUpBeforeTheRingCountIsNeverAnswered)
     EXPECT_EQ(state->CallState, 0);
 }
 
+TEST_F(TestLineCall, WithTheAnswerMachineOffNoRingAsksForAnAnswer)
+{
+    openLine(1);
+    state->AnswerMachineOn = 0;
+    actAsAnswerMachine();
+    NavoLineProcess caller(setup.socketPath());
+    caller.start({"call", "--rings", "3"});
+    EXPECT_EQ(caller.finish(), 4) << caller.output().toStdString();
+    EXPECT_TRUE(caller.outputHas("not answered after 3 rings"));
+    ASSERT_TRUE(log->waitFor(kEk7MsgIdle));
+    EXPECT_EQ(log->count(kEk7MsgRing), 3);
+    EXPECT_EQ(log->count(kEk7MsgAnswerNow), 0);
+    EXPECT_EQ(log->count(kEk7MsgConnected), 0);
+}
+
 TEST_F(TestLineCall, ASecondCallerDuringACallHearsBusy)
 {
     openLine(1);
@@ -354,23 +372,45 @@ TEST_F(TestLineCall, ALineAnotherProgramHoldsCannotBeOpened)
     ASSERT_TRUE(other.listen(QString::fromStdString(setup.socketPath())));
     state->DeviceId = 0;
     Ek7TapiInit(0);
-    EXPECT_EQ(Ek7TapiOpen(log->handle())->ErrorCode, kEk7OpenFailed);
+    EXPECT_EQ(Ek7TapiOpen(log->handle())->ErrorCode, kEk7LineInUse);
     EXPECT_EQ(state->Monitoring, 0);
 }
 
-TEST(Ek7TapiSipLine, APortAnotherProgramHoldsIsRefusedBeforeTheStackStarts)
+// Each SIP line setting that makes the line unusable fails the open with a
+// reason of its own, before the stack goes on the network.
+TEST(Ek7TapiSipLine, EachUnusableSettingFailsTheOpenWithItsOwnReason)
 {
     QUdpSocket other;
     ASSERT_TRUE(other.bind(QHostAddress::AnyIPv4, 0));
+    struct Case {
+        const char* what;
+        std::map<std::string, std::string> variables;
+        std::int32_t reason;
+    };
     TestLineSetup setup(200, "SIP line");
-    setup.environment().set("NAVO_SIP_PORT", std::to_string(other.localPort()));
-    LineState* state = Ek7TapiInitVar();
-    MessageLog window(state);
-    state->DeviceId = 0;
-    ASSERT_EQ(Ek7TapiInit(0)->ErrorCode, kEk7Ok);
-    EXPECT_EQ(Ek7TapiOpen(window.handle())->ErrorCode, kEk7OpenFailed);
-    EXPECT_EQ(state->Monitoring, 0);
-    Ek7TapiClose();
+    const std::string password = setup.path("password");
+    std::ofstream(password) << "secret\n";
+    QFile::setPermissions(QString::fromStdString(password), QFile::ReadOwner | QFile::WriteOwner | QFile::ReadOther);
+    const std::vector<Case> cases = {
+        {"port in use", {{"NAVO_SIP_PORT", std::to_string(other.localPort())}}, kEk7LineInUse},
+        {"user without domain", {{"NAVO_SIP_PORT", "-1"}, {"NAVO_SIP_USER", "ada"}}, kEk7LineSettings},
+        {"password file others can read",
+         {{"NAVO_SIP_PORT", "-1"}, {"NAVO_SIP_USER", "ada"}, {"NAVO_SIP_DOMAIN", "127.0.0.1"},
+          {"NAVO_SIP_PASSWORD_FILE", password}},
+         kEk7PasswordFile},
+    };
+    for (const Case& c : cases) {
+        ScopedEnvironment environment;
+        for (const auto& [name, value] : c.variables)
+            environment.set(name.c_str(), value);
+        LineState* state = Ek7TapiInitVar();
+        MessageLog window(state);
+        state->DeviceId = 0;
+        ASSERT_EQ(Ek7TapiInit(0)->ErrorCode, kEk7Ok) << c.what;
+        EXPECT_EQ(Ek7TapiOpen(window.handle())->ErrorCode, c.reason) << c.what;
+        EXPECT_EQ(state->Monitoring, 0) << c.what;
+        Ek7TapiClose();
+    }
 }
 
 TEST_F(TestLineCall, CallFunctionsWithoutACallSayWhy)
@@ -417,19 +457,6 @@ TEST(Ek7TapiDevices, ListDevNamesEveryConfiguredLine)
     EXPECT_EQ(rows.rows[1].first, "1");
     EXPECT_EQ(rows.rows[1].second, "Navo SIP line (calls over the Internet)");
     Ek7TapiClose();
-}
-
-TEST(Ek7TapiBlock, InitVarStartsZeroedWithThreeRings)
-{
-    LineState* state = Ek7TapiInitVar();
-    state->AnswerMachineOn = 1;
-    state->MessagesWaiting = 4;
-    LineState* again = Ek7TapiInitVar();
-    EXPECT_EQ(again, state);
-    EXPECT_EQ(state->AnswerMachineOn, 0);
-    EXPECT_EQ(state->MessagesWaiting, 0);
-    EXPECT_EQ(state->Rings, 3);
-    Ek7TapiInitVar();
 }
 
 }  // namespace

@@ -58,10 +58,20 @@ inline constexpr LONG LINEERR_UNINITIALIZED = static_cast<LONG>(0x80000050u);
 inline constexpr LONG LINEERR_INVALADDRESS = static_cast<LONG>(0x80000029u);
 inline constexpr LONG LINEERR_CALLUNAVAIL = static_cast<LONG>(0x80000005u);
 
+// Failures of Navo's own, where TAPI has no result that says what went wrong
+// (lineOpenA; and dwParam1 of LINE_CLOSE, see below). LINEERR_RESOURCEUNAVAIL
+// from lineOpenA means the line is in use by another program (for the SIP
+// line: its UDP port is taken).
+inline constexpr LONG NAVOERR_LINESETTINGS = static_cast<LONG>(0x80010001u);        // incomplete or invalid settings
+inline constexpr LONG NAVOERR_PASSWORDFILE = static_cast<LONG>(0x80010002u);        // missing, unreadable or not private
+inline constexpr LONG NAVOERR_REGISTRATIONREFUSED = static_cast<LONG>(0x80010003u);  // the registrar refused the account
+inline constexpr LONG NAVOERR_REGISTRARUNREACHABLE = static_cast<LONG>(0x80010004u); // no answer from the registrar
+
 // Line messages.
 inline constexpr TAPIDWORD LINE_CALLINFO = 1;
 inline constexpr TAPIDWORD LINE_CALLSTATE = 2;
-inline constexpr TAPIDWORD LINE_CLOSE = 3;
+inline constexpr TAPIDWORD LINE_CLOSE = 3;  // the line stopped by itself: dwParam1 a NAVOERR_ value, or 0
+                                            // when the provider cannot tell; the line is still to be closed
 inline constexpr TAPIDWORD LINE_DEVSPECIFIC = 4;
 inline constexpr TAPIDWORD LINE_LINEDEVSTATE = 8;
 

@@ -20,9 +20,9 @@
 
 struct ProviderEntry;
 
-class TapiModule {
+class LineModule {
 public:
-    static TapiModule& instance();
+    static LineModule& instance();
 
     LONG initialize(HLINEAPP* app, LINECALLBACK callback, TAPIDWORD* devices, TAPIDWORD* version);
     LONG shutdown(HLINEAPP app);
@@ -58,10 +58,10 @@ private:
         std::string name;
     };
 
-    TapiModule() = default;
+    LineModule() = default;
     // At exit: every line closed (provider threads stopped) while the
     // tables their reports touch still exist.
-    ~TapiModule();
+    ~LineModule();
     void loadDevices();  // with m_mutex held
     std::shared_ptr<LineProvider> providerOf(HCALL call);
     void report(TAPIDWORD device, TAPIDWORD message, DWORD_PTR instance, DWORD_PTR p1, DWORD_PTR p2 = 0,

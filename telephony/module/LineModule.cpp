@@ -1,4 +1,4 @@
-#include "telephony/module/TapiModule.h"
+#include "telephony/module/LineModule.h"
 
 #include <cstdio>
 #include <cstring>
@@ -6,9 +6,9 @@
 #include "telephony/module/ProviderRegistry.h"
 
 // What one open line's provider reports, turned into TAPI messages.
-class TapiModule::Sink : public LineEvents {
+class LineModule::Sink : public LineEvents {
 public:
-    Sink(TapiModule& module, HLINE line, DWORD_PTR instance) : m_module(module), m_line(line), m_instance(instance) {}
+    Sink(LineModule& module, HLINE line, DWORD_PTR instance) : m_module(module), m_line(line), m_instance(instance) {}
 
     HCALL newCall(bool incoming) override
     {
@@ -56,21 +56,24 @@ public:
         m_module.report(call, LINE_DEVSPECIFIC, m_instance, NAVO_MEDIA_PLAYDONE);
     }
 
-    void lineClosed() override { m_module.report(m_line, LINE_CLOSE, m_instance, 0); }
+    void lineClosed(LONG reason) override
+    {
+        m_module.report(m_line, LINE_CLOSE, m_instance, static_cast<TAPIDWORD>(reason));
+    }
 
 private:
-    TapiModule& m_module;
+    LineModule& m_module;
     HLINE m_line;
     DWORD_PTR m_instance;
 };
 
-TapiModule& TapiModule::instance()
+LineModule& LineModule::instance()
 {
-    static TapiModule module;
+    static LineModule module;
     return module;
 }
 
-TapiModule::~TapiModule()
+LineModule::~LineModule()
 {
     std::vector<HLINE> lines;
     {
@@ -83,7 +86,7 @@ TapiModule::~TapiModule()
         close(line);
 }
 
-void TapiModule::loadDevices()
+void LineModule::loadDevices()
 {
     registerBuiltInProviders();
     m_options = LineOptions::current();
@@ -98,7 +101,7 @@ void TapiModule::loadDevices()
     m_devicesLoaded = true;
 }
 
-void TapiModule::report(TAPIDWORD device, TAPIDWORD message, DWORD_PTR instance, DWORD_PTR p1, DWORD_PTR p2,
+void LineModule::report(TAPIDWORD device, TAPIDWORD message, DWORD_PTR instance, DWORD_PTR p1, DWORD_PTR p2,
                         DWORD_PTR p3)
 {
     LINECALLBACK callback = nullptr;
@@ -110,7 +113,7 @@ void TapiModule::report(TAPIDWORD device, TAPIDWORD message, DWORD_PTR instance,
         callback(device, message, instance, p1, p2, p3);
 }
 
-LONG TapiModule::initialize(HLINEAPP* app, LINECALLBACK callback, TAPIDWORD* devices, TAPIDWORD* version)
+LONG LineModule::initialize(HLINEAPP* app, LINECALLBACK callback, TAPIDWORD* devices, TAPIDWORD* version)
 {
     if (app == nullptr || devices == nullptr || callback == nullptr)
         return LINEERR_INVALPOINTER;
@@ -129,7 +132,7 @@ LONG TapiModule::initialize(HLINEAPP* app, LINECALLBACK callback, TAPIDWORD* dev
     return 0;
 }
 
-LONG TapiModule::shutdown(HLINEAPP app)
+LONG LineModule::shutdown(HLINEAPP app)
 {
     std::vector<HLINE> lines;
     {
@@ -148,7 +151,7 @@ LONG TapiModule::shutdown(HLINEAPP app)
     return 0;
 }
 
-LONG TapiModule::negotiate(HLINEAPP app, TAPIDWORD device, TAPIDWORD high, TAPIDWORD* version)
+LONG LineModule::negotiate(HLINEAPP app, TAPIDWORD device, TAPIDWORD high, TAPIDWORD* version)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     if (app == 0 || app != m_app)
@@ -161,7 +164,7 @@ LONG TapiModule::negotiate(HLINEAPP app, TAPIDWORD device, TAPIDWORD high, TAPID
     return 0;
 }
 
-LONG TapiModule::devCaps(HLINEAPP app, TAPIDWORD device, LINEDEVCAPS* caps)
+LONG LineModule::devCaps(HLINEAPP app, TAPIDWORD device, LINEDEVCAPS* caps)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     if (app == 0 || app != m_app)
@@ -180,7 +183,7 @@ LONG TapiModule::devCaps(HLINEAPP app, TAPIDWORD device, LINEDEVCAPS* caps)
     return 0;
 }
 
-LONG TapiModule::open(HLINEAPP app, TAPIDWORD device, HLINE* line, DWORD_PTR callbackInstance,
+LONG LineModule::open(HLINEAPP app, TAPIDWORD device, HLINE* line, DWORD_PTR callbackInstance,
                       TAPIDWORD mediaModes)
 {
     std::shared_ptr<LineProvider> provider;
@@ -218,7 +221,7 @@ LONG TapiModule::open(HLINEAPP app, TAPIDWORD device, HLINE* line, DWORD_PTR cal
     return 0;
 }
 
-LONG TapiModule::close(HLINE line)
+LONG LineModule::close(HLINE line)
 {
     OpenLine closing;
     {
@@ -235,7 +238,7 @@ LONG TapiModule::close(HLINE line)
     return 0;
 }
 
-std::shared_ptr<LineProvider> TapiModule::providerOf(HCALL call)
+std::shared_ptr<LineProvider> LineModule::providerOf(HCALL call)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     const auto found = m_calls.find(call);
@@ -245,19 +248,19 @@ std::shared_ptr<LineProvider> TapiModule::providerOf(HCALL call)
     return line == m_lines.end() ? nullptr : line->second.provider;
 }
 
-LONG TapiModule::answer(HCALL call)
+LONG LineModule::answer(HCALL call)
 {
     const auto provider = providerOf(call);
     return provider ? provider->answer(call) : LINEERR_INVALCALLHANDLE;
 }
 
-LONG TapiModule::drop(HCALL call)
+LONG LineModule::drop(HCALL call)
 {
     const auto provider = providerOf(call);
     return provider ? provider->drop(call) : LINEERR_INVALCALLHANDLE;
 }
 
-LONG TapiModule::deallocate(HCALL call)
+LONG LineModule::deallocate(HCALL call)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     const auto found = m_calls.find(call);
@@ -269,7 +272,7 @@ LONG TapiModule::deallocate(HCALL call)
     return 0;
 }
 
-LONG TapiModule::makeCall(HLINE line, HCALL* call, const char* number)
+LONG LineModule::makeCall(HLINE line, HCALL* call, const char* number)
 {
     std::shared_ptr<LineProvider> provider;
     {
@@ -290,7 +293,7 @@ LONG TapiModule::makeCall(HLINE line, HCALL* call, const char* number)
     return result;
 }
 
-LONG TapiModule::callInfo(HCALL call, LINECALLINFO* info)
+LONG LineModule::callInfo(HCALL call, LINECALLINFO* info)
 {
     if (info == nullptr)
         return LINEERR_INVALPOINTER;
@@ -308,7 +311,7 @@ LONG TapiModule::callInfo(HCALL call, LINECALLINFO* info)
     return 0;
 }
 
-LONG TapiModule::icon(TAPIDWORD device, const char* deviceClass, HICON* icon)
+LONG LineModule::icon(TAPIDWORD device, const char* deviceClass, HICON* icon)
 {
     if (icon == nullptr)
         return LINEERR_INVALPOINTER;
@@ -323,7 +326,7 @@ LONG TapiModule::icon(TAPIDWORD device, const char* deviceClass, HICON* icon)
     return 0;
 }
 
-LONG TapiModule::waveId(HLINE line, HCALL call, const char* deviceClass, VARSTRING* id)
+LONG LineModule::waveId(HLINE line, HCALL call, const char* deviceClass, VARSTRING* id)
 {
     if (id == nullptr || deviceClass == nullptr)
         return LINEERR_INVALPOINTER;
@@ -343,7 +346,7 @@ LONG TapiModule::waveId(HLINE line, HCALL call, const char* deviceClass, VARSTRI
     return 0;
 }
 
-LONG TapiModule::playFile(HCALL call, const char* path)
+LONG LineModule::playFile(HCALL call, const char* path)
 {
     if (path == nullptr)
         return LINEERR_INVALPOINTER;
@@ -351,7 +354,7 @@ LONG TapiModule::playFile(HCALL call, const char* path)
     return provider ? provider->playFile(call, path) : LINEERR_INVALCALLHANDLE;
 }
 
-LONG TapiModule::recordFile(HCALL call, const char* path)
+LONG LineModule::recordFile(HCALL call, const char* path)
 {
     if (path == nullptr)
         return LINEERR_INVALPOINTER;
@@ -359,19 +362,19 @@ LONG TapiModule::recordFile(HCALL call, const char* path)
     return provider ? provider->recordFile(call, path) : LINEERR_INVALCALLHANDLE;
 }
 
-LONG TapiModule::pauseRecord(HCALL call, bool pause)
+LONG LineModule::pauseRecord(HCALL call, bool pause)
 {
     const auto provider = providerOf(call);
     return provider ? provider->pauseRecord(call, pause) : LINEERR_INVALCALLHANDLE;
 }
 
-LONG TapiModule::stopMedia(HCALL call)
+LONG LineModule::stopMedia(HCALL call)
 {
     const auto provider = providerOf(call);
     return provider ? provider->stopMedia(call) : LINEERR_INVALCALLHANDLE;
 }
 
-LONG TapiModule::inputLevel(HCALL call, TAPIDWORD* level)
+LONG LineModule::inputLevel(HCALL call, TAPIDWORD* level)
 {
     if (level == nullptr)
         return LINEERR_INVALPOINTER;
