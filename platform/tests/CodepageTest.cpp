@@ -14,6 +14,9 @@ TEST(Codepage, EveryByteIsOneCharacterAndRoundTrips)
     for (int b = 0; b < 256; ++b)
         all += static_cast<char>(b);
     EXPECT_EQ(toAnsi(fromAnsi(all)), all);
+    // The UTF-8 path (the index's text) uses the same table.
+    EXPECT_EQ(QByteArray::fromStdString(utf8FromAnsi(all)), fromAnsi(all).toUtf8());
+    EXPECT_EQ(ansiFromUtf8(utf8FromAnsi(all)), all);
 }
 
 TEST(Codepage, WindowsLettersAndSigns)
@@ -34,6 +37,11 @@ TEST(Codepage, CharactersWithoutAByteBecomeOneQuestionMark)
     EXPECT_EQ(toAnsi(QString::fromUtf16(u"\u0080")), "?");  // C1 control; 0x80 is "€"
     EXPECT_EQ(toAnsi(QString::fromUtf8("a\xF0\x9F\x8E\xA4" "b")), "a?b");  // outside the BMP
     EXPECT_EQ(toAnsi(QString(QChar(0xD800))), "?");  // a lone surrogate
+
+    EXPECT_EQ(ansiFromUtf8("a\xF0\x9F\x8E\xA4" "b"), "a?b");
+    EXPECT_EQ(ansiFromUtf8("\xCE\xA9"), "?");                 // Ω
+    EXPECT_EQ(ansiFromUtf8("a\xC3" "b\x80\xE2\x82"), "a?b???");  // cut short, stray
+    EXPECT_EQ(ansiFromUtf8("\xC0\xAF\xED\xA0\x80"), "?????");  // overlong, surrogate
 }
 
 TEST(Codepage, NamesCompareWithoutCase)
