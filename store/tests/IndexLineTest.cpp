@@ -189,6 +189,8 @@ TEST(Workspace, NextStartRemovesTheWorkspacesOfEndedNavosOnly)
             return std::string();
         *pid = ::fork();
         if (*pid == 0) {
+            ::close(report[0]);
+            ::close(hold[1]);
             AppData child;
             if (workspace::Workspace(child, workspace::kCreate, "*.*") != 0)
                 _exit(3);
@@ -236,8 +238,9 @@ TEST(Workspace, NextStartRemovesTheWorkspacesOfEndedNavosOnly)
     EXPECT_TRUE(fs::exists(live + "/Telvarine.vxi"));
     EXPECT_TRUE(fs::exists(mine.TempDir));
     EXPECT_TRUE(fs::exists(older));
-    if (canGiveAway)
+    if (canGiveAway) {
         EXPECT_TRUE(fs::exists(foreign));
+    }
 
     // What the workspace's process makes is its owner's alone.
     writeAll(next.TempDir + "/xbuffer.wav", "x");

@@ -48,7 +48,7 @@ bool contains(const std::string& text, const std::string& part)
 
 class NavoStoreTool : public OpenStoreFixture {
 protected:
-    QString store() const { return QString::fromStdString(storePath()); }
+    QString storeArg() const { return QString::fromStdString(storePath()); }
 
     std::string work() const
     {
@@ -127,7 +127,7 @@ TEST_F(NavoStoreTool, SaysWhatIsWrongWithDistinctMessagesAndSmallStatuses)
     for (const std::string& tmp : {root() + "/no-such-folder", root() + "/text.vxt"}) {
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
         env.insert("TMPDIR", QString::fromStdString(tmp));
-        const ToolResult noTemp = runTool({"list", store()}, env);
+        const ToolResult noTemp = runTool({"list", storeArg()}, env);
         EXPECT_EQ(noTemp.status, 9) << tmp;
         EXPECT_TRUE(contains(noTemp.err, "cannot make a scratch folder in the temporary folder " + tmp))
             << noTemp.err;
@@ -144,7 +144,7 @@ TEST_F(NavoStoreTool, SaysWhatIsWrongWithDistinctMessagesAndSmallStatuses)
     }
     QProcessEnvironment asNobody = QProcessEnvironment::systemEnvironment();
     asNobody.insert("TMPDIR", "/tmp");
-    const ToolResult denied = runTool({"list", store()}, asNobody, runAs);
+    const ToolResult denied = runTool({"list", storeArg()}, asNobody, runAs);
     fs::permissions(storePath(), fs::perms::owner_read | fs::perms::owner_write);
     EXPECT_EQ(denied.status, 6) << denied.err;
     EXPECT_TRUE(contains(denied.err, "permission denied")) << denied.err;
@@ -154,7 +154,7 @@ TEST_F(NavoStoreTool, SaysWhatIsWrongWithDistinctMessagesAndSmallStatuses)
     sqlite3* db = nullptr;
     ASSERT_EQ(sqlite3_open(storePath().c_str(), &db), SQLITE_OK);
     ASSERT_EQ(sqlite3_exec(db, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr), SQLITE_OK);
-    const ToolResult busy = runTool({"list", store()});
+    const ToolResult busy = runTool({"list", storeArg()});
     sqlite3_exec(db, "ROLLBACK", nullptr, nullptr, nullptr);
     sqlite3_close(db);
     EXPECT_EQ(busy.status, 5);
@@ -170,7 +170,7 @@ TEST_F(NavoStoreTool, CheckReadsEveryRecordFileThrough)
     const long last = fileDictation("Last");
     ASSERT_EQ(lastResult, 0);
     ASSERT_EQ(store.save(app), 0);
-    const ToolResult sound = runTool({"check", store()});
+    const ToolResult sound = runTool({"check", storeArg()});
     ASSERT_EQ(sound.status, 0) << sound.out << sound.err;
     EXPECT_TRUE(contains(sound.out, "4 records; no problems found")) << sound.out;
 
@@ -223,7 +223,7 @@ TEST_F(NavoStoreTool, CheckReadsEveryRecordFileThrough)
         putBack(takeOut(storePath(), RecordFiler::recordFileName(last)), "00000099.vxz");
     }
 
-    const ToolResult checked = runTool({"check", store()});
+    const ToolResult checked = runTool({"check", storeArg()});
     EXPECT_EQ(checked.status, 1);
     const std::string& out = checked.out;
     EXPECT_TRUE(contains(out, "the record file " + RecordFiler::recordFileName(crc) + " is damaged")) << out;
@@ -241,23 +241,23 @@ TEST_F(NavoStoreTool, ExtractFindsAMessagesSoundAndKeepsAnExistingFile)
     ASSERT_EQ(store.save(app), 0);
     const QString out = QString::fromStdString(work());
 
-    const ToolResult first = runTool({"extract", store(), QString::number(message), out});
+    const ToolResult first = runTool({"extract", storeArg(), QString::number(message), out});
     ASSERT_EQ(first.status, 0) << first.err;
     const std::string path = first.out.substr(0, first.out.find('\n'));
     EXPECT_EQ(fs::path(path).extension(), ".wav");
     EXPECT_EQ(readAll(path), waveBytes(8000));
 
     writeAll(path, "my own file");
-    const ToolResult again = runTool({"extract", store(), QString::number(message), out});
+    const ToolResult again = runTool({"extract", storeArg(), QString::number(message), out});
     EXPECT_EQ(again.status, 8);
     EXPECT_TRUE(contains(again.err, "exists; give --force")) << again.err;
     EXPECT_EQ(readAll(path), "my own file");
 
-    const ToolResult forced = runTool({"extract", "--force", store(), QString::number(message), out});
+    const ToolResult forced = runTool({"extract", "--force", storeArg(), QString::number(message), out});
     EXPECT_EQ(forced.status, 0) << forced.err;
     EXPECT_EQ(readAll(path), waveBytes(8000));
 
-    const ToolResult none = runTool({"extract", store(), "4242", out});
+    const ToolResult none = runTool({"extract", storeArg(), "4242", out});
     EXPECT_EQ(none.status, 4);
     EXPECT_TRUE(contains(none.err, "no record 4242")) << none.err;
 }
