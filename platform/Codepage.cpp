@@ -2,6 +2,7 @@
 #include "platform/Codepage.h"
 
 #include <array>
+#include <utility>
 
 namespace {
 
@@ -57,9 +58,89 @@ std::string toAnsi(const QString& text)
     return bytes;
 }
 
+namespace {
+
+void appendUtf8(std::string& out, char32_t cp)
+{
+    if (cp < 0x80) {
+        out += static_cast<char>(cp);
+    } else if (cp < 0x800) {
+        out += static_cast<char>(0xC0 | (cp >> 6));
+        out += static_cast<char>(0x80 | (cp & 0x3F));
+    } else {
+        out += static_cast<char>(0xE0 | (cp >> 12));
+        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+        out += static_cast<char>(0x80 | (cp & 0x3F));
+    }
+}
+
+// The code point of the well-formed UTF-8 sequence at text[i] and its length;
+// length 0 for a byte that starts none (a stray continuation byte, a cut-short
+// or overlong sequence, a surrogate).
+std::pair<char32_t, std::size_t> decodeUtf8(std::string_view text, std::size_t i)
+{
+    const auto lead = static_cast<unsigned char>(text[i]);
+    std::size_t extra = 0;
+    char32_t cp = 0;
+    char32_t least = 0;
+    if (lead < 0x80)
+        return {lead, 1};
+    if ((lead & 0xE0) == 0xC0) {
+        extra = 1;
+        cp = lead & 0x1F;
+        least = 0x80;
+    } else if ((lead & 0xF0) == 0xE0) {
+        extra = 2;
+        cp = lead & 0x0F;
+        least = 0x800;
+    } else if ((lead & 0xF8) == 0xF0) {
+        extra = 3;
+        cp = lead & 0x07;
+        least = 0x10000;
+    } else {
+        return {0, 0};
+    }
+    if (i + extra >= text.size())
+        return {0, 0};
+    for (std::size_t k = 1; k <= extra; ++k) {
+        const auto next = static_cast<unsigned char>(text[i + k]);
+        if ((next & 0xC0) != 0x80)
+            return {0, 0};
+        cp = (cp << 6) | (next & 0x3F);
+    }
+    if (cp < least || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF))
+        return {0, 0};
+    return {cp, extra + 1};
+}
+
+}  // namespace
+
 std::string ansiFromUtf8(std::string_view utf8)
 {
-    return toAnsi(QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size())));
+    std::string out;
+    out.reserve(utf8.size());
+    for (std::size_t i = 0; i < utf8.size();) {
+        const auto [cp, length] = decodeUtf8(utf8, i);
+        if (length == 0) {
+            out += '?';
+            ++i;
+            continue;
+        }
+        out += cp > 0xFFFF ? '?' : byteOf(static_cast<char16_t>(cp));
+        i += length;
+    }
+    return out;
+}
+
+std::string utf8FromAnsi(std::string_view bytes)
+{
+    std::string out;
+    out.reserve(bytes.size() + bytes.size() / 8);
+    for (const char ch : bytes) {
+        const auto b = static_cast<unsigned char>(ch);
+        appendUtf8(out, b >= 0x80 && b < 0xA0 ? kHigh[b - 0x80] : char32_t(b));
+    }
+    return out;
 }
 
 char foldAnsi(char byte)

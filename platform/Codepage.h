@@ -23,9 +23,15 @@ QString fromAnsi(std::string_view bytes);
 // code point outside the Basic Multilingual Plane) becomes one '?'.
 std::string toAnsi(const QString& text);
 
-// A UTF-8 string (a literal in Navo's UTF-8 source, a name from the system)
-// as Windows-1252 bytes: ansiFromUtf8("£") == "\xA3".
+// A UTF-8 string (a literal in Navo's UTF-8 source, a name from the system,
+// text the index stores) as Windows-1252 bytes: ansiFromUtf8("£") == "\xA3".
+// Characters without a byte become one '?' each, and so does each byte of
+// broken UTF-8.
 std::string ansiFromUtf8(std::string_view utf8);
+
+// Windows-1252 bytes as UTF-8, by the same table as fromAnsi, so that every
+// byte string comes back unchanged through ansiFromUtf8.
+std::string utf8FromAnsi(std::string_view bytes);
 
 // Case folding of Windows-1252 bytes the way Windows compares names without
 // regard to case: ASCII letters, the Latin-1 letters (but not × and ÷) and

@@ -229,7 +229,8 @@ bool replaceFile(const char* path, const std::string& content)
     int fd = -1;
     for (int attempt = 0; attempt < 100 && fd < 0; ++attempt) {
         temp = dir + "." + base + "." + std::to_string(::getpid()) + "." + std::to_string(++counter);
-        fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        // A new file is its owner's alone: it names the users and their stores.
+        fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
         if (fd < 0 && errno != EEXIST)
             return false;
     }
@@ -286,6 +287,76 @@ DWORD copyList(const std::vector<std::string_view>& names, char* buffer, DWORD s
     buffer[size - 2] = '\0';
     buffer[size - 1] = '\0';
     return size - 2;
+}
+
+// Values travel through the file on one line: a line break would start a
+// line of its own choosing (another user's section, another key), so CR and LF
+// are written as "%0D" and "%0A", and a '%' that would read as one of the
+// three escapes as "%25". Every other '%' stays as typed, so values written
+// before keep their meaning. A value that would lose blanks or quotes on the
+// way back is written in double quotes, which reading removes.
+int escapeAt(std::string_view text, std::size_t at)
+{
+    if (at + 2 >= text.size() || text[at] != '%')
+        return -1;
+    const char hi = text[at + 1];
+    const char lo = static_cast<char>(text[at + 2] & ~0x20);  // upper case
+    if (hi == '2' && text[at + 2] == '5')
+        return '%';
+    if (hi == '0' && lo == 'A')
+        return '\n';
+    if (hi == '0' && lo == 'D')
+        return '\r';
+    return -1;
+}
+
+std::string encodeValue(std::string_view value)
+{
+    std::string out;
+    out.reserve(value.size() + 2);
+    for (std::size_t i = 0; i < value.size(); ++i) {
+        const char c = value[i];
+        if (c == '\n')
+            out += "%0A";
+        else if (c == '\r')
+            out += "%0D";
+        else if (c == '%' && escapeAt(value, i) >= 0)
+            out += "%25";
+        else
+            out += c;
+    }
+    if (!out.empty() && (isBlank(out.front()) || isBlank(out.back()) || stripQuotes(out).size() != out.size()))
+        out = '"' + out + '"';
+    return out;
+}
+
+std::string decodeValue(std::string_view stored)
+{
+    std::string out;
+    out.reserve(stored.size());
+    for (std::size_t i = 0; i < stored.size(); ++i) {
+        const int c = escapeAt(stored, i);
+        if (c >= 0) {
+            out += static_cast<char>(c);
+            i += 2;
+        } else {
+            out += stored[i];
+        }
+    }
+    return out;
+}
+
+// Names are written as they are, so a name that would read back as another
+// line, another section or a comment is refused.
+bool writableName(std::string_view name, bool isSection)
+{
+    if (name.find_first_of("\r\n") != std::string_view::npos)
+        return false;
+    if (isSection)
+        return name.find(']') == std::string_view::npos;
+    const std::string_view trimmed = trim(name);
+    return !trimmed.empty() && trimmed.front() != '[' && trimmed.front() != ';' &&
+           name.find('=') == std::string_view::npos;
 }
 
 // The value of key in the first section called section, without quotes;
@@ -389,6 +460,13 @@ std::optional<std::string> edit(const std::string& text, std::string_view sectio
 
 BOOL writeLocked(const char* section, const char* key, const char* value, const char* fileName)
 {
+    std::string encoded;
+    if (value != nullptr && key != nullptr) {
+        if (!writableName(section, true) || !writableName(key, false))
+            return FALSE;
+        encoded = encodeValue(value);
+        value = encoded.c_str();
+    }
     std::string text;
     if (readFile(fileName, text) == ReadStatus::Failed)
         return FALSE;
@@ -438,7 +516,7 @@ DWORD GetPrivateProfileStringA(const char* section, const char* key, const char*
     }
 
     if (const auto value = lookUp(lines, section, key))
-        return copyValue(*value, buffer, size);
+        return copyValue(decodeValue(*value), buffer, size);
     std::string_view fallback = defaultValue != nullptr ? defaultValue : "";
     while (!fallback.empty() && fallback.back() == ' ')
         fallback.remove_suffix(1);

@@ -15,8 +15,16 @@
 // of the file. Each write replaces the file through a temporary file in the
 // same folder, so a failed write (missing folder, read-only file, full disk)
 // returns FALSE and leaves the old file as it was. The file's permission bits
-// are kept. A file without any write permission bit counts as read-only, even
-// for root, as the Windows read-only attribute does.
+// are kept; a new file is readable and writable by its owner only (0600). A
+// file without any write permission bit counts as read-only, even for root,
+// as the Windows read-only attribute does.
+//
+// Every value reads back as it was written, whatever it holds: a line break
+// is stored as "%0A" or "%0D" (and a '%' that would read as one of those as
+// "%25"), and a value with surrounding blanks or quotes is stored in double
+// quotes. A section name holding ']' or a line break, or a key name holding
+// '=' or a line break or starting with '[' or ';', would read back as other
+// lines: such writes return FALSE and change nothing.
 //
 // All functions are thread-safe (one process-wide lock); nothing is cached,
 // so another process's changes are seen at the next call.

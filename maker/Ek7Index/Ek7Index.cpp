@@ -3,12 +3,12 @@
 // calls (Add, Del, Upd, SFS, Read, Field); the listing calls.
 #include "maker/Ek7Index/Ek7Index.h"
 
-#include "maker/Ek7Index/internal/Cp1252.h"
 #include "maker/Ek7Index/internal/IndexDatabase.h"
 #include "maker/Ek7Index/internal/Statement.h"
 #include "maker/Ek7Index/internal/Transaction.h"
 #include "maker/ZOLO/ZOLOREP1.h"
 #include "maker/ZOLO/ZOLOWORD.h"
+#include "platform/Codepage.h"
 
 #include <sqlite3.h>
 
@@ -104,32 +104,32 @@ int prepareText(const Ek7IndexEntry& entry, StoredText* out)
         if (std::strlen(entry.recordType) > kEk7IndexRecordTypeMax)
             return kEk7IndexTooLong;
         out->hasType = true;
-        out->type = cp1252ToUtf8(entry.recordType);
+        out->type = utf8FromAnsi(entry.recordType);
     }
     if (entry.startTime != nullptr) {
         if (std::strlen(entry.startTime) > kEk7IndexStartTimeMax)
             return kEk7IndexTooLong;
         out->hasStartTime = true;
-        out->startTime = cp1252ToUtf8(entry.startTime);
+        out->startTime = utf8FromAnsi(entry.startTime);
     }
     if (entry.keywords != nullptr) {
         if (std::strlen(entry.keywords) > kEk7IndexKeywordsMax)
             return kEk7IndexTooLong;
         out->hasKeywords = true;
-        out->keywords = cp1252ToUtf8(cleanFreeText(entry.keywords));
+        out->keywords = utf8FromAnsi(cleanFreeText(entry.keywords));
     }
     if (entry.extraText != nullptr) {
         if (std::strlen(entry.extraText) > kEk7IndexExtraTextMax)
             return kEk7IndexTooLong;
         out->hasExtraText = true;
-        out->extraText = cp1252ToUtf8(cleanFreeText(entry.extraText));
+        out->extraText = utf8FromAnsi(cleanFreeText(entry.extraText));
     }
     if (entry.line != nullptr) {
         if (std::strlen(entry.line) > kEk7IndexLineMax)
             return kEk7IndexTooLong;
         out->hasLine = true;
         out->line = entry.line;
-        out->subject = cp1252ToUtf8(subjectOf(out->line));
+        out->subject = utf8FromAnsi(subjectOf(out->line));
     }
     return kEk7IndexOk;
 }
@@ -349,7 +349,7 @@ int storeSearchFields(const Ek7IndexEntry* entry)
         return codeForSqlite(rc);
     if (!text.hasLine && !current.columnIsNull(1)) {
         text.hasLine = true;  // the subject again from the stored line
-        text.subject = cp1252ToUtf8(subjectOf(current.columnBlob(1)));
+        text.subject = utf8FromAnsi(subjectOf(current.columnBlob(1)));
         text.line = current.columnBlob(1);
     }
 
@@ -433,16 +433,16 @@ int readRecord(std::uint32_t recId, const char* path, char* buffer)
     std::snprintf(number, sizeof number, "%08u", static_cast<unsigned>(recId));
     std::string record = number;
     record += ' ';
-    record += asRecordField(utf8ToCp1252(select.columnText(0)));
+    record += asRecordField(ansiFromUtf8(select.columnText(0)));
     record += ' ';
-    record += asRecordField(utf8ToCp1252(select.columnText(1)));
+    record += asRecordField(ansiFromUtf8(select.columnText(1)));
     std::snprintf(number, sizeof number, " %u %u ",
                   static_cast<unsigned>(select.columnInt64(2)),
                   static_cast<unsigned>(select.columnInt64(3)));
     record += number;
-    record += asRecordField(utf8ToCp1252(select.columnText(4)));
+    record += asRecordField(ansiFromUtf8(select.columnText(4)));
     record += ' ';
-    record += asRecordField(utf8ToCp1252(select.columnText(5)));
+    record += asRecordField(ansiFromUtf8(select.columnText(5)));
     // Within the limits an entry cannot outgrow the buffer; a file written
     // elsewhere might.
     if (record.size() >= EK7_INDEX_RECORD_MAX)
@@ -476,12 +476,12 @@ int forEach(const char* path, const std::function<bool(const Ek7IndexRow&)>& vis
         if (rc != SQLITE_ROW)
             return codeForSqlite(rc);
         row.recId = static_cast<std::uint32_t>(select.columnInt64(0));
-        row.recordType = utf8ToCp1252(select.columnText(1));
-        row.startTime = utf8ToCp1252(select.columnText(2));
+        row.recordType = ansiFromUtf8(select.columnText(1));
+        row.startTime = ansiFromUtf8(select.columnText(2));
         row.linePosition = static_cast<std::uint32_t>(select.columnInt64(3));
         row.reserved = static_cast<std::uint32_t>(select.columnInt64(4));
-        row.keywords = utf8ToCp1252(select.columnText(5));
-        row.extraText = utf8ToCp1252(select.columnText(6));
+        row.keywords = ansiFromUtf8(select.columnText(5));
+        row.extraText = ansiFromUtf8(select.columnText(6));
         row.line = select.columnBlob(7);
         bool more = false;
         try {
@@ -507,7 +507,7 @@ std::string searchQuery(const char* words)
         if (!query.empty())
             query += ' ';
         query += '"';
-        query += strstrrep(cp1252ToUtf8(word), "\"", "\"\"");
+        query += strstrrep(utf8FromAnsi(word), "\"", "\"\"");
         query += '"';
         word.clear();
     };

@@ -54,7 +54,7 @@ bool DiskFile::open(const std::string& path, Mode mode)
     case Mode::OpenAlways: flags |= O_RDWR | O_CREAT; break;
     case Mode::CreateAlways: flags |= O_RDWR | O_CREAT | O_TRUNC; break;
     }
-    m_fd = ::open(path.c_str(), flags, 0644);
+    m_fd = ::open(path.c_str(), flags, 0600);  // recordings are their owner's alone
     if (m_fd < 0) {
         fail(errno);
         return false;

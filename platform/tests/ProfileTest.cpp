@@ -261,14 +261,55 @@ TEST_F(Profile, FailedWritesReturnFalseAndLeaveTheOldFile)
     EXPECT_EQ(filesInFolder(), QStringList{"NAVO.ini"});  // no temporary file left behind
 }
 
-TEST_F(Profile, WritesKeepThePermissions)
+TEST_F(Profile, NewFilesAreTheOwnersAloneAndWritesKeepThePermissions)
 {
+    const mode_t oldMask = ::umask(022);
+    ASSERT_TRUE(put(path("new.ini"), "Alice", "RecQual", "3"));
+    ::umask(oldMask);
+    struct stat st {};
+    ASSERT_EQ(::stat(path("new.ini").c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 07777, 0600u);
+
     writeFile(path(), kCrlfFile);
     ASSERT_EQ(::chmod(path().c_str(), 0640), 0);
     ASSERT_TRUE(put(path(), "Alice", "RecQual", "3"));
-    struct stat st {};
     ASSERT_EQ(::stat(path().c_str(), &st), 0);
     EXPECT_EQ(st.st_mode & 07777, 0640u);
+}
+
+TEST_F(Profile, EveryValueReadsBackAsWrittenAndPlantsNoOtherLine)
+{
+    writeFile(path(), kCrlfFile);
+    const std::string bob = get(path(), "Bob", "RecQual");
+    const char* const values[] = {
+        "shared\n[bob]\nLastPath=/tmp/evil",  // a store name made to plant another user's keys
+        "a\r\n[Bob]\r\nRecQual=9\r",
+        "\n",
+        "100%0A sure %25 %0d %2 %%0A %",  // escapes typed by the user stay as typed
+        "  padded  ",
+        "\"quoted\"",
+        "'single'",
+        "[Bob]",
+        "k=v;x]",
+    };
+    for (const char* value : values) {
+        ASSERT_TRUE(put(path(), "Alice", "LastFile", value)) << value;
+        EXPECT_EQ(get(path(), "Alice", "LastFile"), value);
+        EXPECT_EQ(get(path(), "Bob", "RecQual"), bob);
+        EXPECT_EQ(get(path(), "Bob", "LastPath"), "Bad");
+        char sections[32];
+        const DWORD n = GetPrivateProfileStringA(nullptr, nullptr, "", sections, sizeof sections, path().c_str());
+        EXPECT_EQ(std::string(sections, n), std::string("Alice\0Bob\0", 10));
+    }
+    // Names that would read back as other lines are refused, and nothing changes.
+    const std::string before = readFile(path());
+    EXPECT_FALSE(put(path(), "Alice]\n[Bob", "RecQual", "9"));
+    EXPECT_FALSE(put(path(), "Ali]ce", "RecQual", "9"));
+    EXPECT_FALSE(put(path(), "Alice", "Rec=Qual", "9"));
+    EXPECT_FALSE(put(path(), "Alice", "Rec\nQual", "9"));
+    EXPECT_FALSE(put(path(), "Alice", "[Bob]", "9"));
+    EXPECT_FALSE(put(path(), "Alice", ";RecQual", "9"));
+    EXPECT_EQ(readFile(path()), before);
 }
 
 TEST_F(Profile, ConcurrentWritersLoseNoKey)

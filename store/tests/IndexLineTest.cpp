@@ -3,6 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <filesystem>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include "StoreFixture.h"
 #include "core/AppData.h"
@@ -161,6 +165,105 @@ TEST(Workspace, PrivateFolderClearedByPatternAndRemoved)
     EXPECT_FALSE(std::filesystem::exists(app.TempDir + "/buffer"));  // no dot, still matched
     workspace::Workspace(app, workspace::kRemove, "*.*");
     EXPECT_FALSE(std::filesystem::exists(app.TempDir));
+}
+
+// A Navo killed while it ran leaves its workspace behind; the next one to
+// start removes it, and nothing that a running process or another user holds.
+TEST(Workspace, NextStartRemovesTheWorkspacesOfEndedNavosOnly)
+{
+    namespace fs = std::filesystem;
+    QTemporaryDir tmp;
+    const QByteArray saved = qgetenv("TMPDIR");
+    qputenv("TMPDIR", tmp.path().toLocal8Bit());
+    ::umask(022);
+    AppData mine;
+    ASSERT_EQ(workspace::Workspace(mine, workspace::kCreate, "*.*"), 0);
+    ::umask(022);
+
+    // A child makes a workspace and reports it; it then ends without any
+    // clean-up, or waits until its pipe closes.
+    auto spawn = [](bool stay, pid_t* pid, int* release) {
+        int report[2];
+        int hold[2];
+        if (::pipe(report) != 0 || ::pipe(hold) != 0)
+            return std::string();
+        *pid = ::fork();
+        if (*pid == 0) {
+            ::close(report[0]);
+            ::close(hold[1]);
+            AppData child;
+            if (workspace::Workspace(child, workspace::kCreate, "*.*") != 0)
+                _exit(3);
+            writeAll(child.TempDir + "/Telvarine.vxi", "index copy");
+            (void)!::write(report[1], child.TempDir.data(), child.TempDir.size());
+            ::close(report[1]);
+            char c;
+            if (stay)
+                (void)!::read(hold[0], &c, 1);
+            _exit(0);
+        }
+        ::close(report[1]);
+        ::close(hold[0]);
+        *release = hold[1];
+        char buffer[4096];
+        const ssize_t n = ::read(report[0], buffer, sizeof buffer);
+        ::close(report[0]);
+        return n > 0 ? std::string(buffer, static_cast<std::size_t>(n)) : std::string();
+    };
+    pid_t deadPid = 0;
+    pid_t livePid = 0;
+    int deadRelease = -1;
+    int liveRelease = -1;
+    const std::string dead = spawn(false, &deadPid, &deadRelease);
+    const std::string live = spawn(true, &livePid, &liveRelease);
+    ASSERT_FALSE(dead.empty());
+    ASSERT_FALSE(live.empty());
+    int status = 0;
+    ASSERT_EQ(::waitpid(deadPid, &status, 0), deadPid);
+
+    // This process's own workspace, its owner file naming the ended child as
+    // a reused process id would: the lock it holds still keeps it.
+    writeAll(mine.TempDir + "/" + workspace::kOwnerFile, std::to_string(deadPid) + "\n");
+    // One left by an older Navo, which names no owner, and one of another user.
+    const std::string older = tmp.path().toStdString() + "/Telvarine0ABC";
+    const std::string foreign = tmp.path().toStdString() + "/TelvarineBEEF";
+    fs::create_directory(older);
+    fs::create_directory(foreign);
+    writeAll(foreign + "/" + workspace::kOwnerFile, std::to_string(deadPid) + "\n");
+    const bool canGiveAway = ::chown(foreign.c_str(), 65534, 65534) == 0;
+
+    AppData next;
+    ASSERT_EQ(workspace::Workspace(next, workspace::kCreate, "*.*"), 0);
+    EXPECT_FALSE(fs::exists(dead));
+    EXPECT_TRUE(fs::exists(live + "/Telvarine.vxi"));
+    EXPECT_TRUE(fs::exists(mine.TempDir));
+    EXPECT_TRUE(fs::exists(older));
+    if (canGiveAway) {
+        EXPECT_TRUE(fs::exists(foreign));
+    }
+
+    // What the workspace's process makes is its owner's alone.
+    writeAll(next.TempDir + "/xbuffer.wav", "x");
+    fs::create_directory(next.TempDir + "/kept");
+    EXPECT_EQ(fileMode(next.TempDir + "/xbuffer.wav"), 0600u);
+    EXPECT_EQ(fileMode(next.TempDir + "/kept"), 0700u);
+
+    // Once the other child has ended, its workspace goes too.
+    ::close(liveRelease);
+    ::close(deadRelease);
+    ASSERT_EQ(::waitpid(livePid, &status, 0), livePid);
+    AppData third;
+    ASSERT_EQ(workspace::Workspace(third, workspace::kCreate, "*.*"), 0);
+    EXPECT_FALSE(fs::exists(live));
+    EXPECT_TRUE(fs::exists(mine.TempDir));
+
+    for (AppData* app : {&mine, &next, &third})
+        workspace::Workspace(*app, workspace::kRemove, "*.*");
+    EXPECT_FALSE(fs::exists(mine.TempDir));
+    if (saved.isNull())
+        qunsetenv("TMPDIR");
+    else
+        qputenv("TMPDIR", saved);
 }
 
 TEST(Workspace, UnusableTemporaryFolderIsError119)

@@ -31,5 +31,4 @@ cp "$store" "$work/broken.vxt"
 truncate -s 5000 "$work/broken.vxt"
 if "$tool" check "$work/broken.vxt" > "$work/check.txt"; then fail "a cut-short store passed the check"; fi
 grep -q "PROBLEM" "$work/check.txt" || fail "no problem reported for a cut-short store"
-if "$tool" list "$work/nothing.vxt" 2>/dev/null; then fail "a missing store was listed"; fi
 echo PASS

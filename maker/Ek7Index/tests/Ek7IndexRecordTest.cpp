@@ -61,22 +61,13 @@ TEST_F(RecordTest, EmptyKeywordsKeepTheLaterFieldsInPlace)
     EXPECT_EQ(field(6, record), "x");
 }
 
-TEST_F(RecordTest, EveryWindows1252ByteSurvivesStorage)
+TEST_F(RecordTest, Windows1252TextSurvivesStorage)
 {
-    // Start times are stored as given, so they carry every byte but NUL.
-    std::string low;
-    std::string high;
-    for (int b = 1; b < 128; ++b)
-        low += static_cast<char>(b);
-    for (int b = 128; b < 256; ++b)
-        high += static_cast<char>(b);
-    Ek7IndexEntry a = entry(1, "caf\xE9 \x80 \x81\x8D\x8F\x90\x9D\xFF");
-    a.startTime = low.c_str();
-    Ek7IndexEntry b = entry(2, "x");
-    b.startTime = high.c_str();
+    // The undefined bytes too: the index stores UTF-8 and gives the bytes back.
+    const char* const text = "caf\xE9 \x80 \x81\x8D\x8F\x90\x9D\xFF";
+    Ek7IndexEntry a = entry(1, text);
+    a.startTime = text;
     ASSERT_NE(Ek7IndexAdd(&a), 0);
-    ASSERT_NE(Ek7IndexAdd(&b), 0);
-
     std::vector<Ek7IndexRow> rows;
     ASSERT_EQ(Ek7IndexForEach(m_index.c_str(),
                               [&](const Ek7IndexRow& row) {
@@ -84,10 +75,9 @@ TEST_F(RecordTest, EveryWindows1252ByteSurvivesStorage)
                                   return true;
                               }),
               kEk7IndexOk);
-    ASSERT_EQ(rows.size(), 2u);
-    EXPECT_EQ(rows[0].startTime, low);
-    EXPECT_EQ(rows[0].keywords, "caf\xE9 \x80 \x81\x8D\x8F\x90\x9D\xFF");
-    EXPECT_EQ(rows[1].startTime, high);
+    ASSERT_EQ(rows.size(), 1u);
+    EXPECT_EQ(rows[0].startTime, text);
+    EXPECT_EQ(rows[0].keywords, text);
 }
 
 TEST_F(RecordTest, AddingAnExistingRecIdFailsAndKeepsTheFirst)
