@@ -101,6 +101,7 @@ private:
     // and the line-state picture.
     void showLineStatus();
     void setCommandChecked(int id, bool checked);
+    void closeAfterStartup();
 
     // The Phone menu (2002-2006) and "Use dictation as greeting" (2107).
     void modemSelectionCommand();

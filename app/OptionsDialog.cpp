@@ -14,7 +14,7 @@
 #include "res/resource.h"
 #include "ui_OptionsDialog.h"
 
-OptionsDialog::OptionsDialog(AppData& app, const ProfileSettings& profile, QWidget* parent)
+OptionsDialog::OptionsDialog(AppData& app, const ProfileValues& profile, QWidget* parent)
     : QDialog(parent), m_ui(std::make_unique<Ui::OptionsDialog>()), m_model(app, profile)
 {
     m_ui->setupUi(this);
@@ -30,7 +30,7 @@ OptionsDialog::OptionsDialog(AppData& app, const ProfileSettings& profile, QWidg
     m_ui->IDC_SILENCE->setRange(OptionsModel::kSilenceMin, OptionsModel::kSilenceMax);
     m_ui->IDC_SILENCE->setTickInterval(OptionsModel::kSilenceTick);
     m_ui->IDC_RINGS_SPIN->setRange(OptionsModel::kRingsMin, OptionsModel::kRingsMax);
-    m_ui->maxMessageSpin->setRange(settings::kMaxMessageMin, settings::kMaxMessageMax);
+    m_ui->maxMessageSpin->setRange(ProfileValues::kMaxMessage.min, ProfileValues::kMaxMessage.max);
     for (const char* sign : OptionsModel::kCurrencyItems)
         m_ui->IDC_CURRENCY->addItem(fromAnsi(sign));
 

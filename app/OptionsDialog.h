@@ -19,7 +19,7 @@ public:
     // Tool tips are wrapped to this width, as narrow as the old program's.
     static constexpr int kToolTipWidth = 70;
 
-    OptionsDialog(AppData& app, const ProfileSettings& profile, QWidget* parent = nullptr);
+    OptionsDialog(AppData& app, const ProfileValues& profile, QWidget* parent = nullptr);
     ~OptionsDialog() override;
 
     const OptionsModel& model() const { return m_model; }

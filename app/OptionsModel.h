@@ -7,29 +7,26 @@
 #include <cstddef>
 #include <string>
 
-#include "core/SettingsKeys.h"
+#include "core/ProfileValues.h"
 
 struct AppData;
-#include "core/ProfileSettings.h"
 
 class OptionsModel {
 public:
     // Ranges of the silence slider and the rings spin; stored values outside
     // them are shown, and saved on OK, at the nearest end.
-    static constexpr int kSilenceMin = settings::kSilenceMin;
-    static constexpr int kSilenceMax = settings::kSilenceMax;
+    static constexpr int kSilenceMin = ProfileValues::kSilence.min;
+    static constexpr int kSilenceMax = ProfileValues::kSilence.max;
     static constexpr int kSilenceTick = 4;
-    static constexpr int kSilenceDefault = settings::kSilenceDefault;
-    static constexpr int kRingsMin = 1;
-    static constexpr int kRingsMax = 10;
-    static constexpr int kRingsDefault = 3;
+    static constexpr int kRingsMin = ProfileValues::kRings.min;
+    static constexpr int kRingsMax = ProfileValues::kRings.max;
     static constexpr std::size_t kCostMax = 49;
     static constexpr int kQualityCount = 4;
 
     // The currency signs offered, Windows-1252: "£", "$", "€".
     static const std::array<const char*, 3> kCurrencyItems;
 
-    OptionsModel(AppData& app, const ProfileSettings& profile);
+    OptionsModel(AppData& app, const ProfileValues& profile);
 
     // Reads every value, writing the default of each missing one.
     void initialise();
@@ -73,17 +70,10 @@ public:
     // OK: costs as typed (Windows-1252), then every value in a fixed order.
     void accept(const std::string& phoneCostText, const std::string& meetCostText);
 
-    // atoi as the profile readers use it: leading blanks, a sign, digits,
-    // anything else ends the number; garbage reads as 0, overflow saturates.
-    static int parseNumber(const std::string& text);
-
 private:
-    bool readYesNo(const char* key);
-    void writeYesNo(const char* key, bool on) const;
-
     AppData& m_app;
     // A copy: callers hand in temporaries, and the model outlives them.
-    const ProfileSettings m_profile;
+    const ProfileValues m_profile;
 
     std::string m_phoneCost;
     std::string m_meetCost;
@@ -93,8 +83,8 @@ private:
     bool m_runDiary = false;
     bool m_exportPrompt = false;
     bool m_compress = true;
-    int m_silence = kSilenceDefault;
-    int m_maxMessage = settings::kMaxMessageDefault;
-    int m_rings = kRingsDefault;
+    int m_silence = ProfileValues::kSilence.missing;
+    int m_maxMessage = ProfileValues::kMaxMessage.missing;
+    int m_rings = ProfileValues::kRings.missing;
     int m_quality = 0;
 };

@@ -28,7 +28,7 @@
 
 #include <string>
 
-#include "core/ProfileSettings.h"
+#include "core/ProfileValues.h"
 #include "core/StartupServices.h"
 #include "maker/Ek7Tapi/Ek7Tapi.h"
 #include "telephony/IncomingCallDialog.h"
@@ -88,7 +88,7 @@ public:
     const ProgramResources& resources() const { return m_resources; }
 
 private:
-    ProfileSettings profile() const;
+    ProfileValues profile() const;
 
     ProgramResources m_resources;
     AppData* m_app = nullptr;

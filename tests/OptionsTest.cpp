@@ -20,7 +20,7 @@
 #include "core/AppData.h"
 #include "app/OptionsDialog.h"
 #include "app/OptionsModel.h"
-#include "core/ProfileSettings.h"
+#include "core/ProfileValues.h"
 #include "res/StringTable.h"
 
 namespace {
@@ -55,11 +55,11 @@ protected:
         }
         return lines;
     }
-    std::string value(const char* key) const { return m_profile.read(key); }
+    std::string value(const char* key) const { return m_profile.settings().read(key); }
 
     QTemporaryDir m_dir;
     std::string m_ini;
-    ProfileSettings m_profile;
+    ProfileValues m_profile;
     AppData m_app;
 };
 
