@@ -12,6 +12,8 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <functional>
+#include <optional>
 #include <sstream>
 
 #include "FakeServices.h"
@@ -355,24 +357,119 @@ TEST_F(FailedStartupTest, UnreachableStoreOffersOpenOrNewAndSkipsTheSaveWhenBoth
     EXPECT_EQ(std::count(fake.calls.begin(), fake.calls.end(), "save"), 0);
 }
 
-TEST_F(StartupTest, StopRequestedDuringAStartUpQuestionCancelsItAndShutsDownUnseen)
+// Runs a start-up through DoModal. Should the window ever be shown, a
+// zero-time timer inside its event loop notes it and closes it, so a fault
+// fails the test instead of hanging it.
+class ModalStartupTest : public StartupTest {
+protected:
+    int doModal(MainWindow& window)
+    {
+        QObject guard;
+        QTimer::singleShot(0, &guard, [&] {
+            if (window.isVisible()) {
+                shown = true;
+                window.close();
+            }
+        });
+        return window.DoModal();
+    }
+    bool shown = false;
+};
+
+// A prompt that, at the question it is told, gets TERM as the box is on
+// screen (the program's stop handler runs), then answers as the closed box.
+class TermAtQuestion : public Prompt {
+public:
+    TermAtQuestion(std::size_t question, std::function<void()> term) : m_question(question), m_term(std::move(term)) {}
+    int messageBox(const std::string& text, UINT flags, const std::string&) override
+    {
+        asked.push_back(text);
+        if (asked.size() != m_question + 1)
+            return IDOK;
+        m_term();
+        return (flags & MB_TYPEMASK) == MB_YESNO ? IDNO : IDOK;
+    }
+    std::optional<std::string> chooseFile(const FileDialogRequest& request) override
+    {
+        asked.push_back("file: " + request.title);
+        return std::nullopt;
+    }
+    std::vector<std::string> asked;
+
+private:
+    std::size_t m_question;
+    std::function<void()> m_term;
+    ScopedPrompt m_installed{*this};
+};
+
+TEST_F(ModalStartupTest, AFailedStepAsksNothingMoreAndTheWindowIsNeverShown)
+{
+    // "CommID" "X" asks for a modem at every start; the store is not there
+    // either. After the workspace failed, neither question may come: each
+    // would run a nested event loop that delivers the posted close.
+    writeFile(install.ini(), "[" + logOnName() + "]\nLastPath=/data\nCommID=X\nADiary=Y\n");
+    fake.workspaceResult = 119;
+    fake.openResult = 105;
+    fake.infoResult = 0;
+    fake.infoSize = 300ull * 1048576;
+    fake.infoReclaimable = 100ull * 1048576;
+    fake.duringModemSelection = [](QWidget* owner) {
+        QDialog modems(owner);
+        QTimer::singleShot(0, &modems, &QDialog::reject);
+        modems.exec();
+    };
+    prompt.answerMessage(IDOK);
+    MainWindow window(app, fake.services(), install.executable());
+
+    EXPECT_EQ(doModal(window), IDCANCEL);
+
+    EXPECT_FALSE(shown);
+    ASSERT_EQ(prompt.messages().size(), 1u);  // only the workspace's own message
+    EXPECT_EQ(prompt.messages()[0].text, MessageTextFor(119));
+    EXPECT_EQ(std::count(fake.calls.begin(), fake.calls.end(), "select modem"), 0);
+    EXPECT_EQ(std::count(fake.calls.begin(), fake.calls.end(), "diary check"), 0);
+    EXPECT_EQ(app.StartupFailed, 1);
+    EXPECT_EQ(std::count(fake.calls.begin(), fake.calls.end(), "save"), 0);  // no store was held
+    EXPECT_EQ(fake.calls.back(), "workspace 2 *.*");
+}
+
+TEST_F(ModalStartupTest, TermDuringAQuestionEndsStartUpWithoutTheNextQuestions)
+{
+    // A second copy at its start-up box: TERM while 602 is asked. No store
+    // is chosen, no file dialog comes, the window is never shown.
+    MainWindow window(app, fake.services(), install.executable());
+    fake.openResult = 105;
+    fake.modemChoice = 1;
+    TermAtQuestion term(0, [&] { window.requestStop(); });
+
+    EXPECT_EQ(doModal(window), IDCANCEL);
+
+    EXPECT_FALSE(shown);
+    EXPECT_EQ(term.asked, (std::vector<std::string>{MessageTextFor(105)}));
+    EXPECT_EQ(std::count(fake.calls.begin(), fake.calls.end(), "new command"), 0);
+    EXPECT_EQ(std::count(fake.calls.begin(), fake.calls.end(), "answer machine off"), 0);
+    EXPECT_EQ(std::count(fake.calls.begin(), fake.calls.end(), "save"), 0);
+    EXPECT_EQ(fake.calls.back(), "workspace 2 *.*");
+}
+
+TEST_F(ModalStartupTest, TermDuringTheModemQuestionStillSavesTheStoreItHolds)
 {
     MainWindow window(app, fake.services(), install.executable());
-    bool questionCancelled = false;
-    fake.modemChoice = -1;
     fake.duringModemSelection = [&](QWidget* owner) {
-        QDialog question(owner);
-        question.setModal(true);
-        QTimer::singleShot(0, &question, [&] { window.requestStop(); });
-        // Should the stop not reach the question, it ends by itself later.
-        QTimer::singleShot(10000, &question, &QDialog::accept);
-        questionCancelled = question.exec() == QDialog::Rejected;
+        QDialog modems(owner);
+        modems.setModal(true);
+        QTimer::singleShot(0, &modems, [&] { window.requestStop(); });
+        modems.exec();  // closed by the stop
     };
-    EXPECT_EQ(window.DoModal(), IDCANCEL);
-    EXPECT_TRUE(questionCancelled);
-    EXPECT_FALSE(window.isVisible());
-    EXPECT_EQ(fake.calls.back(), "workspace 2 *.*");  // the shutdown ran
-    EXPECT_EQ(app.MainWindowAlive, 0);
+
+    EXPECT_EQ(doModal(window), IDCANCEL);
+
+    EXPECT_FALSE(shown);
+    EXPECT_TRUE(prompt.messages().empty());
+    // The store was opened after the question: it is saved, then removed.
+    EXPECT_EQ(fake.calls, (std::vector<std::string>{"line init", "workspace 1 *.*", "select modem", "build", "open",
+                                                    "line close", "save", "delete working copies",
+                                                    "workspace 2 *.*"}));
 }
 
 TEST_F(StartupTest, ShutdownRunsInOrder)
