@@ -84,30 +84,6 @@ TEST_F(OptionsTest, MissingValuesAreWrittenInStepOrderAndCostsShowEmpty)
     EXPECT_EQ(m_app.Currency, "\xA3");
 }
 
-TEST_F(OptionsTest, OnlyExactYChecksAndOnlyExactZeroClearsExportPrompt)
-{
-    writeIni("[Tester]\nHighLight=y\nPrime=Y\nPhWarn=Y\nADiary=yes\nCompress=n\nExpPrompt=0\n"
-             "PhoneCost=abc\n");
-    m_app.PromptOnExport = 1;
-    OptionsModel model(m_app, m_profile);
-    model.initialise();
-    EXPECT_FALSE(model.highLight());
-    EXPECT_TRUE(model.prime());
-    EXPECT_TRUE(model.phoneWarning());
-    EXPECT_EQ(m_app.PhoneWarning, 1);
-    EXPECT_FALSE(model.runDiary());
-    EXPECT_FALSE(model.compress());
-    EXPECT_FALSE(model.exportPrompt());
-    EXPECT_EQ(m_app.PromptOnExport, 0);
-    EXPECT_EQ(model.phoneCost(), "abc");
-
-    model.accept("abc", "");
-    EXPECT_EQ(value("HighLight"), "N");
-    EXPECT_EQ(value("ADiary"), "N");
-    EXPECT_EQ(value("Compress"), "N");
-    EXPECT_EQ(value("ExpPrompt"), "0");
-}
-
 TEST_F(OptionsTest, OkWritesEveryValueInOrder)
 {
     writeIni(kStartUpProfile);
@@ -129,33 +105,6 @@ TEST_F(OptionsTest, OkWritesEveryValueInOrder)
         "RecQual=3", "MaxMessage=45"};
     EXPECT_EQ(iniLines(), expected);
     EXPECT_EQ(m_app.RecordingQuality, 3);
-}
-
-TEST_F(OptionsTest, GarbageNumbersAreClampedToTheControls)
-{
-    struct Case {
-        const char *silence, *rings, *quality;
-        int wantSilence, wantRings, wantQuality;
-    } cases[] = {
-        {"abc", "99", "7", 2, 10, 7},
-        {"99", "0", "-1", 30, 1, -1},
-        {" 12x", "-4", "  3", 12, 1, 3},
-        {"99999999999999999999", "-99999999999999999999", "", 30, 1, 0},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.silence);
-        writeIni(std::string("[Tester]\nSilence=") + c.silence + "\nRings=" + c.rings +
-                 "\nRecQual=" + c.quality + "\n");
-        OptionsModel model(m_app, m_profile);
-        model.initialise();
-        EXPECT_EQ(model.silence(), c.wantSilence);
-        EXPECT_EQ(model.rings(), c.wantRings);
-        EXPECT_EQ(model.quality(), c.wantQuality);
-        model.accept("", "");
-        EXPECT_EQ(value("Silence"), std::to_string(c.wantSilence));
-        EXPECT_EQ(value("Rings"), std::to_string(c.wantRings));
-        EXPECT_EQ(m_app.RecordingQuality, c.wantQuality);
-    }
 }
 
 TEST_F(OptionsTest, CurrencyComesFromTheProfileAndIsCutAt200)
