@@ -97,14 +97,14 @@ for _ in $(seq 50); do
 done
 
 # The first visible window whose title matches one of the patterns, waited
-# for up to $1 seconds; prints "pattern id".
+# for up to $1 seconds; prints "id pattern".
 wait_for_window() {
     local seconds=$1 pattern id
     shift
     for _ in $(seq $((seconds * 10))); do
         for pattern in "$@"; do
             id=$(xdotool search --onlyvisible --name "$pattern" 2>/dev/null | head -n 1)
-            [ -n "$id" ] && { echo "$pattern $id"; return 0; }
+            [ -n "$id" ] && { echo "$id $pattern"; return 0; }
         done
         kill -0 "$navo_pid" 2>/dev/null || return 1
         sleep 0.1
@@ -126,14 +126,14 @@ navo_pid=$!
 wait_for_window 20 "$splash" >/dev/null || navo_fail "Navo showed no splash screen"
 shoot navo-splash.png "Splash screen"
 shown=$(wait_for_window 30 "$modems" "$main") || navo_fail "Navo stopped during start-up"
-if [ "${shown% *}" = "$modems" ]; then
+if [ "${shown#* }" = "$modems" ]; then
     # A first start asks for the line: take the first, the SIP line, as a
-    # user would (Down selects it, Enter presses Select).
+    # user would (Home and Space select it, Enter presses Select).
     shoot navo-modem-selection.png "Modem Selection (first start)"
-    xdotool windowfocus --sync "${shown#* }" key Down Return
+    xdotool windowfocus --sync "${shown%% *}" key Home space Return
     if ! shown=$(wait_for_window 10 "$main"); then
         navo_say "Modem Selection did not take the SIP line; cancelling it"
-        xdotool key Escape
+        xdotool windowfocus --sync "${shown%% *}" key Escape
         shown=$(wait_for_window 10 "$main") || navo_fail "Navo's main window did not appear"
     fi
 fi
