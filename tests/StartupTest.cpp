@@ -5,6 +5,7 @@
 #include <QTimer>
 #include <QDir>
 #include <QFile>
+#include <QImage>
 #include <QLabel>
 #include <QListWidget>
 #include <QTemporaryDir>
@@ -281,6 +282,27 @@ TEST_F(StartupTest, DiaryMonitorStartsOnlyWhenAskedAndTheCheckPasses)
     ASSERT_EQ(prompt.messages().size(), 1u);
     EXPECT_EQ(prompt.messages()[0].text, MessageTextFor(131));
     EXPECT_EQ(prompt.messages()[0].flags, MB_ICONEXCLAMATION);
+}
+
+TEST_F(StartupTest, TheChosenRecordTypeStandsOutAndTheFirstClearsTheTopEdge)
+{
+    auto window = start();
+    window->show();
+    auto* chooser = window->findChild<QListWidget*>("10194");
+    ASSERT_NE(chooser, nullptr);
+    chooser->setCurrentRow(0);
+    const QRect cell = chooser->visualItemRect(chooser->item(0));
+    const QPoint inChooser = chooser->viewport()->mapTo(chooser, cell.topLeft());
+    EXPECT_GE(inChooser.y(), 6);
+    EXPECT_GE(inChooser.x(), 3);
+    // White names need a dark cell: the chosen one is painted well darker
+    // than the chooser's own blue, all over and not only behind its name.
+    const QImage picture = chooser->viewport()->grab().toImage();
+    const auto lightness = [](const QColor& c) { return c.lightness(); };
+    const QColor chosen = picture.pixelColor(cell.left() + 10, cell.bottom() - 10);
+    const QColor background = picture.pixelColor(cell.left() + 10, cell.bottom() + 20);
+    EXPECT_LT(lightness(chosen), 90) << chosen.name().toStdString();
+    EXPECT_GT(lightness(background) - lightness(chosen), 60) << background.name().toStdString();
 }
 
 TEST_F(StartupTest, LargeWastefulStoreOffersCompression)
