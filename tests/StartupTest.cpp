@@ -239,8 +239,6 @@ TEST_F(StartupTest, SettingsThatAreMissingOrOddAreReadAsTheyAlwaysWere)
     EXPECT_EQ(std::count(fake.calls.begin(), fake.calls.end(), "select modem"), 1);
     EXPECT_EQ(fake.device, 3);
     EXPECT_EQ(fake.rings, 1);  // not a number: the lowest the Options dialog offers
-    EXPECT_EQ(app.PromptOnExport, 0);
-    EXPECT_EQ(app.RecordingQuality, 0);
     // Neither "0" nor "1": the answer machine is left alone and no list filled.
     EXPECT_EQ(std::count(fake.calls.begin(), fake.calls.end(), "answer machine on"), 0);
     EXPECT_EQ(std::count(fake.calls.begin(), fake.calls.end(), "answer machine off"), 0);
@@ -329,18 +327,6 @@ protected:
         EXPECT_FALSE(window.isVisible());
     }
 };
-
-TEST_F(FailedStartupTest, WorkspaceFailureStopsAndCloses)
-{
-    fake.workspaceResult = 119;
-    prompt.answerMessage(IDOK);
-    auto window = start();
-    ASSERT_GE(prompt.messages().size(), 1u);
-    EXPECT_EQ(prompt.messages()[0].text, MessageTextFor(119));
-    EXPECT_EQ(prompt.messages()[0].flags, MB_ICONSTOP);
-    closeByEventLoop(*window);
-    EXPECT_EQ(fake.calls.back(), "workspace 2 *.*");
-}
 
 TEST_F(FailedStartupTest, FailedBuildStillSavesAtShutdown)
 {
