@@ -20,7 +20,6 @@
 #include "app/OptionsDialog.h"
 #include "app/OptionsModel.h"
 #include "core/ProfileValues.h"
-#include "res/StringTable.h"
 
 namespace {
 
