@@ -46,7 +46,7 @@ while [ $# -gt 0 ]; do
     case "$1" in
         --prefix) prefix=${2:?--prefix needs a folder}; shift 2 ;;
         --prefix=*) prefix=${1#--prefix=}; shift ;;
-        -h|--help) sed -n '2,9p' "$0"; exit 0 ;;
+        -h|--help) sed -n '2,8p' "$0"; exit 0 ;;
         *) navo_fail "Unknown argument: $1" ;;
     esac
 done
