@@ -12,7 +12,7 @@
 
 #include "app/CommandTable.h"
 #include "core/AppData.h"
-#include "core/ProfileSettings.h"
+#include "core/ProfileValues.h"
 #include "core/SettingsKeys.h"
 #include "core/ShowCodedMessage.h"
 #include "platform/Prompt.h"
@@ -70,7 +70,7 @@ void HelpPages::openWebSite()
 
 void HelpPages::openInternetRepository(const AppData& app)
 {
-    std::string target = ProfileSettings(app.IniPath, app.ProfileSection).read(settings::kInternet);
+    std::string target = ProfileValues(app).internet();
     // AppDir already ends in the separator; the page name brings its own.
     if (ProfileSettings::isMissing(target))
         target = app.AppDir + "/test.htm";

@@ -23,7 +23,7 @@
 #include "app/HotKeysDialog.h"
 #include "core/AppData.h"
 #include "app/OptionsDialog.h"
-#include "core/ProfileSettings.h"
+#include "core/ProfileValues.h"
 #include "app/ProfileStartup.h"
 #include "app/RecordListModel.h"
 #include "app/RecordLists.h"
@@ -108,6 +108,7 @@ HWND MainWindow::handle()
 int MainWindow::DoModal()
 {
     OnInitDialog();
+    // A failed start-up or a stop: the window is never shown.
     if (m_stopRequested) {
         OnClose();
         return IDCANCEL;
@@ -117,14 +118,20 @@ int MainWindow::DoModal()
 
 void MainWindow::requestStop()
 {
-    if (isVisible()) {
-        PostMessage(handle(), WM_CLOSE, 0, 0);
-        return;
-    }
     m_stopRequested = true;
     for (QWidget* widget : QApplication::topLevelWidgets())
         if (widget != this && widget->isVisible() && widget->isModal())
             widget->close();
+    if (isVisible())
+        PostMessage(handle(), WM_CLOSE, 0, 0);
+}
+
+void MainWindow::closeAfterStartup()
+{
+    // Later steps ask nothing more: a question would run a nested event
+    // loop that delivers the close while the window is still hidden.
+    m_stopRequested = true;
+    PostMessage(handle(), WM_CLOSE, 0, 0);
 }
 
 BOOL MainWindow::OnInitDialog()
@@ -147,7 +154,7 @@ BOOL MainWindow::OnInitDialog()
     const int workspace = m_services.store->workspace(m_app, 1, "*.*");
     if (workspace > 0) {
         ShowCodedMessage(workspace, MB_ICONSTOP);
-        PostMessage(handle(), WM_CLOSE, 0, 0);
+        closeAfterStartup();
     }
 
     // 5.
@@ -184,25 +191,29 @@ BOOL MainWindow::OnInitDialog()
         OutputDebugString("Could not create the profile folder " + m_app.ProfileDir + "\n");
 
     // 14.
-    if (startup.loadProfile(this)) {
+    if (startup.loadProfile(this, !m_stopRequested)) {
         const int built = m_services.store->buildStore(m_app.ProfileDir, m_app.DataStoreName, m_app.TempDir);
         if (built > 0) {
             ShowCodedMessage(built, MB_ICONSTOP);
             m_app.StartupFailed = 1;
-            PostMessage(handle(), WM_CLOSE, 0, 0);
+            closeAfterStartup();
         }
     }
 
     // 15.
     const int opened = m_services.store->openLastStore(m_app);
     if (opened == 105) {
-        if (ShowCodedMessage(105, MB_YESNO | MB_ICONQUESTION) == IDYES)
+        // Stopping (before or during the question): no store is chosen.
+        const int answer = m_stopRequested ? IDCANCEL : ShowCodedMessage(105, MB_YESNO | MB_ICONQUESTION);
+        if (m_stopRequested)
+            m_app.StoreUnusable = kStoreCancelled;
+        else if (answer == IDYES)
             m_services.store->openStoreCommand(m_app, this);
         else
             m_services.store->newStoreCommand(m_app, this);
         if (m_app.StoreUnusable != kStoreHealthy) {
             m_app.StartupFailed = 1;
-            PostMessage(handle(), WM_CLOSE, 0, 0);
+            closeAfterStartup();
         }
     } else if (opened == 0) {
         setStatusText(m_ui->IDC_STATUS_TEXT->text() + QStringLiteral(" : Using Navo File :") +
@@ -212,7 +223,7 @@ BOOL MainWindow::OnInitDialog()
         // program closes, and it does, without saving over it.
         ShowCodedMessage(opened, MB_ICONSTOP);
         m_app.StartupFailed = 1;
-        PostMessage(handle(), WM_CLOSE, 0, 0);
+        closeAfterStartup();
     }
 
     // 16.
@@ -224,7 +235,7 @@ BOOL MainWindow::OnInitDialog()
     startup.readExpPrompt();
 
     // 19.
-    if (startup.readDiarySetting() && !m_app.StartupFailed) {
+    if (startup.readDiarySetting() && !m_app.StartupFailed && !m_stopRequested) {
         const int diary = m_services.diary->check(m_app);
         if (diary > 0) {
             ShowCodedMessage(diary, MB_ICONEXCLAMATION);
@@ -246,7 +257,7 @@ BOOL MainWindow::OnInitDialog()
     activateWindow();
 
     // 23.
-    switch (startup.readAutoMessage()) {
+    switch (m_stopRequested ? ProfileStartup::AutoMessage::Neither : startup.readAutoMessage()) {
     case ProfileStartup::AutoMessage::On:
         applyPhone(m_phone->switchOn(this));
         showLineState();
@@ -264,7 +275,8 @@ BOOL MainWindow::OnInitDialog()
     m_clientSize = size();
 
     // 25.
-    checkStoreCompression();
+    if (!m_stopRequested)
+        checkStoreCompression();
 
     m_initialised = true;
     return TRUE;
@@ -299,7 +311,8 @@ void MainWindow::OnClose()
 
     setStatusText(QString::fromLatin1(kSavingStore));          // 6.
     m_ui->IDC_STATUS_TEXT->repaint();
-    Sleep(1000);
+    if (isVisible() && !m_stopRequested)  // nobody would see it
+        Sleep(1000);
 
     if (m_app.StoreUnusable == kStoreHealthy) {                // 7.
         const int saved = m_services.store->save(m_app);
@@ -464,9 +477,8 @@ void MainWindow::newRecording(int listType)
 {
     if (!hasRecorder(listType))
         return;
-    const std::string prime =
-        ProfileSettings(m_app.IniPath, m_app.ProfileSection).readOrWrite(settings::kPrime, "N");
-    m_services.recorder->record(m_app, listType, this, prime == "Y");
+    const bool prime = ProfileValues(m_app).yesNo(settings::kPrime);
+    m_services.recorder->record(m_app, listType, this, prime);
     // Recorders are modal: the list of that type is rebuilt when one closes.
     fillList(listType);
 }
@@ -507,7 +519,11 @@ void MainWindow::handleWindowMessage(UINT message, WPARAM wParam, LPARAM)
 {
     switch (message) {
     case WM_CLOSE:
-        close();
+        // Delivered inside a start-up question: DoModal closes afterwards.
+        if (m_initialised)
+            close();
+        else
+            m_stopRequested = true;
         break;
     case kDiaryMonitorStarted:
         m_commands.setChecked(ID_DIARY_MONITOR, true);
@@ -663,7 +679,7 @@ void MainWindow::afterStoreCommand()
 
 void MainWindow::openOptions()
 {
-    OptionsModel options(m_app, ProfileSettings(m_app.IniPath, m_app.ProfileSection));
+    OptionsModel options(m_app, ProfileValues(m_app));
     const OptionsValues before = options.load();
     OptionsDialog dialog(before, this);
     const bool accepted = dialog.exec() == QDialog::Accepted;

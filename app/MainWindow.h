@@ -109,6 +109,7 @@ private:
     void applyPhone(LineController::Refresh refresh);
     void registerCommands();
     void registerPhoneCommands();
+    void closeAfterStartup();
     void handleWindowMessage(UINT message, WPARAM wParam, LPARAM lParam);
     void createToolBar();
     void addAboutItem();

@@ -2,6 +2,8 @@
 // splash screen, then runs the main window until it closes.
 #pragma once
 
+#include <iosfwd>
+#include <optional>
 #include <string>
 
 #include "core/StartupServices.h"
@@ -12,6 +14,11 @@ struct AppData;
 class NavoApp {
 public:
     NavoApp(AppData& app, StartupServices services, std::string executablePath);
+
+    // "--version" and "--help" are answered on out before any window system,
+    // profile or store is touched: the exit status, or nullopt to start.
+    // Other arguments are left to Qt ("-platform", ...), as they always were.
+    static std::optional<int> answerCommandLine(int argc, const char* const* argv, std::ostream& out);
 
     // FALSE: the process ends when the main window closes.
     BOOL InitInstance();

@@ -30,7 +30,7 @@ OptionsDialog::OptionsDialog(const OptionsValues& values, QWidget* parent)
     m_ui->IDC_SILENCE->setRange(OptionsModel::kSilenceMin, OptionsModel::kSilenceMax);
     m_ui->IDC_SILENCE->setTickInterval(OptionsModel::kSilenceTick);
     m_ui->IDC_RINGS_SPIN->setRange(OptionsModel::kRingsMin, OptionsModel::kRingsMax);
-    m_ui->maxMessageSpin->setRange(settings::kMaxMessageMin, settings::kMaxMessageMax);
+    m_ui->maxMessageSpin->setRange(ProfileValues::kMaxMessage.min, ProfileValues::kMaxMessage.max);
     for (const char* sign : OptionsModel::kCurrencyItems)
         m_ui->IDC_CURRENCY->addItem(fromAnsi(sign));
 
@@ -137,7 +137,7 @@ void OptionsDialog::connectControls()
     connect(m_ui->IDC_RINGS_SPIN, qOverload<int>(&QSpinBox::valueChanged), this,
             [this](int rings) { m_values.rings = std::clamp(rings, OptionsModel::kRingsMin, OptionsModel::kRingsMax); });
     connect(m_ui->maxMessageSpin, qOverload<int>(&QSpinBox::valueChanged), this, [this](int seconds) {
-        m_values.maxMessage = std::clamp(seconds, settings::kMaxMessageMin, settings::kMaxMessageMax);
+        m_values.maxMessage = std::clamp(seconds, ProfileValues::kMaxMessage.min, ProfileValues::kMaxMessage.max);
     });
     // An editable combo box reports both a chosen item and typing here.
     connect(m_ui->IDC_CURRENCY, &QComboBox::currentTextChanged, this,

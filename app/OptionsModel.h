@@ -7,8 +7,7 @@
 #include <cstddef>
 #include <string>
 
-#include "core/ProfileSettings.h"
-#include "core/SettingsKeys.h"
+#include "core/ProfileValues.h"
 
 struct AppData;
 
@@ -23,10 +22,10 @@ struct OptionsValues {
     bool runDiary = false;
     bool exportPrompt = false;
     bool compress = true;
-    int silence = settings::kSilenceDefault;
+    int silence = ProfileValues::kSilence.missing;
     // The answer machine's longest message, seconds ("MaxMessage").
-    int maxMessage = settings::kMaxMessageDefault;
-    int rings = 3;
+    int maxMessage = ProfileValues::kMaxMessage.missing;
+    int rings = ProfileValues::kRings.missing;
     // 0 to 3 select a radio button; any other number selects none.
     int quality = 0;
     std::string currency;
@@ -36,20 +35,18 @@ class OptionsModel {
 public:
     // Ranges of the silence slider and the rings spin; stored values outside
     // them are shown, and saved on OK, at the nearest end.
-    static constexpr int kSilenceMin = settings::kSilenceMin;
-    static constexpr int kSilenceMax = settings::kSilenceMax;
+    static constexpr int kSilenceMin = ProfileValues::kSilence.min;
+    static constexpr int kSilenceMax = ProfileValues::kSilence.max;
     static constexpr int kSilenceTick = 4;
-    static constexpr int kSilenceDefault = settings::kSilenceDefault;
-    static constexpr int kRingsMin = 1;
-    static constexpr int kRingsMax = 10;
-    static constexpr int kRingsDefault = 3;
+    static constexpr int kRingsMin = ProfileValues::kRings.min;
+    static constexpr int kRingsMax = ProfileValues::kRings.max;
     static constexpr std::size_t kCostMax = 49;
     static constexpr int kQualityCount = 4;
 
     // The currency signs offered, Windows-1252: "£", "$", "€".
     static const std::array<const char*, 3> kCurrencyItems;
 
-    OptionsModel(AppData& app, ProfileSettings profile);
+    OptionsModel(AppData& app, const ProfileValues& profile);
 
     // Reads every value, writing the default of each missing one, and sets
     // the application's currency and the flags the switches mirror.
@@ -61,16 +58,11 @@ public:
     // OK, the costs (empty: "0.00") and then every value in a fixed order.
     void apply(const OptionsValues& before, const OptionsValues& after, bool accepted);
 
-    // atoi as the profile readers use it: leading blanks, a sign, digits,
-    // anything else ends the number; garbage reads as 0, overflow saturates.
-    static int parseNumber(const std::string& text);
-
 private:
-    bool readYesNo(const char* key);
-    void writeYesNo(const char* key, bool on) const;
     void keep(const OptionsValues& before, const OptionsValues& after);
     void accept(const OptionsValues& values);
 
     AppData& m_app;
-    const ProfileSettings m_profile;
+    // A copy: callers hand in temporaries, and the model outlives them.
+    const ProfileValues m_profile;
 };

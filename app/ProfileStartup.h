@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <string>
 
-#include "core/ProfileSettings.h"
+#include "core/ProfileValues.h"
 
 struct AppData;
 class LineService;
@@ -22,12 +22,6 @@ public:
     // folder, as it always has.
     static std::string appDirFromExecutable(const std::string& executablePath);
 
-    // "CommID" is written in base 16 and read back as decimal; the two agree
-    // for devices 0 to 9 only. Both halves are kept as users' INI files have
-    // them.
-    static std::string commIdText(long deviceId);
-    static long commIdDevice(const std::string& value);
-
     // More than 10% reclaimable of a store over 100 MB.
     static bool needsCompression(std::uint64_t size, std::uint64_t reclaimable);
 
@@ -41,22 +35,22 @@ public:
     bool prepareProfileDir();
     // New profile: the struct values, then every default, then the modem.
     // Existing profile: ProfileDir from "LastPath", the device from "CommID".
-    // Returns true for a new profile.
-    bool loadProfile(QWidget* owner);
+    // Returns true for a new profile. mayAsk false: start-up is already
+    // ending, so no modem is asked for.
+    bool loadProfile(QWidget* owner, bool mayAsk = true);
     void readRings();
     void readExpPrompt();
     // Clears the diary flag; true when "ADiary" asks for the monitor.
     bool readDiarySetting();
     void readCompressAndQuality();
 
-    enum class AutoMessage { On, Off, Neither };
+    using AutoMessage = ProfileValues::AutoMessage;
     AutoMessage readAutoMessage() const;
 
-    ProfileSettings profile() const;
+    ProfileValues profile() const;
     const std::string& profilesPrefix() const { return m_profilesPrefix; }
 
 private:
-    void writeNewProfileDefaults();
     void selectModemAndRemember(QWidget* owner);
 
     AppData& m_app;

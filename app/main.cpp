@@ -1,6 +1,7 @@
 // navo: start the application object with the parts this build has.
 #include <QApplication>
 #include <QFile>
+#include <iostream>
 
 #include "core/AppData.h"
 #include "app/InertServices.h"
@@ -14,6 +15,9 @@
 
 int main(int argc, char** argv)
 {
+    // Before QApplication, which needs a display.
+    if (const std::optional<int> exitCode = NavoApp::answerCommandLine(argc, argv, std::cout))
+        return *exitCode;
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Navo"));
     QApplication::setOrganizationName(QStringLiteral("Orlent Systems"));

@@ -1,4 +1,5 @@
-// Names and defaults of the profile values kept in "NAVO.ini".
+// Names of the profile values kept in "NAVO.ini" (their defaults, forms and
+// ranges are ProfileValues').
 #pragma once
 
 namespace settings {
@@ -25,14 +26,6 @@ inline constexpr const char* kRecQual = "RecQual";
 inline constexpr const char* kAutoMessage = "AutoMessage";
 inline constexpr const char* kInternet = "Internet";
 inline constexpr const char* kMaxMessage = "MaxMessage";
-
-// Ranges shared by the Options dialog and the answer machine that obeys them.
-inline constexpr int kSilenceMin = 2;  // seconds of a silent caller before the machine hangs up
-inline constexpr int kSilenceMax = 30;
-inline constexpr int kSilenceDefault = 5;
-inline constexpr int kMaxMessageMin = 1;  // seconds of one answer-machine message
-inline constexpr int kMaxMessageMax = 3600;
-inline constexpr int kMaxMessageDefault = 180;
 
 inline constexpr const char* kDefaultSection = "Default";
 inline constexpr const char* kNoDevice = "X";

@@ -4,9 +4,7 @@
 #include <cstdlib>
 
 #include "core/AppData.h"
-#include "core/MessageLimits.h"
-#include "core/ProfileSettings.h"
-#include "core/SettingsKeys.h"
+#include "core/ProfileValues.h"
 #include "core/ShowCodedMessage.h"
 #include "maker/Ek7Tapi/Ek7Tapi.h"
 #include "platform/Prompt.h"
@@ -38,11 +36,6 @@ AnswerMachine::~AnswerMachine()
     m_line.setAnswerMachine(nullptr);
 }
 
-ProfileSettings AnswerMachine::profileOf(const AppData& app)
-{
-    return ProfileSettings(app.IniPath, app.ProfileSection);
-}
-
 LineState* AnswerMachine::state() const
 {
     return m_line.lineState();
@@ -64,11 +57,11 @@ AnswerMachine::Switch AnswerMachine::switchOn(AppData& app, QObject* mainWindow)
     m_line.startMonitoring(mainWindow);
     line = state();
     if (m_line.monitoring()) {
-        profileOf(app).write(settings::kAutoMessage, "1");
+        ProfileValues(app).setAutoMessage(true);
         line->AnswerMachineOn = 1;
         return Switch::On;
     }
-    profileOf(app).write(settings::kAutoMessage, "0");
+    ProfileValues(app).setAutoMessage(false);
     return Switch::Failed;
 }
 
@@ -79,7 +72,7 @@ AnswerMachine::Switch AnswerMachine::switchOff(AppData& app)
         return Switch::NotAvailable;
     if (!m_line.deviceChosen())
         return Switch::NoDevice;
-    profileOf(app).write(settings::kAutoMessage, "0");
+    ProfileValues(app).setAutoMessage(false);
     line->AnswerMachineOn = 0;
     return Switch::Off;
 }
@@ -152,9 +145,9 @@ void AnswerMachine::playGreeting(AppData& app)
             lineDrop(state()->CallHandle, nullptr, 0);
         return;
     }
-    const ProfileSettings profile = profileOf(app);
-    m_maxSeconds = messagelimits::maxMessageSeconds(profile);
-    m_silenceSeconds = messagelimits::silenceSeconds(profile);
+    const ProfileValues profile(app);
+    m_maxSeconds = profile.maxMessageSeconds();
+    m_silenceSeconds = profile.silenceSeconds();
     m_recordingFor.invalidate();
     m_silentFor.invalidate();
     m_lengthWatch.start();

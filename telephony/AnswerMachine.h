@@ -21,7 +21,7 @@
 
 #include <string>
 
-#include "core/SettingsKeys.h"
+#include "core/ProfileValues.h"
 #include "core/StartupServices.h"
 #include "telephony/AnswerMachineMessage.h"
 
@@ -57,7 +57,6 @@ public:
     const AnswerMachineMessage& message() const { return m_message; }
 
 private:
-    static ProfileSettings profileOf(const AppData& app);
     LineState* state() const;
     void playGreeting(AppData& app);
     void watchLength();
@@ -73,6 +72,6 @@ private:
     QTimer m_lengthWatch;
     QElapsedTimer m_recordingFor;
     QElapsedTimer m_silentFor;  // invalid while the caller is heard
-    int m_maxSeconds = settings::kMaxMessageDefault;
-    int m_silenceSeconds = settings::kSilenceDefault;
+    int m_maxSeconds = ProfileValues::kMaxMessage.missing;
+    int m_silenceSeconds = ProfileValues::kSilence.missing;
 };

@@ -1,6 +1,9 @@
 #include "telephony/ModemSelectionDialog.h"
 
 #include <QHeaderView>
+#include <QScrollBar>
+
+#include <algorithm>
 #include <QImage>
 #include <QPixmap>
 
@@ -33,8 +36,9 @@ ModemSelectionDialog::ModemSelectionDialog(LineState*& line, const ProfileSettin
     m_ui->IDC_MODEM_LIST->setToolTip(LoadStringQ(744));
     m_ui->IDC_MODEM_SELECT->setToolTip(LoadStringQ(745));
     m_ui->IDC_MODEM_CANCEL->setToolTip(LoadStringQ(746));
-    m_ui->IDC_MODEM_LIST->header()->resizeSection(0, kColumnWidth);
-    m_ui->IDC_MODEM_LIST->header()->resizeSection(1, kColumnWidth);
+    // Columns as wide as what they hold: a short number, a long description.
+    m_ui->IDC_MODEM_LIST->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    m_ui->IDC_MODEM_LIST->header()->setStretchLastSection(false);
     m_ui->IDC_MODEM_LIST->setSelectionMode(QAbstractItemView::SingleSelection);
     connect(m_ui->IDC_MODEM_SELECT, &QPushButton::clicked, this, [this] { select(); });
     connect(m_ui->IDC_MODEM_CANCEL, &QPushButton::clicked, this, [this] { reject(); });
@@ -75,6 +79,12 @@ void ModemSelectionDialog::fillList()
         if (device >= 0 && static_cast<std::size_t>(device) < icons.size())
             item->setIcon(0, iconOf(icons[static_cast<std::size_t>(device)]));
     }
+    // Wide enough to show every description whole, without a scroll bar.
+    for (int column = 0; column < list->columnCount(); ++column)
+        list->resizeColumnToContents(column);
+    const int width = list->header()->length() + 2 * list->frameWidth() + list->verticalScrollBar()->sizeHint().width();
+    list->setMinimumWidth(std::max(list->minimumWidth(), width));
+    adjustSize();
     for (int row : m_selection.preselected()) {
         QTreeWidgetItem* item = list->topLevelItem(row);
         item->setSelected(true);

@@ -1,6 +1,6 @@
 // The Modem Selection dialog (113, "Navo Modem Selection"): the line devices
-// in list 10038 ("ID" and "Description", each 180 pixels, a 16x16 icon per
-// device on white), "Select" (8010, or a double click), "Cancel" (8009) and
+// in list 10038 ("ID" and "Description", each as wide as its widest entry, a
+// 16x16 icon per device on white), "Select" (8010, or a double click), "Cancel" (8009) and
 // "Test" (8011, greyed: the modem tester is not part of this build). The
 // work is ModemSelection's; see there for the set-up's steps.
 //
@@ -22,8 +22,6 @@ class ModemSelectionDialog;
 
 class ModemSelectionDialog : public QDialog {
 public:
-    static constexpr int kColumnWidth = 180;
-
     ModemSelectionDialog(LineState*& line, const ProfileSettings& profile, QWidget* parent = nullptr);
     ~ModemSelectionDialog() override;
 

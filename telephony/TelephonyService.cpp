@@ -7,8 +7,7 @@
 #include <cstdio>
 
 #include "core/AppData.h"
-#include "core/ProfileSettings.h"
-#include "core/SettingsKeys.h"
+#include "core/ProfileValues.h"
 #include "platform/Prompt.h"
 #include "platform/WaitCursor.h"
 #include "platform/WindowMessages.h"
@@ -59,9 +58,9 @@ TelephonyService::TelephonyService(ProgramResources resources) : m_resources(std
 
 TelephonyService::~TelephonyService() = default;
 
-ProfileSettings TelephonyService::profile() const
+ProfileValues TelephonyService::profile() const
 {
-    return ProfileSettings(m_app != nullptr ? m_app->IniPath : std::string(),
+    return ProfileValues(m_app != nullptr ? m_app->IniPath : std::string(),
                            m_app != nullptr ? m_app->ProfileSection : std::string());
 }
 
@@ -120,7 +119,7 @@ TelephonyService::StartResult TelephonyService::startMonitoring(QObject* mainWin
         return StartResult::NoDevice;
     WaitCursor wait;
     m_window = mainWindow;
-    m_line->Rings = std::atoi(profile().readOrWrite(settings::kRings, "3").c_str());
+    m_line->Rings = profile().rings();
     if (m_line->Monitoring != 0)
         return StartResult::AlreadyMonitoring;
 
@@ -184,7 +183,7 @@ long TelephonyService::selectModem(QWidget* owner)
         stopMonitoring();
     long chosen = -1;
     {
-        ModemSelectionDialog dialog(m_line, profile(), owner);
+        ModemSelectionDialog dialog(m_line, profile().settings(), owner);
         chosen = dialog.run();
     }
     if (wasMonitoring)
@@ -197,9 +196,7 @@ bool TelephonyService::modemSelectionCommand(QWidget* owner)
     selectModem(owner);
     if (!deviceChosen())
         return false;
-    char hex[16];
-    std::snprintf(hex, sizeof hex, "%lx", static_cast<unsigned long>(static_cast<std::uint32_t>(m_line->DeviceId)));
-    profile().write(settings::kCommID, hex);
+    profile().setDevice(static_cast<long>(static_cast<std::uint32_t>(m_line->DeviceId)));
     return true;
 }
 

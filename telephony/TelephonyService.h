@@ -34,7 +34,7 @@
 
 #include <string>
 
-#include "core/ProfileSettings.h"
+#include "core/ProfileValues.h"
 #include "core/StartupServices.h"
 #include "maker/Ek7Tapi/Ek7Tapi.h"
 #include "telephony/IncomingCallDialog.h"
@@ -106,7 +106,7 @@ public:
     const ProgramResources& resources() const { return m_resources; }
 
 private:
-    ProfileSettings profile() const;
+    ProfileValues profile() const;
     // Every way of closing the line: the message in progress first.
     void closeLine();
 

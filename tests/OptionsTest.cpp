@@ -20,7 +20,7 @@
 #include "core/AppData.h"
 #include "app/OptionsDialog.h"
 #include "app/OptionsModel.h"
-#include "core/ProfileSettings.h"
+#include "core/ProfileValues.h"
 #include "res/StringTable.h"
 
 namespace {
@@ -55,11 +55,11 @@ protected:
         }
         return lines;
     }
-    std::string value(const char* key) const { return m_profile.read(key); }
+    std::string value(const char* key) const { return m_profile.settings().read(key); }
 
     QTemporaryDir m_dir;
     std::string m_ini;
-    ProfileSettings m_profile;
+    ProfileValues m_profile;
     AppData m_app;
 };
 
@@ -82,30 +82,6 @@ TEST_F(OptionsTest, MissingValuesAreWrittenInStepOrderAndCostsShowEmpty)
     EXPECT_EQ(values.silence, 5);
     EXPECT_EQ(values.rings, 3);
     EXPECT_EQ(m_app.Currency, "\xA3");
-}
-
-TEST_F(OptionsTest, OnlyExactYChecksAndOnlyExactZeroClearsExportPrompt)
-{
-    writeIni("[Tester]\nHighLight=y\nPrime=Y\nPhWarn=Y\nADiary=yes\nCompress=n\nExpPrompt=0\n"
-             "PhoneCost=abc\n");
-    m_app.PromptOnExport = 1;
-    OptionsModel model(m_app, m_profile);
-    const OptionsValues values = model.load();
-    EXPECT_FALSE(values.highLight);
-    EXPECT_TRUE(values.prime);
-    EXPECT_TRUE(values.phoneWarning);
-    EXPECT_EQ(m_app.PhoneWarning, 1);
-    EXPECT_FALSE(values.runDiary);
-    EXPECT_FALSE(values.compress);
-    EXPECT_FALSE(values.exportPrompt);
-    EXPECT_EQ(m_app.PromptOnExport, 0);
-    EXPECT_EQ(values.phoneCost, "abc");
-
-    model.apply(values, values, true);
-    EXPECT_EQ(value("HighLight"), "N");
-    EXPECT_EQ(value("ADiary"), "N");
-    EXPECT_EQ(value("Compress"), "N");
-    EXPECT_EQ(value("ExpPrompt"), "0");
 }
 
 TEST_F(OptionsTest, OkWritesEveryValueInOrder)
@@ -134,33 +110,6 @@ TEST_F(OptionsTest, OkWritesEveryValueInOrder)
     EXPECT_EQ(m_app.RecordingQuality, 3);
 }
 
-TEST_F(OptionsTest, GarbageNumbersAreClampedToTheControls)
-{
-    struct Case {
-        const char *silence, *rings, *quality;
-        int wantSilence, wantRings, wantQuality;
-    } cases[] = {
-        {"abc", "99", "7", 2, 10, 7},
-        {"99", "0", "-1", 30, 1, -1},
-        {" 12x", "-4", "  3", 12, 1, 3},
-        {"99999999999999999999", "-99999999999999999999", "", 30, 1, 0},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.silence);
-        writeIni(std::string("[Tester]\nSilence=") + c.silence + "\nRings=" + c.rings +
-                 "\nRecQual=" + c.quality + "\n");
-        OptionsModel model(m_app, m_profile);
-        const OptionsValues values = model.load();
-        EXPECT_EQ(values.silence, c.wantSilence);
-        EXPECT_EQ(values.rings, c.wantRings);
-        EXPECT_EQ(values.quality, c.wantQuality);
-        model.apply(values, values, true);
-        EXPECT_EQ(value("Silence"), std::to_string(c.wantSilence));
-        EXPECT_EQ(value("Rings"), std::to_string(c.wantRings));
-        EXPECT_EQ(m_app.RecordingQuality, c.wantQuality);
-    }
-}
-
 TEST_F(OptionsTest, CurrencyComesFromTheProfileAndIsCutAt200)
 {
     writeIni("[Tester]\nCurrency=\x80\n");
@@ -180,7 +129,7 @@ protected:
     // The dialog as the main window runs it: values in, values out, applied
     // by the caller once the dialog has closed.
     struct Session {
-        Session(AppData& app, const ProfileSettings& profile) : model(app, profile), before(model.load()), dialog(before) {}
+        Session(AppData& app, const ProfileValues& profile) : model(app, profile), before(model.load()), dialog(before) {}
         void close() { model.apply(before, dialog.values(), dialog.result() == QDialog::Accepted); }
         OptionsModel model;
         OptionsValues before;
@@ -193,59 +142,6 @@ protected:
         return dialog.findChild<T*>(QString::number(number));
     }
 };
-
-TEST_F(OptionsDialogTest, ControlsAreFoundByNumberWithTheirCaptions)
-{
-    writeIni(kStartUpProfile);
-    Session session(m_app, m_profile);
-    OptionsDialog& dialog = session.dialog;
-    EXPECT_EQ(dialog.windowTitle(), "Navo Options");
-    const std::pair<int, const char*> kinds[] = {
-        {10105, "QLineEdit"},    {10106, "QLineEdit"},    {10120, "QLineEdit"},
-        {10107, "QCheckBox"},    {10115, "QCheckBox"},    {10159, "QCheckBox"},
-        {10201, "QCheckBox"},    {10221, "QCheckBox"},    {10108, "QCheckBox"},
-        {10275, "QRadioButton"}, {10276, "QRadioButton"}, {10277, "QRadioButton"},
-        {10278, "QRadioButton"}, {10117, "QLabel"},       {1, "QPushButton"},
-        {2, "QPushButton"}};
-    for (const auto& [number, kind] : kinds) {
-        const QWidget* widget = control<QWidget>(dialog, number);
-        ASSERT_TRUE(widget && widget->inherits(kind)) << number;
-    }
-
-    auto* slider = control<QSlider>(dialog, 10116);
-    auto* spin = control<QSpinBox>(dialog, 10124);
-    ASSERT_TRUE(slider && spin);
-    EXPECT_EQ(slider->minimum(), 2);
-    EXPECT_EQ(slider->maximum(), 30);
-    EXPECT_EQ(slider->tickInterval(), 4);
-    EXPECT_EQ(spin->minimum(), 1);
-    EXPECT_EQ(spin->maximum(), 10);
-    EXPECT_EQ(control<QLineEdit>(dialog, 10120)->text(), "3");
-
-    auto* currency = control<QComboBox>(dialog, 10256);
-    ASSERT_NE(currency, nullptr);
-    EXPECT_TRUE(currency->isEditable());
-    ASSERT_EQ(currency->count(), 3);
-    EXPECT_EQ(currency->itemText(0), QString::fromUtf8("\u00A3"));
-    EXPECT_EQ(currency->itemText(1), "$");
-    EXPECT_EQ(currency->itemText(2), QString::fromUtf8("\u20AC"));
-
-    QStringList captions;
-    for (auto* label : dialog.findChildren<QLabel*>())
-        captions << label->text();
-    for (auto* button : dialog.findChildren<QAbstractButton*>())
-        captions << button->text();
-    for (auto* group : dialog.findChildren<QGroupBox*>())
-        captions << group->title();
-    for (const char* caption :
-         {"Default Telephone Costs", "per min", "Default Meeting Costs", "per hour",
-          "Priming On/Off", "Phone recording warning message", "Telephone Silence Detection", "High",
-          "Low", "Secs.", "Detect In-Bound Call After", "Prompt for filenames on export",
-          "Run diary reminder on startup", "Compress before sending", "Default Currency",
-          "Highlight Costs and Times", "Default recording quality", "Navo Voice", "Navo Stereo",
-          "Radio", "CD", "OK", "Cancel"})
-        EXPECT_TRUE(captions.contains(caption)) << caption;
-}
 
 TEST_F(OptionsDialogTest, FreshProfileShowsExportPromptCheckedAndOkStoresOne)
 {

@@ -5,6 +5,7 @@
 #include <QTimer>
 #include <QDir>
 #include <QFile>
+#include <QImage>
 #include <QLabel>
 #include <QListWidget>
 #include <QTemporaryDir>
@@ -12,6 +13,8 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <functional>
+#include <optional>
 #include <sstream>
 
 #include "FakeServices.h"
@@ -93,17 +96,6 @@ TEST(AppDir, IsTheFolderOfAnExecutableNamedNavoInAnyCase)
     EXPECT_EQ(ProfileStartup::appDirFromExecutable("/home/navo/bin/recorder"), "");
     EXPECT_EQ(ProfileStartup::appDirFromExecutable("/navo/navo.bin"), "");
     EXPECT_EQ(ProfileStartup::appDirFromExecutable("/srv/navo/xnavo"), "");
-}
-
-TEST(CommId, WrittenInBase16AndReadBackAsDecimal)
-{
-    for (long device = 0; device <= 9; ++device)
-        EXPECT_EQ(ProfileStartup::commIdDevice(ProfileStartup::commIdText(device)), device);
-    EXPECT_EQ(ProfileStartup::commIdText(10), "a");
-    EXPECT_EQ(ProfileStartup::commIdDevice("a"), 0);
-    EXPECT_EQ(ProfileStartup::commIdText(26), "1a");
-    EXPECT_EQ(ProfileStartup::commIdDevice("1a"), 1);
-    EXPECT_EQ(ProfileStartup::commIdDevice("10"), 10);
 }
 
 TEST(CompressionCheck, OnlyStoresOver100MbWithMoreThanATenthReclaimable)
@@ -246,25 +238,13 @@ TEST_F(StartupTest, SettingsThatAreMissingOrOddAreReadAsTheyAlwaysWere)
 
     EXPECT_EQ(std::count(fake.calls.begin(), fake.calls.end(), "select modem"), 1);
     EXPECT_EQ(fake.device, 3);
-    EXPECT_EQ(fake.rings, 0);
-    EXPECT_EQ(app.PromptOnExport, 0);
-    EXPECT_EQ(app.RecordingQuality, 0);
+    EXPECT_EQ(fake.rings, 1);  // not a number: the lowest the Options dialog offers
     // Neither "0" nor "1": the answer machine is left alone and no list filled.
     EXPECT_EQ(std::count(fake.calls.begin(), fake.calls.end(), "answer machine on"), 0);
     EXPECT_EQ(std::count(fake.calls.begin(), fake.calls.end(), "answer machine off"), 0);
     EXPECT_EQ(app.CurrentListType, kListNone);
     // The modem chosen now counts as chosen for the menus.
     EXPECT_TRUE(window->commandRequested(2003));
-}
-
-TEST_F(StartupTest, ExportPromptMissingIsWrittenAsZero)
-{
-    writeFile(install.ini(), "[" + logOnName() + "]\nLastPath=/data\nCommID=1\n");
-    start();
-    const auto entries = sectionEntries(install.ini(), logOnName());
-    EXPECT_TRUE(std::any_of(entries.begin(), entries.end(),
-                            [](const Entry& e) { return e.key == "ExpPrompt" && e.value == "0"; }));
-    EXPECT_EQ(app.PromptOnExport, 0);
 }
 
 TEST_F(StartupTest, UnwritableIniAndProfilesFolderStillStartWithDefaults)
@@ -302,16 +282,25 @@ TEST_F(StartupTest, DiaryMonitorStartsOnlyWhenAskedAndTheCheckPasses)
     EXPECT_EQ(prompt.messages()[0].flags, MB_ICONEXCLAMATION);
 }
 
-TEST_F(StartupTest, RecordTypeChooserListsSixTypesInOrder)
+TEST_F(StartupTest, TheChosenRecordTypeStandsOutAndTheFirstClearsTheTopEdge)
 {
     auto window = start();
+    window->show();
     auto* chooser = window->findChild<QListWidget*>("10194");
     ASSERT_NE(chooser, nullptr);
-    QStringList names;
-    for (int i = 0; i < chooser->count(); ++i)
-        names << chooser->item(i)->text();
-    EXPECT_EQ(names, (QStringList{"Dictation", "Video", "Meeting", "Translate", "Phone", "Diary"}));
-    EXPECT_EQ(chooser->palette().color(QPalette::Base), QColor(122, 153, 215));
+    chooser->setCurrentRow(0);
+    const QRect cell = chooser->visualItemRect(chooser->item(0));
+    const QPoint inChooser = chooser->viewport()->mapTo(chooser, cell.topLeft());
+    EXPECT_GE(inChooser.y(), 6);
+    EXPECT_GE(inChooser.x(), 3);
+    // White names need a dark cell: the chosen one is painted well darker
+    // than the chooser's own blue, all over and not only behind its name.
+    const QImage picture = chooser->viewport()->grab().toImage();
+    const auto lightness = [](const QColor& c) { return c.lightness(); };
+    const QColor chosen = picture.pixelColor(cell.left() + 10, cell.bottom() - 10);
+    const QColor background = picture.pixelColor(cell.left() + 10, cell.bottom() + 20);
+    EXPECT_LT(lightness(chosen), 90) << chosen.name().toStdString();
+    EXPECT_GT(lightness(background) - lightness(chosen), 60) << background.name().toStdString();
 }
 
 TEST_F(StartupTest, LargeWastefulStoreOffersCompression)
@@ -339,18 +328,6 @@ protected:
     }
 };
 
-TEST_F(FailedStartupTest, WorkspaceFailureStopsAndCloses)
-{
-    fake.workspaceResult = 119;
-    prompt.answerMessage(IDOK);
-    auto window = start();
-    ASSERT_GE(prompt.messages().size(), 1u);
-    EXPECT_EQ(prompt.messages()[0].text, MessageTextFor(119));
-    EXPECT_EQ(prompt.messages()[0].flags, MB_ICONSTOP);
-    closeByEventLoop(*window);
-    EXPECT_EQ(fake.calls.back(), "workspace 2 *.*");
-}
-
 TEST_F(FailedStartupTest, FailedBuildStillSavesAtShutdown)
 {
     fake.buildResult = 101;
@@ -376,24 +353,120 @@ TEST_F(FailedStartupTest, UnreachableStoreOffersOpenOrNewAndSkipsTheSaveWhenBoth
     EXPECT_EQ(std::count(fake.calls.begin(), fake.calls.end(), "save"), 0);
 }
 
-TEST_F(StartupTest, StopRequestedDuringAStartUpQuestionCancelsItAndShutsDownUnseen)
+// Runs a start-up through DoModal. Should the window ever be shown, a timer
+// that runs in every event loop notes it and closes it, so a fault fails the
+// test instead of hanging it.
+class ModalStartupTest : public StartupTest {
+protected:
+    int doModal(MainWindow& window)
+    {
+        QTimer guard;
+        QObject::connect(&guard, &QTimer::timeout, [&] {
+            if (window.isVisible()) {
+                shown = true;
+                window.close();
+            }
+        });
+        guard.start(0);
+        return window.DoModal();
+    }
+    bool shown = false;
+};
+
+// A prompt that, at the question it is told, gets TERM as the box is on
+// screen (the program's stop handler runs), then answers as the closed box.
+class TermAtQuestion : public Prompt {
+public:
+    TermAtQuestion(std::size_t question, std::function<void()> term) : m_question(question), m_term(std::move(term)) {}
+    int messageBox(const std::string& text, UINT flags, const std::string&) override
+    {
+        asked.push_back(text);
+        if (asked.size() != m_question + 1)
+            return IDOK;
+        m_term();
+        return (flags & MB_TYPEMASK) == MB_YESNO ? IDNO : IDOK;
+    }
+    std::optional<std::string> chooseFile(const FileDialogRequest& request) override
+    {
+        asked.push_back("file: " + request.title);
+        return std::nullopt;
+    }
+    std::vector<std::string> asked;
+
+private:
+    std::size_t m_question;
+    std::function<void()> m_term;
+    ScopedPrompt m_installed{*this};
+};
+
+TEST_F(ModalStartupTest, AFailedStepAsksNothingMoreAndTheWindowIsNeverShown)
+{
+    // "CommID" "X" asks for a modem at every start; the store is not there
+    // either. After the workspace failed, neither question may come: each
+    // would run a nested event loop that delivers the posted close.
+    writeFile(install.ini(), "[" + logOnName() + "]\nLastPath=/data\nCommID=X\nADiary=Y\n");
+    fake.workspaceResult = 119;
+    fake.openResult = 105;
+    fake.infoResult = 0;
+    fake.infoSize = 300ull * 1048576;
+    fake.infoReclaimable = 100ull * 1048576;
+    fake.duringModemSelection = [](QWidget* owner) {
+        QDialog modems(owner);
+        QTimer::singleShot(0, &modems, &QDialog::reject);
+        modems.exec();
+    };
+    prompt.answerMessage(IDOK);
+    MainWindow window(app, fake.services(), install.executable());
+
+    EXPECT_EQ(doModal(window), IDCANCEL);
+
+    EXPECT_FALSE(shown);
+    ASSERT_EQ(prompt.messages().size(), 1u);  // only the workspace's own message
+    EXPECT_EQ(prompt.messages()[0].text, MessageTextFor(119));
+    EXPECT_EQ(std::count(fake.calls.begin(), fake.calls.end(), "select modem"), 0);
+    EXPECT_EQ(std::count(fake.calls.begin(), fake.calls.end(), "diary check"), 0);
+    EXPECT_EQ(app.StartupFailed, 1);
+    EXPECT_EQ(std::count(fake.calls.begin(), fake.calls.end(), "save"), 0);  // no store was held
+    EXPECT_EQ(fake.calls.back(), "workspace 2 *.*");
+}
+
+TEST_F(ModalStartupTest, TermDuringAQuestionEndsStartUpWithoutTheNextQuestions)
+{
+    // A second copy at its start-up box: TERM while 602 is asked. No store
+    // is chosen, no file dialog comes, the window is never shown.
+    MainWindow window(app, fake.services(), install.executable());
+    fake.openResult = 105;
+    fake.modemChoice = 1;
+    TermAtQuestion term(0, [&] { window.requestStop(); });
+
+    EXPECT_EQ(doModal(window), IDCANCEL);
+
+    EXPECT_FALSE(shown);
+    EXPECT_EQ(term.asked, (std::vector<std::string>{MessageTextFor(105)}));
+    EXPECT_EQ(std::count(fake.calls.begin(), fake.calls.end(), "new command"), 0);
+    EXPECT_EQ(std::count(fake.calls.begin(), fake.calls.end(), "answer machine off"), 0);
+    EXPECT_EQ(std::count(fake.calls.begin(), fake.calls.end(), "save"), 0);
+    EXPECT_EQ(fake.calls.back(), "workspace 2 *.*");
+}
+
+TEST_F(ModalStartupTest, TermDuringTheModemQuestionStillSavesTheStoreItHolds)
 {
     MainWindow window(app, fake.services(), install.executable());
-    bool questionCancelled = false;
-    fake.modemChoice = -1;
     fake.duringModemSelection = [&](QWidget* owner) {
-        QDialog question(owner);
-        question.setModal(true);
-        QTimer::singleShot(0, &question, [&] { window.requestStop(); });
-        // Should the stop not reach the question, it ends by itself later.
-        QTimer::singleShot(10000, &question, &QDialog::accept);
-        questionCancelled = question.exec() == QDialog::Rejected;
+        QDialog modems(owner);
+        modems.setModal(true);
+        QTimer::singleShot(0, &modems, [&] { window.requestStop(); });
+        modems.exec();  // closed by the stop
     };
-    EXPECT_EQ(window.DoModal(), IDCANCEL);
-    EXPECT_TRUE(questionCancelled);
-    EXPECT_FALSE(window.isVisible());
-    EXPECT_EQ(fake.calls.back(), "workspace 2 *.*");  // the shutdown ran
-    EXPECT_EQ(app.MainWindowAlive, 0);
+
+    EXPECT_EQ(doModal(window), IDCANCEL);
+
+    EXPECT_FALSE(shown);
+    EXPECT_TRUE(prompt.messages().empty());
+    // The store was opened after the question: it is saved, then removed.
+    EXPECT_EQ(fake.calls, (std::vector<std::string>{"line init", "workspace 1 *.*", "select modem", "build", "open",
+                                                    "line close", "save", "delete working copies",
+                                                    "workspace 2 *.*"}));
 }
 
 TEST_F(StartupTest, ShutdownRunsInOrder)

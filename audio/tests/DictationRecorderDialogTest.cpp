@@ -24,6 +24,7 @@
 #include <QElapsedTimer>
 #include <QImage>
 #include <QLabel>
+#include <QLayout>
 #include <QLineEdit>
 #include <QMenu>
 #include <QPlainTextEdit>
@@ -199,6 +200,39 @@ TEST_F(RecorderDialogTest, EveryControlIsThereWithItsTipsAndANewRecordingsStart)
     EXPECT_FALSE(control<QLabel>(dialog, IDC_PICTURE)->property("showsPicture").toBool());
     EXPECT_EQ(control<QLineEdit>(dialog, IDC_INDEX_COMMENT)->maxLength(), 49);
     EXPECT_EQ(control<QLineEdit>(dialog, IDC_SUBJECT)->maxLength(), 149);
+}
+
+TEST_F(RecorderDialogTest, TheLayoutHoldsStillAndReadOnlyFieldsDoNotLookEditable)
+{
+    DictationRecorderDialog dialog(app, "", {}, window.get());
+    ASSERT_EQ(dialog.openResult(), 0);
+    dialog.show();
+    dialog.layout()->activate();
+    const auto geometry = [&](int id) { return control<QWidget>(dialog, id)->geometry(); };
+    const QRect endBefore = geometry(IDC_END_TIME);
+    const QRect subjectBefore = geometry(IDC_SUBJECT);
+
+    // The times fill in when recording starts and ends: the row keeps still.
+    control<QLabel>(dialog, IDC_START_TIME)->setText("25/11/2026 12:00:00.000 Wednesday");
+    control<QLabel>(dialog, IDC_END_TIME)->setText("25/11/2026 12:00:09");
+    dialog.layout()->activate();
+    EXPECT_EQ(geometry(IDC_END_TIME), endBefore);
+    EXPECT_EQ(geometry(IDC_SUBJECT), subjectBefore);
+
+    // The level meter follows its caption and fills the row.
+    auto* caption = dialog.findChild<QLabel*>("levelCaption");
+    auto* meter = dialog.findChild<LevelMeter*>("levelMeter");
+    ASSERT_TRUE(caption && meter);
+    EXPECT_LE(meter->x() - (caption->x() + caption->sizeHint().width()), 2 * dialog.layout()->spacing() + 6);
+    EXPECT_GE(meter->geometry().right(), geometry(IDC_SUBJECT).right() - 2);
+
+    // The read-only numbers are drawn on the dialog's colour, not on the
+    // white of the fields one types in.
+    const QImage picture = dialog.grab().toImage();
+    const auto inside = [&](int id) { return picture.pixelColor(geometry(id).center() + QPoint(geometry(id).width() / 2 - 4, 0)); };
+    EXPECT_EQ(inside(IDC_CUT_FROM_MSEC), dialog.palette().color(QPalette::Window));
+    EXPECT_EQ(inside(IDC_CUT_TO_TIME), dialog.palette().color(QPalette::Window));
+    EXPECT_NE(inside(IDC_SUBJECT), dialog.palette().color(QPalette::Window));
 }
 
 TEST_F(RecorderDialogTest, ARecordedDictationAppearsInTheDictationListWithItsTone)

@@ -1,6 +1,5 @@
 // The answer machine's switch over the test line: on and off with
-// "AutoMessage", refused during a call, failing with the line; the
-// "MaxMessage" and "Silence" settings.
+// "AutoMessage", refused during a call, failing with the line.
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -8,7 +7,6 @@
 #include "LineTestSupport.h"
 #include "ScriptedPrompt.h"
 #include "core/AppData.h"
-#include "core/MessageLimits.h"
 #include "core/ProfileSettings.h"
 #include "core/SettingsKeys.h"
 #include "res/StringTable.h"
@@ -116,34 +114,6 @@ TEST_F(AnswerMachineSwitch, OneCallModeEndsWithTheCallEvenWhenTheCallerGaveUp)
     ASSERT_EQ(machine.switchOn(app, log.get()), Switch::On);
     EXPECT_EQ(machine.callEnded(app), 0);
     EXPECT_EQ(app.lineState->AnswerMachineOn, 1);
-}
-
-TEST_F(AnswerMachineSwitch, MaxMessageIsReadDefaultedAndClamped)
-{
-    EXPECT_EQ(messagelimits::maxMessageSeconds(profile), 180);
-    EXPECT_EQ(profile.read("MaxMessage"), "180");  // missing: written back
-    const std::pair<const char*, int> cases[] = {{"45", 45}, {"0", 180}, {"-3", 180}, {"soon", 180},
-                                                 {"3600", 3600}, {"99999", 3600}, {"1", 1}};
-    for (const auto& [text, seconds] : cases) {
-        profile.write("MaxMessage", text);
-        EXPECT_EQ(messagelimits::maxMessageSeconds(profile), seconds) << text;
-    }
-}
-
-TEST_F(AnswerMachineSwitch, SilenceIsReadAsTheOptionsDialogShowsIt)
-{
-    EXPECT_EQ(messagelimits::silenceSeconds(profile), 5);
-    EXPECT_EQ(profile.read(settings::kSilence), "5");  // missing: written back
-    // Out of range is clamped to the slider's 2-30; not a number reads as 0
-    // and so as 2, which is what the dialog shows for it.
-    const std::pair<const char*, int> cases[] = {{"12", 12}, {"2", 2},   {"30", 30}, {"1", 2},   {"0", 2},
-                                                 {"-7", 2},  {"31", 30}, {"abc", 2}, {"9 s", 9}, {"8.9", 8},
-                                                 {"99999999999999999999", 30}};
-    for (const auto& [text, seconds] : cases) {
-        profile.write(settings::kSilence, text);
-        EXPECT_EQ(messagelimits::silenceSeconds(profile), seconds) << text;
-        EXPECT_EQ(profile.read(settings::kSilence), text);  // read, never rewritten
-    }
 }
 
 }  // namespace

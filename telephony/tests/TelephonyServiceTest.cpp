@@ -6,6 +6,7 @@
 
 #include <QApplication>
 #include <QFile>
+#include <QHeaderView>
 #include <QLabel>
 #include <QLocalServer>
 #include <QPushButton>
@@ -300,6 +301,7 @@ TEST_F(TwoLines, ModemSelectionPreselectsCommIdReadAsDecimalAndRestartsMonitorin
     QString preselected;
     bool testEnabled = true;
     bool iconShown = false;
+    bool descriptionsWhole = true;
     whenModal([&](QWidget* dialog) {
         auto* list = dialog->findChild<QTreeWidget*>(QStringLiteral("10038"));
         for (int i = 0; i < list->topLevelItemCount(); ++i)
@@ -307,6 +309,13 @@ TEST_F(TwoLines, ModemSelectionPreselectsCommIdReadAsDecimalAndRestartsMonitorin
         if (!list->selectedItems().isEmpty())
             preselected = list->selectedItems().first()->text(0);
         iconShown = !list->topLevelItem(0)->icon(0).isNull();
+        // Every description is shown whole, and the number column is no
+        // wider than a number needs.
+        for (int i = 0; i < list->topLevelItemCount(); ++i)
+            descriptionsWhole = descriptionsWhole &&
+                list->columnWidth(1) > list->fontMetrics().horizontalAdvance(list->topLevelItem(i)->text(1));
+        descriptionsWhole = descriptionsWhole && list->viewport()->width() >= list->header()->length() &&
+                            list->columnWidth(0) < list->columnWidth(1) / 2;
         testEnabled = dialog->findChild<QPushButton*>(QStringLiteral("8011"))->isEnabled();
         list->clearSelection();
         list->topLevelItem(1)->setSelected(true);
@@ -316,6 +325,7 @@ TEST_F(TwoLines, ModemSelectionPreselectsCommIdReadAsDecimalAndRestartsMonitorin
     EXPECT_EQ(rows, (QStringList{"0 Navo test line (driven by navo-line)", "1 Navo SIP line (calls over the Internet)"}));
     EXPECT_EQ(preselected, QStringLiteral("0"));
     EXPECT_TRUE(iconShown);
+    EXPECT_TRUE(descriptionsWhole);
     EXPECT_FALSE(testEnabled);
     EXPECT_EQ(app.lineState->DeviceId, 1);
     EXPECT_TRUE(service.deviceChosen());
