@@ -122,6 +122,7 @@ TEST_F(ListWindowTest, EveryListHasItsColumnsRowsAndCountTextOverAConsistentMode
     EXPECT_EQ(list()->model()->columnCount(), 7);
     EXPECT_EQ(headers(), (QStringList{"ID", "Subject", "Diary Date", "Diary Time", "Duration", "", ""}));
     EXPECT_EQ(list()->model()->index(0, 2).data().toString(), "24/12/2026");
+    EXPECT_EQ(list()->model()->index(0, 3).data().toString(), "09:15");
     EXPECT_EQ(label(IDC_PROGRESS_TEXT), "Total diary entries found = 1");
 
     window->fillList(kListMeeting);
