@@ -67,7 +67,7 @@ ControlHotKey HotKeys::controlHotKeyOf(DWORD value)
 HotKeys::HotKeys()
 {
     for (std::size_t i = 0; i < kEntries.size(); ++i)
-        m_values[i] = kEntries[i].defaultValue;
+        m_values.keys[i] = kEntries[i].defaultValue;
 }
 
 void HotKeys::load()
@@ -75,7 +75,7 @@ void HotKeys::load()
     const QSettings settings(QSettings::NativeFormat, QSettings::UserScope, kOrganisation, kApplication);
     for (std::size_t i = 0; i < kEntries.size(); ++i) {
         const std::optional<DWORD> stored = storedDword(settings.value(QLatin1String(kEntries[i].valueName)));
-        m_values[i] = stored.value_or(kEntries[i].defaultValue);
+        m_values.keys[i] = stored.value_or(kEntries[i].defaultValue);
     }
 }
 
@@ -83,7 +83,7 @@ void HotKeys::save() const
 {
     QSettings settings(QSettings::NativeFormat, QSettings::UserScope, kOrganisation, kApplication);
     for (std::size_t i = 0; i < kEntries.size(); ++i)
-        settings.setValue(QLatin1String(kEntries[i].valueName), static_cast<uint>(m_values[i]));
+        settings.setValue(QLatin1String(kEntries[i].valueName), static_cast<uint>(m_values.keys[i]));
     settings.sync();
 }
 

@@ -14,6 +14,13 @@
 
 #include <array>
 
+// The six values in table order: what the Hot Keys dialog is given and gives
+// back; the caller loads and saves them (HotKeys).
+struct HotKeyValues {
+    std::array<DWORD, 6> keys{};
+    bool operator==(const HotKeyValues& other) const { return keys == other.keys; }
+};
+
 struct HotKeyEntry {
     int id;  // the dialog's control number and the registered hot key's id
     const char* valueName;
@@ -23,7 +30,7 @@ struct HotKeyEntry {
 
 class HotKeys {
 public:
-    static constexpr int kCount = 6;
+    static constexpr int kCount = static_cast<int>(std::tuple_size_v<decltype(HotKeyValues::keys)>);
 
     // In table order, which is also the order of registration.
     static const std::array<HotKeyEntry, kCount>& entries();
@@ -45,11 +52,13 @@ public:
     // Writes all six; a failed write is not reported.
     void save() const;
 
-    DWORD value(int index) const { return m_values.at(static_cast<std::size_t>(index)); }
-    void setValue(int index, DWORD value) { m_values.at(static_cast<std::size_t>(index)) = value; }
+    DWORD value(int index) const { return m_values.keys.at(static_cast<std::size_t>(index)); }
+    void setValue(int index, DWORD value) { m_values.keys.at(static_cast<std::size_t>(index)) = value; }
+    const HotKeyValues& values() const { return m_values; }
+    void setValues(const HotKeyValues& values) { m_values = values; }
 
 private:
-    std::array<DWORD, kCount> m_values{};
+    HotKeyValues m_values;
 };
 
 // Unregisters the six from window, loads the table and registers the six in

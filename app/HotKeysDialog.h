@@ -1,6 +1,7 @@
-// The Hot Keys dialog (153): shows the six playback hot keys in hot key
-// controls and saves what the user chose. Players already holding the keys
-// get the new ones when they register again.
+// The Hot Keys dialog (153): shows six hot key values in hot key controls and
+// gives back what the user made of them; the caller loads them and saves them
+// on Save. Players already holding the keys get the new ones when they
+// register again.
 #pragma once
 
 #include <QDialog>
@@ -18,15 +19,14 @@ class HotKeysDialog : public QDialog {
     Q_OBJECT
 
 public:
-    // Modal over owner; loads the table.
-    explicit HotKeysDialog(QWidget* owner = nullptr);
+    // Modal over owner.
+    explicit HotKeysDialog(const HotKeyValues& values, QWidget* owner = nullptr);
     ~HotKeysDialog() override;
 
-private slots:
-    void save();
+    // The values as the controls stand, the extended flag dropped.
+    HotKeyValues values() const;
 
 private:
     std::unique_ptr<Ui::HotKeysDialog> m_ui;
     std::array<HotKeyEdit*, HotKeys::kCount> m_edits{};  // in table order
-    HotKeys m_table;
 };

@@ -644,8 +644,13 @@ void MainWindow::registerCommands()
     m_commands.add(ID_ABOUT_NAVO, about);
     m_commands.add(IDM_ABOUTBOX, about);
     m_commands.add(ID_HOT_KEYS, [this] {
-        HotKeysDialog dialog(this);
-        dialog.exec();
+        HotKeys table;
+        table.load();
+        HotKeysDialog dialog(table.values(), this);
+        if (dialog.exec() == QDialog::Accepted) {
+            table.setValues(dialog.values());
+            table.save();
+        }
     });
     m_commands.add(ID_NEW_DATASTORE, [this] {
         m_services.store->newStoreCommand(m_app, this);

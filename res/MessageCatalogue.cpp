@@ -15,7 +15,7 @@
 namespace {
 
 // clang-format off
-const CodedMessage kMessages[] = {
+constexpr CodedMessage kMessages[] = {
     // Unsaved changes in a recorder, locked records
     {1, 628, nullptr},
     {2, 627, nullptr},
@@ -82,6 +82,15 @@ const CodedMessage kMessages[] = {
 };
 // clang-format on
 
+constexpr bool inCodeOrderEachOnce()
+{
+    for (std::size_t i = 1; i < std::size(kMessages); ++i)
+        if (kMessages[i - 1].code >= kMessages[i].code)
+            return false;
+    return true;
+}
+static_assert(inCodeOrderEachOnce(), "kMessages: keep the codes ascending and each once (binary search)");
+
 }  // namespace
 
 MessageCatalogue::MessageCatalogue(const CodedMessage* first, std::size_t count) : m_first(first), m_count(count) {}
@@ -117,13 +126,6 @@ std::string MessageCatalogue::textFor(int code) const
             return ansiFromUtf8(m->fallbackUtf8);
     }
     return LoadString(kUndefinedMessage);
-}
-
-bool MessageCatalogue::isSortedAndUnique() const
-{
-    return std::adjacent_find(begin(), end(), [](const CodedMessage& a, const CodedMessage& b) {
-               return a.code >= b.code;
-           }) == end();
 }
 
 unsigned MessageStringFor(int code)

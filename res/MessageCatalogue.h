@@ -22,8 +22,9 @@ class MessageCatalogue {
 public:
     static constexpr unsigned kUndefinedMessage = 692;
 
-    // The entries must stay alive as long as the catalogue and be sorted by
-    // code.
+    // The entries must stay alive as long as the catalogue and be in code
+    // order, each code once (the program's own table is checked when it
+    // compiles).
     MessageCatalogue(const CodedMessage* first, std::size_t count);
 
     static const MessageCatalogue& builtIn();
@@ -37,8 +38,6 @@ public:
     // The text to show, as Windows-1252 bytes. Never empty: a code whose
     // wording is unknown shows the undefined-message text.
     std::string textFor(int code) const;
-
-    bool isSortedAndUnique() const;
 
     const CodedMessage* begin() const { return m_first; }
     const CodedMessage* end() const { return m_first + m_count; }

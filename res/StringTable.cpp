@@ -16,7 +16,7 @@
 namespace {
 
 // clang-format off
-const StringEntry kStrings[] = {
+constexpr StringEntry kStrings[] = {
     // Start-up
     {100, "OLE initialization failed.  Make sure that the OLE libraries are the correct version"},
     {101, "&About Navo..."},
@@ -156,6 +156,15 @@ const StringEntry kStrings[] = {
 };
 // clang-format on
 
+constexpr bool inNumberOrderEachOnce()
+{
+    for (std::size_t i = 1; i < std::size(kStrings); ++i)
+        if (kStrings[i - 1].id >= kStrings[i].id)
+            return false;
+    return true;
+}
+static_assert(inNumberOrderEachOnce(), "kStrings: keep the numbers ascending and each once (binary search)");
+
 }  // namespace
 
 StringTable::StringTable(const StringEntry* first, std::size_t count) : m_first(first), m_count(count) {}
@@ -183,13 +192,6 @@ QString StringTable::loadQ(unsigned id) const
 {
     const StringEntry* e = find(id);
     return e ? QString::fromUtf8(e->utf8) : QString();
-}
-
-bool StringTable::isSortedAndUnique() const
-{
-    return std::adjacent_find(begin(), end(), [](const StringEntry& a, const StringEntry& b) {
-               return a.id >= b.id;
-           }) == end();
 }
 
 std::string LoadString(unsigned id)

@@ -21,8 +21,9 @@ struct StringEntry {
 
 class StringTable {
 public:
-    // The entries must stay alive as long as the table; lookups expect them
-    // sorted by number (see isSortedAndUnique).
+    // The entries must stay alive as long as the table; lookups are binary
+    // searches, so they must be in number order, each number once (the
+    // program's own table is checked when it compiles).
     StringTable(const StringEntry* first, std::size_t count);
 
     // The program's table.
@@ -32,10 +33,6 @@ public:
     bool has(unsigned id) const { return find(id) != nullptr; }
     std::string load(unsigned id) const;  // Windows-1252; "" when absent
     QString loadQ(unsigned id) const;     // "" when absent
-
-    // Lookups are binary searches, so a table out of order or with a number
-    // twice would silently lose entries; the tests check this.
-    bool isSortedAndUnique() const;
 
     const StringEntry* begin() const { return m_first; }
     const StringEntry* end() const { return m_first + m_count; }

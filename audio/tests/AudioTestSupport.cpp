@@ -45,15 +45,9 @@ public:
     MMRESULT start(Sink& sink) override
     {
         m_state->sink = &sink;
-        ++m_state->starts;
         return MMSYSERR_NOERROR;
     }
-    void stop() override
-    {
-        if (m_state->sink != nullptr)
-            ++m_state->stops;
-        m_state->sink = nullptr;
-    }
+    void stop() override { m_state->sink = nullptr; }
 
 private:
     std::shared_ptr<ScriptedState> m_state;

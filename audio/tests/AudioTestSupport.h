@@ -69,8 +69,6 @@ struct ScriptedState {
     MMRESULT openResult = MMSYSERR_NOERROR;
     std::string openedId;                // the device id last opened
     AudioCapture::Sink* sink = nullptr;  // while a capture runs
-    int starts = 0;
-    int stops = 0;
     // Hands bytes to the running capture's sink, on the calling thread.
     void push(const std::vector<char>& bytes);
 };

@@ -60,8 +60,6 @@ TEST_F(DevicesTest, OpenChecksFormatFlagsAndDevices)
     f.nAvgBytesPerSec = 24000;
     EXPECT_EQ(waveInOpen(nullptr, WAVE_MAPPER, &f, 0, 0, WAVE_FORMAT_QUERY), WAVERR_BADFORMAT);
     char text[MAXERRORLENGTH];
-    EXPECT_EQ(waveInGetErrorText(WAVERR_BADFORMAT, text, sizeof text), MMSYSERR_NOERROR);
-    EXPECT_STREQ(text, "The sound format is not supported and cannot be converted.");
     EXPECT_EQ(waveInGetErrorText(12345, text, sizeof text), MMSYSERR_BADERRNUM);
 
     state->inputs.clear();

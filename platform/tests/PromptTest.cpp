@@ -68,35 +68,6 @@ TEST(Prompt, InstalledPromptsNestAndTheDefaultServesWhenNoneIsInstalled)
     setDefaultPrompt(nullptr);
 }
 
-TEST(ScriptedPrompt, AnswersInOrderAndRecordsTheQuestions)
-{
-    ScriptedPrompt prompt;
-    prompt.answerMessage(IDYES);
-    prompt.answerMessage(IDNO);
-    prompt.answerFile(std::string("/home/alice/a.vxt"));
-    prompt.answerFile(std::nullopt);
-
-    EXPECT_EQ(AfxMessageBox("Save changes?", MB_YESNO | MB_ICONQUESTION), IDYES);
-    EXPECT_EQ(currentPrompt().messageBox("\xA3 5", MB_YESNO, "Cost"), IDNO);
-    FileDialogRequest request;
-    request.filter = "Navo Files (*.vxt)|*.vxt||";
-    EXPECT_EQ(currentPrompt().chooseFile(request), std::optional<std::string>("/home/alice/a.vxt"));
-    request.open = false;
-    EXPECT_EQ(currentPrompt().chooseFile(request), std::nullopt);
-
-    const auto messages = prompt.messages();
-    ASSERT_EQ(messages.size(), 2u);
-    EXPECT_EQ(messages[0].text, "Save changes?");
-    EXPECT_EQ(messages[0].flags, MB_YESNO | MB_ICONQUESTION);
-    EXPECT_EQ(messages[0].caption, "Navo");
-    EXPECT_EQ(messages[1].text, "\xA3 5");
-    const auto requests = prompt.fileRequests();
-    ASSERT_EQ(requests.size(), 2u);
-    EXPECT_TRUE(requests[0].open);
-    EXPECT_FALSE(requests[1].open);
-    EXPECT_EQ(requests[1].filter, "Navo Files (*.vxt)|*.vxt||");
-}
-
 TEST(ScriptedPrompt, UnansweredAndUnaskedQuestionsFailTheTest)
 {
     ScriptedPrompt prompt;

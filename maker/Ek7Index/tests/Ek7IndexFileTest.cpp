@@ -2,19 +2,11 @@
 
 #include <sqlite3.h>
 
-#include <chrono>
 #include <filesystem>
 #include <thread>
 #include <vector>
 
 namespace {
-
-using Clock = std::chrono::steady_clock;
-
-double secondsSince(Clock::time_point start)
-{
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
 
 std::string notFound()
 {
@@ -163,17 +155,6 @@ TEST_F(FileTest, TwoWritersAtOnceBothLand)
     EXPECT_EQ(count(), 200u);
 }
 
-TEST_F(FileTest, ThousandSingleAddsAllLand)
-{
-    // Each add is a transaction of its own; none may be lost. (How long they
-    // take is a benchmark's business, not a test's.)
-    for (std::uint32_t id = 1; id <= 1000; ++id) {
-        Ek7IndexEntry e = entry(id, "keyword text for record " + std::to_string(id), id * 401);
-        ASSERT_NE(Ek7IndexAdd(&e), 0) << Ek7IndexLastError();
-    }
-    EXPECT_EQ(count(), 1000u);
-}
-
 TEST_F(FileTest, HundredThousandEntriesListInRecIdOrder)
 {
     // Added in descending order so that the listing has to do the sorting.
@@ -189,11 +170,8 @@ TEST_F(FileTest, HundredThousandEntriesListInRecIdOrder)
         e.linePosition = (id - 1) * 401;
         entries.push_back(e);
     }
-    auto start = Clock::now();
     ASSERT_NE(Ek7IndexAddBatch(entries.data(), entries.size()), 0) << Ek7IndexLastError();
-    const double addSeconds = secondsSince(start);
 
-    start = Clock::now();
     std::uint32_t expected = 1;
     bool inOrder = true;
     ASSERT_EQ(Ek7IndexForEach(m_index.c_str(),
@@ -204,14 +182,11 @@ TEST_F(FileTest, HundredThousandEntriesListInRecIdOrder)
                                   return true;
                               }),
               kEk7IndexOk);
-    const double listSeconds = secondsSince(start);
     EXPECT_TRUE(inOrder);
     EXPECT_EQ(expected, 100001u);
 
-    start = Clock::now();
     std::vector<std::uint32_t> ids;
     ASSERT_EQ(Ek7IndexSearch(m_index.c_str(), "needle", &ids), kEk7IndexOk);
-    const double searchSeconds = secondsSince(start);
     EXPECT_EQ(ids, std::vector<std::uint32_t>{77777});
     EXPECT_EQ(count(), 100000u);
 
@@ -220,10 +195,6 @@ TEST_F(FileTest, HundredThousandEntriesListInRecIdOrder)
     ASSERT_EQ(Ek7IndexForEach(m_index.c_str(), [&](const Ek7IndexRow&) { return ++visits < 3; }),
               kEk7IndexOk);
     EXPECT_EQ(visits, 3);
-
-    std::printf("100,000 entries: batch add %.2f s, list %.3f s, search %.4f s\n", addSeconds,
-                listSeconds, searchSeconds);
-    EXPECT_LT(listSeconds, 2.0);
 }
 
 TEST_F(FileTest, VisitorThatThrowsIsReportedNotPassedOn)

@@ -80,18 +80,6 @@ TEST_F(SearchLogTest, PhoneRowsTakeNumberAndNameByKindAndFlagNewMessages)
     EXPECT_NE(rows.image(0), SearchLogRows::kNewMessageImage);
 }
 
-TEST_F(SearchLogTest, DiaryShowsItsOwnDateAndTime)
-{
-    write(line({"00000020", "4", "24/12/2026", "09:15", "Buy\xAC" "gifts", "", "", "01/12/2026\xAC" "10:00:00", "x",
-                "00:00:30", "1", "0"}));
-    SearchLogRows rows;
-    ASSERT_EQ(SearchLog(path.c_str(), SearchLogRows::kDiary, &rows), 1);
-    EXPECT_EQ(rows.cell(0, 1), "Buy gifts");
-    EXPECT_EQ(rows.cell(0, 2), "24/12/2026");
-    EXPECT_EQ(rows.cell(0, 3), "09:15");
-    EXPECT_EQ(rows.cell(0, 4), "00:00:30");
-}
-
 TEST_F(SearchLogTest, MissingOrEmptyFileIsAnEmptyList)
 {
     SearchLogRows rows;
