@@ -4,7 +4,7 @@
 # about other things: choose no modem, as a user without one would.
 # Run inside the X session, while navo starts:
 #   cancel_modem_selection.sh [seconds to wait for the main window]
-limit=${1:-12}
+limit=${1:-60}
 for _ in $(seq $((limit * 5))); do
     dialog=$(xdotool search --name "^Navo Modem Selection$" 2>/dev/null | head -1 || true)
     if [ -n "$dialog" ]; then

@@ -25,7 +25,7 @@ xvfb-run -a -s "-screen 0 1280x1024x24" bash -c '
     TMPDIR="$0/tmp" NAVO_TRACE=1 "$0/navo" 2> "$0/trace.txt" & pid=$!
     "$E2E_DIR/cancel_modem_selection.sh"
     win=
-    for _ in $(seq 80); do
+    for _ in $(seq 300); do
         win=$(xdotool search --name "^Navo for user :" 2>/dev/null | head -1) && [ -n "$win" ] && break
         sleep 0.2
     done

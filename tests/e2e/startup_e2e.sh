@@ -27,7 +27,7 @@ xvfb-run -a -s "-screen 0 1280x1024x24" bash -c '
     sleep 1.2
     import -window root "$DISPLAY_SHOTS/e2e-splash.png"
     "$E2E_DIR/cancel_modem_selection.sh"
-    for _ in $(seq 60); do
+    for _ in $(seq 300); do
         xdotool search --name "^Navo for user :" >/dev/null 2>&1 && break
         sleep 0.2
     done
