@@ -42,7 +42,7 @@ void InertServices::close(AppData&)
 
 std::string InertServices::statusText() const
 {
-    return "Line monitoring inactive";
+    return kInactiveText;
 }
 
 int InertServices::check(AppData&)

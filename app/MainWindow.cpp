@@ -42,7 +42,6 @@
 
 namespace {
 
-const char* const kLineInactive = "Line monitoring inactive";
 const char* const kSavingStore = "Saving Navo Data Store.....Please wait";
 const char* const kTitlePrefix = "Navo for user :";
 constexpr int kWeightHeavy = 900;
@@ -173,7 +172,7 @@ BOOL MainWindow::OnInitDialog()
     m_ui->IDC_RECORD_LIST->setPalette(listPalette);
 
     // 8.
-    setStatusText(QString::fromLatin1(kLineInactive));
+    setStatusText(QString::fromLatin1(LineService::kInactiveText));
     m_ui->IDC_HEADING->setText(QStringLiteral("Navo"));
     m_app.CurrentListType = kListNone;
 

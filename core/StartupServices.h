@@ -71,7 +71,10 @@ public:
     virtual long selectModem(QWidget* owner) = 0;
     // Close an open wave device, then Ek7TapiClose.
     virtual void close(AppData& app) = 0;
-    // "Line monitoring active" or "Line monitoring inactive".
+    // The line's part of the status text.
+    static constexpr const char* kActiveText = "Line monitoring active";
+    static constexpr const char* kInactiveText = "Line monitoring inactive";
+    // kActiveText or kInactiveText.
     virtual std::string statusText() const = 0;
     virtual bool monitoring() const = 0;
     virtual bool answerMachineOn() const = 0;

@@ -4,6 +4,7 @@
 #include <fstream>
 
 #include "core/AppData.h"
+#include "maker/Ek7Srch/SearchLogRows.h"
 #include "maker/Ek7Tapi/wave/LineWave.h"
 #include "maker/ZOLO/ZOLODATE.h"
 #include "platform/Trace.h"
@@ -100,7 +101,7 @@ std::string AnswerMachineMessage::indexLine(long recId, const std::string& calle
     // duration and separators come to well under it.
     return indexline::build({indexline::recIdText(recId), kRecordType, callerField(callerName), "",
                              callerField(callerNumber), "", "", startText.substr(0, 126), endText.substr(0, 126),
-                             duration.substr(0, 40), kNewMessageImage, "0"});
+                             duration.substr(0, 40), std::to_string(SearchLogRows::kNewMessageImage), "0"});
 }
 
 int AnswerMachineMessage::file(AppData& app, const std::string& callerName, const std::string& callerNumber)

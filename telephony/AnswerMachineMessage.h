@@ -21,8 +21,6 @@ public:
     // The line state block keeps each caller text in 80 bytes with its zero.
     static constexpr std::size_t kCallerTextMax = 79;
     static constexpr const char* kRecordType = "2";
-    // Place 11: the list image of a new message, which MessagesWaiting counts.
-    static constexpr const char* kNewMessageImage = "7";
     static constexpr const char* kKeywords = "Answer Machine Message";
     // The line library's own files for the recording, in the workspace.
     static constexpr const char* kBufferName = "xbuffer.wav";

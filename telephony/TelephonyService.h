@@ -44,8 +44,8 @@ class QObject;
 
 class TelephonyService : public LineService {
 public:
-    static constexpr const char* kActive = "Line monitoring active";
-    static constexpr const char* kInactive = "Line monitoring inactive";
+    static constexpr const char* kActive = kActiveText;
+    static constexpr const char* kInactive = kInactiveText;
     static constexpr const char* kFailed = "Failed to start line monitoring";
 
     // StartResult and IncomingChoice are LineService's (app/StartupServices.h).
