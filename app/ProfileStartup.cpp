@@ -1,6 +1,7 @@
 #include "app/ProfileStartup.h"
 
 #include <QDir>
+#include <QFile>
 
 #include "core/AppData.h"
 #include "core/SettingsKeys.h"
@@ -77,7 +78,18 @@ bool ProfileStartup::prepareProfileDir()
     m_app.DataStoreName = profile().lastFile().value_or(settings::kDefaultStoreName);
     m_app.DataStorePath = m_profilesPrefix + m_app.DataStoreName + ".vxt";
     // "Profiles/" itself may be missing in a fresh folder, so make the path.
-    return QDir().mkpath(QString::fromLocal8Bit(m_app.ProfileDir.c_str()));
+    // Both folders are the user's alone: their names tell who uses Navo and
+    // what their stores are called.
+    const QString profiles = QString::fromLocal8Bit(m_profilesPrefix.c_str());
+    const QString own = QString::fromLocal8Bit(m_app.ProfileDir.c_str());
+    const bool madeProfiles = !QDir(profiles).exists();
+    if (!QDir().mkpath(own))
+        return false;
+    constexpr QFile::Permissions kPrivate = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
+    if (madeProfiles)
+        QFile::setPermissions(profiles, kPrivate);
+    QFile::setPermissions(own, kPrivate);
+    return true;
 }
 
 bool ProfileStartup::loadProfile(QWidget* owner, bool mayAsk)

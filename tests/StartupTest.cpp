@@ -138,6 +138,14 @@ TEST_F(StartupTest, FirstStartWritesEveryDefaultInOrderAndBuildsAStore)
     EXPECT_EQ(app.DataStoreName, "NAVO");
     EXPECT_EQ(app.DataStorePath, install.root() + "Profiles/NAVO.vxt");
     EXPECT_TRUE(QDir(QString::fromStdString(install.profileDir())).exists());
+    // Nobody else may list who uses Navo or what their stores are called.
+    const QFile::Permissions others = QFile::ReadGroup | QFile::WriteGroup | QFile::ExeGroup | QFile::ReadOther |
+                                      QFile::WriteOther | QFile::ExeOther;
+    for (const std::string& folder : {install.root() + "Profiles", install.profileDir()}) {
+        const QFile::Permissions given = QFile::permissions(QString::fromStdString(folder));
+        EXPECT_FALSE(given & others) << folder;
+        EXPECT_TRUE(given & QFile::WriteOwner) << folder;
+    }
     EXPECT_EQ(window->windowTitle().toStdString(), "Navo for user :" + logOnName());
 
     const std::vector<std::pair<std::string, std::string>> expected = {
