@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include "core/ProfileValues.h"
 #include "core/SettingsKeys.h"
 #include "telephony/LineFailureReport.h"
 #include "telephony/TapiBinding.h"
@@ -55,7 +56,7 @@ ModemSelection::SetUp ModemSelection::setUp()
     const std::string commId = m_profile.read(settings::kCommID);
     if (commId == settings::kNoDevice || ProfileSettings::isMissing(commId))
         return SetUp::Ready;
-    const long saved = std::atol(commId.c_str());
+    const long saved = ProfileValues::commIdDevice(commId);
     for (std::size_t row = 0; row < m_rows.size(); ++row) {
         if (std::atol(m_rows[row].number.c_str()) != saved)
             continue;
