@@ -165,9 +165,11 @@ unsigned saveRecord(char letter, const char* name1, const char* name2, const cha
             return 0;
 
         // One transaction: the store never holds a record without its line
-        // or a line without its record.
+        // or a line without its record. The family file only grew, so the
+        // store writes its new end, not the whole file.
         const char* names[] = {recordName.c_str(), family};
-        if (RPS_Put(storePath, workspace, names, 2) != kRpsOk)
+        const std::uint64_t grownFrom[] = {0, append.originalSize()};
+        if (RPS_PutGrown(storePath, workspace, names, grownFrom, 2) != kRpsOk)
             return 0;
         append.keep();
         return static_cast<unsigned>(position);
