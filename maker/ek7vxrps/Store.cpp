@@ -8,7 +8,6 @@
 #include "maker/ek7vxrps/Store.h"
 
 #include "maker/ek7vxrps/FileOps.h"
-#include "maker/ek7vxrps/Transaction.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -444,7 +443,7 @@ int Store::writePieces(std::int64_t row, int fd, std::uint64_t size, std::uint64
         if (rc == SQLITE_OK)
             rc = write.bindInt64(2, static_cast<std::int64_t>(seq));
         if (rc == SQLITE_OK)
-            rc = sqlite3_bind_blob(write.get(), 3, buffer.data(), static_cast<int>(want), SQLITE_STATIC);
+            rc = write.bindStaticBlob(3, buffer.data(), want);
         if (rc == SQLITE_OK)
             rc = write.step();
         if (rc != SQLITE_DONE)

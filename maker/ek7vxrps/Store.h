@@ -10,7 +10,7 @@
 // member; stores of the first format hold every member whole in its head and
 // are read as they are.
 
-#include "maker/ek7vxrps/SqliteHandles.h"
+#include "maker/SqliteKit/Sqlite.h"
 #include "maker/ek7vxrps/ek7vxrps.h"
 
 #include <cstddef>
@@ -19,6 +19,11 @@
 #include <vector>
 
 namespace rps {
+
+using sqlitekit::Blob;
+using sqlitekit::Connection;
+using sqlitekit::Statement;
+using sqlitekit::Transaction;
 
 struct PutSource {
     std::string path;    // file to read
