@@ -315,10 +315,14 @@ int Store::ensurePieceTable()
     return kRpsOk;
 }
 
-int Store::put(const std::vector<PutSource>& sources)
+int Store::put(const std::vector<PutSource>& sources, const std::vector<std::string>& removed)
 {
     for (const PutSource& source : sources) {
         if (!isPlainFileName(source.member.c_str()))
+            return kRpsErrBadName;
+    }
+    for (const std::string& name : removed) {
+        if (!isPlainFileName(name.c_str()))
             return kRpsErrBadName;
     }
     Transaction tx(m_db.get());
@@ -335,6 +339,9 @@ int Store::put(const std::vector<PutSource>& sources)
         if (code != kRpsOk)
             return code;  // the transaction rolls back: none of the members changed
     }
+    code = removeMembers(removed, false);
+    if (code != kRpsOk)
+        return code;
     return sqlite(tx.commit());
 }
 
@@ -636,12 +643,20 @@ int Store::remove(const std::vector<std::string>& names)
             return kRpsErrBadName;
     }
     Transaction tx(m_db.get());
-    int rc = tx.begin(Transaction::Kind::Write);
+    const int rc = tx.begin(Transaction::Kind::Write);
     if (rc != SQLITE_OK)
         return sqlite(rc);
+    const int code = removeMembers(names, true);
+    return code != kRpsOk ? code : sqlite(tx.commit());
+}
+
+int Store::removeMembers(const std::vector<std::string>& names, bool mustExist)
+{
+    if (names.empty())
+        return kRpsOk;
     Statement st;
     Statement pieces;
-    rc = st.prepare(m_db.get(), "DELETE FROM rps_member WHERE name=?1 RETURNING rowid");
+    int rc = st.prepare(m_db.get(), "DELETE FROM rps_member WHERE name=?1 RETURNING rowid");
     if (rc == SQLITE_OK && m_hasPieces)
         rc = pieces.prepare(m_db.get(), "DELETE FROM rps_piece WHERE member=?1");
     if (rc != SQLITE_OK)
@@ -651,8 +666,11 @@ int Store::remove(const std::vector<std::string>& names)
         rc = st.bindText(1, name.c_str());
         if (rc == SQLITE_OK)
             rc = st.step();
-        if (rc == SQLITE_DONE)
-            return kRpsErrMemberMissing;
+        if (rc == SQLITE_DONE) {
+            if (mustExist)
+                return kRpsErrMemberMissing;
+            continue;
+        }
         if (rc != SQLITE_ROW)
             return sqlite(rc);
         const std::int64_t row = sqlite3_column_int64(st.get(), 0);
@@ -668,7 +686,7 @@ int Store::remove(const std::vector<std::string>& names)
                 return sqlite(rc);
         }
     }
-    return sqlite(tx.commit());
+    return kRpsOk;
 }
 
 int Store::info(_RPS_Info_4* info)

@@ -42,7 +42,9 @@ public:
     // Opens an existing store and checks that it is one.
     int open(const std::string& path);
 
-    int put(const std::vector<PutSource>& sources);
+    // Puts the sources and removes the members named in removed that are
+    // there, in one transaction.
+    int put(const std::vector<PutSource>& sources, const std::vector<std::string>& removed = {});
     int get(const std::string& folder, const std::vector<std::string>& names);
     int remove(const std::vector<std::string>& names);
     int info(_RPS_Info_4* info);
@@ -56,6 +58,7 @@ private:
     int verifySchema(bool headerChecked);
     int configure();
     int ensurePieceTable();
+    int removeMembers(const std::vector<std::string>& names, bool mustExist);
     int putOne(const PutSource& source, std::vector<unsigned char>& buffer);
     int writePieces(std::int64_t row, int fd, std::uint64_t size, std::uint64_t firstPiece,
                     std::uint64_t storedPieces, bool compare, std::vector<unsigned char>& buffer);

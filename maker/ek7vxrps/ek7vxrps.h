@@ -94,6 +94,12 @@ int RPS_Put(const char* storePath, const char* folder, const char* const* names,
 int RPS_PutGrown(const char* storePath, const char* folder, const char* const* names,
                  const std::uint64_t* grownFrom, int count);
 
+// RPS_PutGrown and the removal of the members named in removed (those that
+// are there) in one transaction: a deletion that marks a line dead and drops
+// the record file is never half done.
+int RPS_Update(const char* storePath, const char* folder, const char* const* names, const std::uint64_t* grownFrom,
+               int count, const char* const* removed, int removedCount);
+
 // Extracts the named members into folder. A missing member fails before any
 // file is written; a failed get never leaves a half-written file.
 int RPS_Get(const char* storePath, const char* folder, const char* const* names, int count);
