@@ -125,17 +125,16 @@ bool buildRecordFile(const std::string& path, const std::vector<std::string>& fi
     return zip.close() == kVxOk && ::chmod(path.c_str(), 0600) == 0;
 }
 
-unsigned saveRecord(char letter, const char* name1, const char* name2, const char* name3, const char* attachment,
-                    const char* workspace, const char* storePath) noexcept
+unsigned saveFiles(char letter, const std::vector<std::string>& files, const char* workspace,
+                   const char* storePath) noexcept
 {
     try {
-        if (name1 == nullptr || name2 == nullptr || name3 == nullptr || workspace == nullptr
-            || storePath == nullptr)
+        if (files.size() < 2 || workspace == nullptr || storePath == nullptr)
             return 0;
 
         char line[FamilyAppend::kLineSize];
         {
-            rps::UniqueFd fd(rps::openFile(name2, O_RDONLY));
+            rps::UniqueFd fd(rps::openFile(files[1], O_RDONLY));
             std::size_t got = 0;
             if (!fd.valid() || rps::readUpTo(fd.get(), line, sizeof line, &got) != 0 || got != sizeof line)
                 return 0;
@@ -148,9 +147,6 @@ unsigned saveRecord(char letter, const char* name1, const char* name2, const cha
         if (RPS_Exists(storePath, recordName.c_str()) != 1)
             return 0;
 
-        std::vector<std::string> files = {name1, name2, name3};
-        if (attachment != nullptr && attachment[0] != '\0')
-            files.emplace_back(attachment);
         const std::string recordPath = rps::joinPath(workspace, recordName);
         RemoveOnExit removeRecord(recordPath);  // the store keeps it; the workspace does not
         if (!buildRecordFile(recordPath, files))
@@ -173,6 +169,21 @@ unsigned saveRecord(char letter, const char* name1, const char* name2, const cha
             return 0;
         append.keep();
         return static_cast<unsigned>(position);
+    } catch (...) {
+        return 0;
+    }
+}
+
+unsigned saveRecord(char letter, const char* name1, const char* name2, const char* name3, const char* attachment,
+                    const char* workspace, const char* storePath) noexcept
+{
+    if (name1 == nullptr || name2 == nullptr || name3 == nullptr)
+        return 0;
+    try {
+        std::vector<std::string> files = {name1, name2, name3};
+        if (attachment != nullptr && attachment[0] != '\0')
+            files.emplace_back(attachment);
+        return saveFiles(letter, files, workspace, storePath);
     } catch (...) {
         return 0;
     }
@@ -269,6 +280,12 @@ unsigned VXsaveV(const char* name1, const char* name2, const char* name3, const 
                  const char* workspace, const char* storePath, const char*, int)
 {
     return saveRecord('V', name1, name2, name3, attachment, workspace, storePath);
+}
+
+unsigned VXsaveFiles(char letter, const std::vector<std::string>& files, const char* workspace,
+                     const char* storePath)
+{
+    return saveFiles(letter, files, workspace, storePath);
 }
 
 int VXsaveVXZ(const char* recordFileName, const char* workspace, const char* storePath, const char* extra)
