@@ -189,7 +189,16 @@ unsigned saveRecord(char letter, const char* name1, const char* name2, const cha
     }
 }
 
-int saveEdited(const char* recordFileName, const char* workspace, const char* storePath, const char* extra) noexcept
+// Files that go into the store with a rewritten record file: sources[i]
+// (a full path) as member members[i].
+struct AlsoPut {
+    const char* const* sources = nullptr;
+    const char* const* members = nullptr;
+    int count = 0;
+};
+
+int saveEdited(const char* recordFileName, const char* workspace, const char* storePath, const char* extra,
+               const AlsoPut& also = {}) noexcept
 {
     try {
         if (recordFileName == nullptr || workspace == nullptr || storePath == nullptr
@@ -238,7 +247,28 @@ int saveEdited(const char* recordFileName, const char* workspace, const char* st
         }
         if (zip.close() != kVxOk)
             return kVxErrWrite;
-        return RPS_Put(storePath, scratch.path().c_str(), names, 1) == kRpsOk ? kVxOk : kVxErrWrite;
+        // The other files join the record file in the scratch folder under
+        // their member names (linked, not copied), so that all go into the
+        // store in one transaction.
+        std::vector<const char*> all = {recordFileName};
+        for (int i = 0; i < also.count; ++i) {
+            if (also.sources[i] == nullptr || also.members[i] == nullptr || !rps::isPlainFileName(also.members[i])
+                || std::string(also.members[i]) == recordFileName)
+                return kVxErrWrite;
+            const std::string linked = rps::joinPath(scratch.path(), also.members[i]);
+            if (::link(also.sources[i], linked.c_str()) != 0) {
+                std::string bytes;
+                if (rps::readWholeFile(also.sources[i], &bytes) != 0
+                    || rps::writeWholeFile(linked, bytes.data(), bytes.size()) != 0)
+                    return kVxErrWrite;
+            }
+            all.push_back(also.members[i]);
+        }
+        const std::vector<std::uint64_t> whole(all.size(), 0);
+        return RPS_PutGrown(storePath, scratch.path().c_str(), all.data(), whole.data(), static_cast<int>(all.size()))
+                       == kRpsOk
+                   ? kVxOk
+                   : kVxErrWrite;
     } catch (...) {
         return kVxErrWrite;
     }
@@ -291,6 +321,14 @@ unsigned VXsaveFiles(char letter, const std::vector<std::string>& files, const c
 int VXsaveVXZ(const char* recordFileName, const char* workspace, const char* storePath, const char* extra)
 {
     return saveEdited(recordFileName, workspace, storePath, extra);
+}
+
+int VXsaveVXZWith(const char* recordFileName, const char* workspace, const char* storePath, const char* extra,
+                  const char* const* sources, const char* const* members, int count)
+{
+    if (count < 0 || (count > 0 && (sources == nullptr || members == nullptr)))
+        return kVxErrWrite;
+    return saveEdited(recordFileName, workspace, storePath, extra, AlsoPut{sources, members, count});
 }
 
 int VXsaveVXV(const char* containerFileName, const char* workspace, const char* storePath, const char* extra)

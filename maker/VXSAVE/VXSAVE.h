@@ -65,6 +65,12 @@ unsigned VXsaveFiles(char letter, const std::vector<std::string>& files, const c
 // extra (a file name in the workspace, or "") is added, the rest is kept.
 // 0, 108 (extra missing), 109, 111, 112 or 113.
 int VXsaveVXZ(const char* recordFileName, const char* workspace, const char* storePath, const char* extra);
+// VXsaveVXZ, and in the same store transaction each file sources[i] (a full
+// path) as member members[i]: a record file rewritten after an edit and the
+// family file holding its changed line go in together. 0, 108, 109, 111, 112
+// or 113.
+int VXsaveVXZWith(const char* recordFileName, const char* workspace, const char* storePath, const char* extra,
+                  const char* const* sources, const char* const* members, int count);
 // The same for a video container (a ".vxv" member).
 int VXsaveVXV(const char* containerFileName, const char* workspace, const char* storePath, const char* extra);
 

@@ -4,7 +4,8 @@
 // record file and every record file its live line, the record files must
 // read, and the whole must be the state before or the state after, record
 // files member for member. So a filing, a message, a filing with extra
-// members and a deletion leave the old state or the new one, never half.
+// members, an edit and a deletion leave the old state or the new one, never
+// half.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -18,6 +19,7 @@
 #include "store/ComponentFiles.h"
 #include "store/IndexLine.h"
 #include "store/RecordDeletion.h"
+#include "store/RecordEditor.h"
 
 namespace fs = std::filesystem;
 using faultvfs::FaultVfs;
@@ -26,30 +28,33 @@ using faultvfs::UseFaultVfs;
 
 namespace {
 
-// What the store holds: the RecIDs of live lines, and the record files with
-// the names of their members.
+// What the store holds: the live lines and the record files, by RecID.
 struct Held {
-    std::set<long> lines;
-    std::map<long, std::vector<std::string>> records;
+    std::map<long, std::string> lines;
+    // Each record file's members with their sizes (its bytes carry the
+    // time of filing, which differs from one run to the next).
+    std::map<long, std::string> records;
     bool operator==(const Held& other) const { return lines == other.lines && records == other.records; }
     // Every live line has its record file and every record file its line.
     bool whole() const
     {
-        std::set<long> filed;
+        std::set<long> filed, lined;
         for (const auto& record : records)
             filed.insert(record.first);
-        return filed == lines;
+        for (const auto& line : lines)
+            lined.insert(line.first);
+        return filed == lined;
     }
 };
 
 std::string describe(const Held& held)
 {
     std::string text = "lines";
-    for (long id : held.lines)
-        text += " " + std::to_string(id);
+    for (const auto& line : held.lines)
+        text += " " + std::to_string(line.first);
     text += ", records";
     for (const auto& [id, members] : held.records)
-        text += " " + std::to_string(id) + " (" + std::to_string(members.size()) + " members)";
+        text += " " + std::to_string(id) + " (" + members + ")";
     return text;
 }
 
@@ -107,7 +112,11 @@ protected:
                 std::vector<std::string> inside;
                 EXPECT_EQ(VXlistMembers((check + "/" + member).c_str(), &inside), 0) << member;
                 EXPECT_GE(inside.size(), 3u) << member;
-                result.records[std::atol(member.c_str())] = inside;
+                std::string members;
+                for (const std::string& name : inside)
+                    members += name + ":" + std::to_string(CheckFileSize((check + "/" + member).c_str(), name.c_str()))
+                               + " ";
+                result.records[std::atol(member.c_str())] = members;
             }
         }
         for (const char* family : {components::kDictation, components::kPhone}) {
@@ -116,7 +125,7 @@ protected:
             EXPECT_EQ(text.size() % indexline::kLineBytes, 0u) << family;
             for (std::size_t at = 0; at + indexline::kLineBytes <= text.size(); at += indexline::kLineBytes)
                 if (text.compare(at, 8, indexline::kDeletedRecId) != 0)
-                    result.lines.insert(std::atol(text.substr(at, 8).c_str()));
+                    result.lines[std::atol(text.substr(at, 8).c_str())] = text.substr(at, indexline::kLineBytes);
         }
         return result;
     }
@@ -222,4 +231,14 @@ TEST_F(WriterFaultTest, FilingAnAnswerMachineMessage)
 TEST_F(WriterFaultTest, DeletingRecords)
 {
     everyFault([&] { deleteRecords(app, {indexlineRecId(1), indexlineRecId(2)}); });
+}
+
+TEST_F(WriterFaultTest, EditingARecord)
+{
+    everyFault([&] {
+        RecordEditor editor(app);
+        EditableRecord record;
+        if (editor.load(indexlineRecId(2), &record) == 0)
+            editor.save(record, "A new subject", "and comments");
+    });
 }
