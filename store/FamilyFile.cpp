@@ -6,7 +6,6 @@
 #include <memory>
 
 #include "maker/VXSAVE/VXSAVE.h"
-#include "maker/ek7vxrps/ek7vxrps.h"
 #include "store/ComponentFiles.h"
 #include "store/IndexLine.h"
 
@@ -52,9 +51,6 @@ long replaceRecordLine(const std::string& recordFileName, const std::string& wor
                        const std::string& storePath, const std::string& extra,
                        const std::string& familyName, const std::string& lineFile)
 {
-    if (VXsaveVXZ(recordFileName.c_str(), workspace.c_str(), storePath.c_str(), extra.c_str()) > 0)
-        return 0;
-
     const std::string familyPath = components::workspacePath(workspace, familyName);
     const std::string tempPath = components::workspacePath(workspace, "templog.tmp");
     long written = 0;
@@ -86,12 +82,25 @@ long replaceRecordLine(const std::string& recordFileName, const std::string& wor
             return 0;
     }
     std::error_code error;
+    // No line of that RecID (or only one at 0): nothing may change.
+    if (written == 0) {
+        std::filesystem::remove(tempPath, error);
+        return 0;
+    }
+    // The rewritten record file and the family file with its new line go
+    // into the store in one transaction; the workspace copy follows only
+    // when the store has both.
+    const char* sources[] = {tempPath.c_str()};
+    const char* members[] = {familyName.c_str()};
+    if (VXsaveVXZWith(recordFileName.c_str(), workspace.c_str(), storePath.c_str(), extra.c_str(), sources, members,
+                      1)
+        > 0) {
+        std::filesystem::remove(tempPath, error);
+        return 0;
+    }
     std::filesystem::copy_file(tempPath, familyPath, std::filesystem::copy_options::overwrite_existing, error);
     std::filesystem::remove(tempPath);
     if (error)
-        return 0;
-    const char* names[] = {familyName.c_str()};
-    if (RPS_Put(storePath.c_str(), workspace.c_str(), names, 1) != 0)
         return 0;
     return written;
 }

@@ -17,10 +17,10 @@ inline constexpr const char* kBad = "BAD";
 std::string readLine(const std::string& workspace, const std::string& recIdText, int recordType,
                      long position);
 
-// Replacing a record's line after it was re-recorded or edited: the record
-// file is rewritten in the store, the line from lineFile replaces the line
-// with the same RecID in the family file, and the family file goes into the
-// store. Returns the position the line was written at; 0 is failure, so a
+// Replacing a record's line after it was re-recorded or edited: the line
+// from lineFile replaces the line with the same RecID in the family file, and
+// the rewritten record file and the family file go into the store in one
+// transaction. Returns the position the line was written at; 0 is failure, so a
 // line at position 0 cannot be replaced this way (new family files begin with
 // a dead line, so only a compressed file can have a live line there).
 long replaceRecordLine(const std::string& recordFileName, const std::string& workspace,

@@ -3,10 +3,9 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
-#include <map>
 #include <vector>
 
 #include "maker/Ek7Index/Ek7Index.h"
@@ -26,28 +25,71 @@ namespace {
 constexpr int kStartField = 8;
 
 struct LiveLine {
+    std::uint32_t recId = 0;
     std::uint32_t position = 0;
-    std::string line;
+    const char* line = nullptr;  // kLineBytes bytes inside FamilyTexts
 };
 
-// RecID -> its live line, over the four family files.
-std::map<std::uint32_t, LiveLine> liveLines(const std::string& workspace)
+// The four family files, read whole; the live lines point into them.
+using FamilyTexts = std::vector<std::string>;
+
+bool readWhole(const std::string& path, std::string* text)
 {
-    std::map<std::uint32_t, LiveLine> lines;
+    std::ifstream file(path, std::ios::binary | std::ios::ate);
+    if (!file)
+        return false;
+    const std::streamoff size = file.tellg();
+    if (size <= 0)
+        return false;
+    text->resize(static_cast<std::size_t>(size));
+    file.seekg(0);
+    return static_cast<bool>(file.read(text->data(), size));
+}
+
+// The live lines of the four family files, ordered by RecID; where a RecID
+// has two lines, the later one (a re-recorded record's) counts. This runs at
+// every opening, so it reads each file in one go and copies no line.
+std::vector<LiveLine> liveLines(const std::string& workspace, FamilyTexts* texts)
+{
+    std::vector<LiveLine> lines;
     for (const char* family : {components::kDictation, components::kMeeting, components::kPhone, components::kDiary}) {
-        std::ifstream file(components::workspacePath(workspace, family), std::ios::binary);
-        const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+        std::string& text = texts->emplace_back();
+        if (!readWhole(components::workspacePath(workspace, family), &text))
+            continue;
         for (std::size_t at = 0; at + indexline::kLineBytes <= text.size(); at += indexline::kLineBytes) {
-            const std::string recId = text.substr(at, 8);
-            if (recId == indexline::kDeletedRecId ||
-                !std::all_of(recId.begin(), recId.end(), [](char c) { return c >= '0' && c <= '9'; }))
+            const char* line = text.data() + at;
+            std::uint32_t number = 0;
+            bool digits = true;
+            for (int i = 0; i < 8 && digits; ++i) {
+                digits = line[i] >= '0' && line[i] <= '9';
+                number = number * 10 + static_cast<std::uint32_t>(line[i] - '0');
+            }
+            if (!digits || number == 0 || std::memcmp(line, indexline::kDeletedRecId, 8) == 0)
                 continue;
-            const auto number = static_cast<std::uint32_t>(std::strtoul(recId.c_str(), nullptr, 10));
-            if (number != 0)
-                lines[number] = {static_cast<std::uint32_t>(at), text.substr(at, indexline::kLineBytes)};
+            lines.push_back({number, static_cast<std::uint32_t>(at), line});
         }
     }
-    return lines;
+    // Lines are appended in RecID order, so the sort rarely has work to do.
+    const auto byRecId = [](const LiveLine& a, const LiveLine& b) { return a.recId < b.recId; };
+    if (!std::is_sorted(lines.begin(), lines.end(), byRecId))
+        std::stable_sort(lines.begin(), lines.end(), byRecId);
+    // Keep the last of equal RecIDs.
+    std::vector<LiveLine> unique;
+    unique.reserve(lines.size());
+    for (const LiveLine& line : lines) {
+        if (!unique.empty() && unique.back().recId == line.recId)
+            unique.back() = line;
+        else
+            unique.push_back(line);
+    }
+    return unique;
+}
+
+bool hasLine(const std::vector<LiveLine>& lines, std::uint32_t recId)
+{
+    const auto found = std::lower_bound(lines.begin(), lines.end(), recId,
+                                        [](const LiveLine& line, std::uint32_t id) { return line.recId < id; });
+    return found != lines.end() && found->recId == recId;
 }
 
 // The search text the record was filed with; false when it cannot be read.
@@ -77,9 +119,10 @@ Result reconcile(const std::string& workspace, const std::string& storePath)
 {
     Result result;
     const std::string index = components::workspacePath(workspace, components::kIndex);
-    const std::map<std::uint32_t, LiveLine> lines = liveLines(workspace);
+    FamilyTexts familyTexts;
+    const std::vector<LiveLine> lines = liveLines(workspace, &familyTexts);
     if (!lines.empty())
-        result.highestRecId = lines.rbegin()->first;
+        result.highestRecId = lines.back().recId;
     std::vector<std::uint32_t> indexed;
     if (Ek7IndexRecIds(index.c_str(), &indexed) != kEk7IndexOk) {
         // Missing, damaged or not an index: not this code's to rebuild.
@@ -92,20 +135,20 @@ Result reconcile(const std::string& workspace, const std::string& storePath)
     Ek7IndexEntry removal{};
     removal.storeLocation1 = index.c_str();
     for (std::uint32_t recId : indexed)
-        if (lines.find(recId) == lines.end()) {
+        if (!hasLine(lines, recId)) {
             removal.recId = recId;
             if (Ek7IndexDel(&removal) != 0)
                 ++result.removed;
         }
 
     struct Texts {
-        std::string type, start, keywords, extra;
+        std::string line, type, start, keywords, extra;
     };
     std::vector<Texts> texts;
     std::vector<std::pair<std::uint32_t, const LiveLine*>> missing;
-    for (const auto& [recId, line] : lines)
-        if (!std::binary_search(indexed.begin(), indexed.end(), recId))
-            missing.emplace_back(recId, &line);
+    for (const LiveLine& line : lines)
+        if (!std::binary_search(indexed.begin(), indexed.end(), line.recId))
+            missing.emplace_back(line.recId, &line);
     if (missing.empty())
         return result;
 
@@ -117,7 +160,8 @@ Result reconcile(const std::string& workspace, const std::string& storePath)
         RecordInfo info;
         if (!searchText(storePath, recId, scratch, &info))
             ++result.withoutSearchText;
-        texts.push_back({indexline::field(line->line, 2), indexline::field(line->line, kStartField),
+        const std::string text(line->line, indexline::kLineBytes);
+        texts.push_back({text, indexline::field(text, 2), indexline::field(text, kStartField),
                          info.keywords.substr(0, kEk7IndexKeywordsMax),
                          info.extraText.empty() ? " " : info.extraText.substr(0, kEk7IndexExtraTextMax)});
     }
@@ -128,7 +172,7 @@ Result reconcile(const std::string& workspace, const std::string& storePath)
     for (std::size_t i = 0; i < missing.size(); ++i)
         entries.push_back({index.c_str(), storePath.c_str(), workspace.c_str(), missing[i].first,
                            texts[i].type.c_str(), texts[i].start.c_str(), texts[i].keywords.c_str(),
-                           texts[i].extra.c_str(), missing[i].second->position, 0, missing[i].second->line.c_str()});
+                           texts[i].extra.c_str(), missing[i].second->position, 0, texts[i].line.c_str()});
     if (Ek7IndexAddBatch(entries.data(), entries.size()) != 0)
         result.added = static_cast<int>(entries.size());
     else

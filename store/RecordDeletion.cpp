@@ -6,7 +6,6 @@
 #include "core/AppData.h"
 #include "maker/Ek7Index/Ek7Index.h"
 #include "maker/ek7vxrps/ek7vxrps.h"
-#include "platform/Trace.h"
 #include "store/ComponentFiles.h"
 #include "store/FamilyFile.h"
 #include "store/RecordFiler.h"
@@ -16,6 +15,7 @@ int deleteRecords(AppData& app, const std::vector<std::string>& recIdTexts)
     const std::string index = components::workspacePath(app.TempDir, components::kIndex);
     const std::string store = app.DataStorePath;
     std::set<std::string> touched;
+    std::vector<std::string> recordFiles;
     int failed = 0;
 
     for (const std::string& recIdText : recIdTexts) {
@@ -43,18 +43,23 @@ int deleteRecords(AppData& app, const std::vector<std::string>& recIdTexts)
             ++failed;
             continue;
         }
-        const std::string recordFile = RecordFiler::recordFileName(recId);
-        const char* names[] = {recordFile.c_str()};
-        if (RPS_Delete(store.c_str(), names, 1) != 0)
-            OutputDebugString("Record file not removed from the store: " + recordFile + "\n");
+        recordFiles.push_back(RecordFiler::recordFileName(recId));
     }
 
-    // The marks and the index reach the store now, not only at exit.
+    // The dead marks, the index and the removal of the record files reach
+    // the store in one transaction: a line is never left live without its
+    // record file, nor a record file without its line.
     std::vector<const char*> names;
     for (const std::string& name : touched)
         names.push_back(name.c_str());
     names.push_back(components::kIndex);
-    if (RPS_Put(store.c_str(), app.TempDir.c_str(), names.data(), static_cast<int>(names.size())) != 0)
+    const std::vector<std::uint64_t> whole(names.size(), 0);
+    std::vector<const char*> removed;
+    for (const std::string& name : recordFiles)
+        removed.push_back(name.c_str());
+    if (RPS_Update(store.c_str(), app.TempDir.c_str(), names.data(), whole.data(), static_cast<int>(names.size()),
+                   removed.data(), static_cast<int>(removed.size()))
+        != 0)
         return static_cast<int>(recIdTexts.size());
     return failed;
 }

@@ -20,21 +20,6 @@ namespace {
 constexpr std::size_t kDurationField = 10;  // counted from 1
 constexpr std::size_t kStartField = 8;
 
-using SaveCall = unsigned (*)(const char*, const char*, const char*, const char*, const char*, const char*,
-                              const char*, int);
-
-SaveCall saveCallFor(char family)
-{
-    switch (family) {
-    case 'P': return VXsaveP;
-    case 'M': return VXsaveM;
-    case 'D': return VXsaveD;
-    case 'T': return VXsaveT;
-    case 'V': return VXsaveV;
-    default: return VXsaveR;
-    }
-}
-
 std::string familyNameFor(char family)
 {
     switch (family) {
@@ -91,7 +76,8 @@ int RecordFiler::save(RecordingToFile& recording, RecordingSource& source)
     m_columns.clear();
     m_position = 0;
     int result = file(recording, source);
-    if (result == 0)
+    // A new record file took its extra members in the filing itself.
+    if (result == 0 && recording.reRecorded)
         result = addMembers(recording);
     if (result > 0)
         ShowCodedMessage(result, MB_ICONEXCLAMATION);
@@ -146,10 +132,13 @@ int RecordFiler::file(RecordingToFile& recording, RecordingSource& source)
     if (!indexlinefile::rewriteFromColumns(lineFile, m_columns))
         OutputDebugString("Could not write the index line file\n");
 
-    // 7.
+    // 7. Everything that goes into the record file must be there.
     std::error_code error;
     for (const std::string& path : {wave, lineFile, info})
         if (!std::filesystem::exists(path, error))
+            return kMissingFile;
+    for (const std::string& extra : recording.extraMembers)
+        if (!std::filesystem::exists(components::workspacePath(m_workspace, extra), error))
             return kMissingFile;
 
     // 8. A replaced attachment leaves the record file before it is rewritten.
@@ -185,9 +174,14 @@ int RecordFiler::fileNew(const RecordingToFile& recording, const std::string& li
                          const std::string& lineFile, const std::string& info)
 {
     OutputDebugString("Saving Navo file to repository\n");
-    const unsigned position = saveCallFor(recording.family)(
-        wave.c_str(), lineFile.c_str(), info.c_str(), recording.attachment.c_str(), m_workspace.c_str(),
-        m_storePath.c_str(), recording.baseName.c_str(), 0);
+    // The record file with all its members and the line go into the store
+    // in one transaction.
+    std::vector<std::string> files = {wave, lineFile, info};
+    if (!recording.attachment.empty())
+        files.push_back(recording.attachment);
+    for (const std::string& extra : recording.extraMembers)
+        files.push_back(components::workspacePath(m_workspace, extra));
+    const unsigned position = VXsaveFiles(recording.family, files, m_workspace.c_str(), m_storePath.c_str());
     if (position == 0)
         return kRecordFileFailed;
     OutputDebugString("Navo file saved to repository\n");

@@ -4,8 +4,7 @@
 #include "maker/Ek7Index/Ek7Index.h"
 
 #include "maker/Ek7Index/internal/IndexDatabase.h"
-#include "maker/Ek7Index/internal/Statement.h"
-#include "maker/Ek7Index/internal/Transaction.h"
+#include "maker/SqliteKit/Sqlite.h"
 #include "maker/ZOLO/ZOLOREP1.h"
 #include "maker/ZOLO/ZOLOWORD.h"
 #include "platform/Codepage.h"
@@ -19,6 +18,8 @@
 #include <new>
 
 using namespace ek7index;
+using sqlitekit::Statement;
+using sqlitekit::Transaction;
 
 namespace {
 
@@ -153,7 +154,7 @@ public:
             code = m_db.exec("PRAGMA journal_mode = DELETE; PRAGMA synchronous = FULL");
         if (code != kEk7IndexOk)
             return code;
-        m_transaction = std::make_unique<Transaction>(m_db.handle());
+        m_transaction = std::make_unique<Transaction>(m_db.handle(), Transaction::Kind::Write);
         if (m_transaction->beginResult() != SQLITE_OK)
             return codeForSqlite(m_transaction->beginResult());
         // Again under the write lock: another writer may have created the

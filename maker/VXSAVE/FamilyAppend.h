@@ -32,6 +32,9 @@ public:
     bool append(const char* line, std::uint64_t* position);
 
     void keep() { m_keep = true; }
+    // The file's length before the append: what the store's copy holds when
+    // it is in step with the workspace.
+    std::uint64_t originalSize() const { return m_originalSize; }
 
 private:
     rps::UniqueFd m_fd;

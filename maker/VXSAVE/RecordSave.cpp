@@ -125,17 +125,16 @@ bool buildRecordFile(const std::string& path, const std::vector<std::string>& fi
     return zip.close() == kVxOk && ::chmod(path.c_str(), 0600) == 0;
 }
 
-unsigned saveRecord(char letter, const char* name1, const char* name2, const char* name3, const char* attachment,
-                    const char* workspace, const char* storePath) noexcept
+unsigned saveFiles(char letter, const std::vector<std::string>& files, const char* workspace,
+                   const char* storePath) noexcept
 {
     try {
-        if (name1 == nullptr || name2 == nullptr || name3 == nullptr || workspace == nullptr
-            || storePath == nullptr)
+        if (files.size() < 2 || workspace == nullptr || storePath == nullptr)
             return 0;
 
         char line[FamilyAppend::kLineSize];
         {
-            rps::UniqueFd fd(rps::openFile(name2, O_RDONLY));
+            rps::UniqueFd fd(rps::openFile(files[1], O_RDONLY));
             std::size_t got = 0;
             if (!fd.valid() || rps::readUpTo(fd.get(), line, sizeof line, &got) != 0 || got != sizeof line)
                 return 0;
@@ -148,9 +147,6 @@ unsigned saveRecord(char letter, const char* name1, const char* name2, const cha
         if (RPS_Exists(storePath, recordName.c_str()) != 1)
             return 0;
 
-        std::vector<std::string> files = {name1, name2, name3};
-        if (attachment != nullptr && attachment[0] != '\0')
-            files.emplace_back(attachment);
         const std::string recordPath = rps::joinPath(workspace, recordName);
         RemoveOnExit removeRecord(recordPath);  // the store keeps it; the workspace does not
         if (!buildRecordFile(recordPath, files))
@@ -165,9 +161,11 @@ unsigned saveRecord(char letter, const char* name1, const char* name2, const cha
             return 0;
 
         // One transaction: the store never holds a record without its line
-        // or a line without its record.
+        // or a line without its record. The family file only grew, so the
+        // store writes its new end, not the whole file.
         const char* names[] = {recordName.c_str(), family};
-        if (RPS_Put(storePath, workspace, names, 2) != kRpsOk)
+        const std::uint64_t grownFrom[] = {0, append.originalSize()};
+        if (RPS_PutGrown(storePath, workspace, names, grownFrom, 2) != kRpsOk)
             return 0;
         append.keep();
         return static_cast<unsigned>(position);
@@ -176,7 +174,31 @@ unsigned saveRecord(char letter, const char* name1, const char* name2, const cha
     }
 }
 
-int saveEdited(const char* recordFileName, const char* workspace, const char* storePath, const char* extra) noexcept
+unsigned saveRecord(char letter, const char* name1, const char* name2, const char* name3, const char* attachment,
+                    const char* workspace, const char* storePath) noexcept
+{
+    if (name1 == nullptr || name2 == nullptr || name3 == nullptr)
+        return 0;
+    try {
+        std::vector<std::string> files = {name1, name2, name3};
+        if (attachment != nullptr && attachment[0] != '\0')
+            files.emplace_back(attachment);
+        return saveFiles(letter, files, workspace, storePath);
+    } catch (...) {
+        return 0;
+    }
+}
+
+// Files that go into the store with a rewritten record file: sources[i]
+// (a full path) as member members[i].
+struct AlsoPut {
+    const char* const* sources = nullptr;
+    const char* const* members = nullptr;
+    int count = 0;
+};
+
+int saveEdited(const char* recordFileName, const char* workspace, const char* storePath, const char* extra,
+               const AlsoPut& also = {}) noexcept
 {
     try {
         if (recordFileName == nullptr || workspace == nullptr || storePath == nullptr
@@ -225,7 +247,28 @@ int saveEdited(const char* recordFileName, const char* workspace, const char* st
         }
         if (zip.close() != kVxOk)
             return kVxErrWrite;
-        return RPS_Put(storePath, scratch.path().c_str(), names, 1) == kRpsOk ? kVxOk : kVxErrWrite;
+        // The other files join the record file in the scratch folder under
+        // their member names (linked, not copied), so that all go into the
+        // store in one transaction.
+        std::vector<const char*> all = {recordFileName};
+        for (int i = 0; i < also.count; ++i) {
+            if (also.sources[i] == nullptr || also.members[i] == nullptr || !rps::isPlainFileName(also.members[i])
+                || std::string(also.members[i]) == recordFileName)
+                return kVxErrWrite;
+            const std::string linked = rps::joinPath(scratch.path(), also.members[i]);
+            if (::link(also.sources[i], linked.c_str()) != 0) {
+                std::string bytes;
+                if (rps::readWholeFile(also.sources[i], &bytes) != 0
+                    || rps::writeWholeFile(linked, bytes.data(), bytes.size()) != 0)
+                    return kVxErrWrite;
+            }
+            all.push_back(also.members[i]);
+        }
+        const std::vector<std::uint64_t> whole(all.size(), 0);
+        return RPS_PutGrown(storePath, scratch.path().c_str(), all.data(), whole.data(), static_cast<int>(all.size()))
+                       == kRpsOk
+                   ? kVxOk
+                   : kVxErrWrite;
     } catch (...) {
         return kVxErrWrite;
     }
@@ -269,9 +312,23 @@ unsigned VXsaveV(const char* name1, const char* name2, const char* name3, const 
     return saveRecord('V', name1, name2, name3, attachment, workspace, storePath);
 }
 
+unsigned VXsaveFiles(char letter, const std::vector<std::string>& files, const char* workspace,
+                     const char* storePath)
+{
+    return saveFiles(letter, files, workspace, storePath);
+}
+
 int VXsaveVXZ(const char* recordFileName, const char* workspace, const char* storePath, const char* extra)
 {
     return saveEdited(recordFileName, workspace, storePath, extra);
+}
+
+int VXsaveVXZWith(const char* recordFileName, const char* workspace, const char* storePath, const char* extra,
+                  const char* const* sources, const char* const* members, int count)
+{
+    if (count < 0 || (count > 0 && (sources == nullptr || members == nullptr)))
+        return kVxErrWrite;
+    return saveEdited(recordFileName, workspace, storePath, extra, AlsoPut{sources, members, count});
 }
 
 int VXsaveVXV(const char* containerFileName, const char* workspace, const char* storePath, const char* extra)

@@ -52,11 +52,25 @@ unsigned VXsaveT(const char* name1, const char* name2, const char* name3, const 
 unsigned VXsaveV(const char* name1, const char* name2, const char* name3, const char* attachment,
                  const char* workspace, const char* storePath, const char* baseName, int reserved);
 
+// The same for any number of work files: files[0] the wave, files[1] the
+// "vxl" file, then the "vxs" file, an attachment and further members (index
+// marks, a picture), full paths, each going in under its own file name. So a
+// recording goes into the store with everything that belongs to it in one
+// transaction. letter is R, P, M, D, T or V.
+unsigned VXsaveFiles(char letter, const std::vector<std::string>& files, const char* workspace,
+                     const char* storePath);
+
 // Rewrites record file recordFileName inside the store after an edit: every
 // member for which the workspace holds a file of the same name is replaced,
 // extra (a file name in the workspace, or "") is added, the rest is kept.
 // 0, 108 (extra missing), 109, 111, 112 or 113.
 int VXsaveVXZ(const char* recordFileName, const char* workspace, const char* storePath, const char* extra);
+// VXsaveVXZ, and in the same store transaction each file sources[i] (a full
+// path) as member members[i]: a record file rewritten after an edit and the
+// family file holding its changed line go in together. 0, 108, 109, 111, 112
+// or 113.
+int VXsaveVXZWith(const char* recordFileName, const char* workspace, const char* storePath, const char* extra,
+                  const char* const* sources, const char* const* members, int count);
 // The same for a video container (a ".vxv" member).
 int VXsaveVXV(const char* containerFileName, const char* workspace, const char* storePath, const char* extra);
 

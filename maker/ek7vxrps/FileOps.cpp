@@ -86,6 +86,26 @@ int pwriteAll(int fd, const void* data, std::size_t size, off_t offset)
     return 0;
 }
 
+int preadUpTo(int fd, void* data, std::size_t size, off_t offset, std::size_t* got)
+{
+    auto* p = static_cast<char*>(data);
+    std::size_t total = 0;
+    while (total < size) {
+        const ssize_t n = ::pread(fd, p + total, size - total, offset + static_cast<off_t>(total));
+        if (n < 0) {
+            if (errno == EINTR)
+                continue;
+            *got = total;
+            return errno;
+        }
+        if (n == 0)
+            break;
+        total += static_cast<std::size_t>(n);
+    }
+    *got = total;
+    return 0;
+}
+
 int readUpTo(int fd, void* data, std::size_t size, std::size_t* got)
 {
     auto* p = static_cast<char*>(data);

@@ -40,6 +40,8 @@ int pwriteAll(int fd, const void* data, std::size_t size, off_t offset);
 
 // Reads until size bytes or end of file; *got receives the count.
 int readUpTo(int fd, void* data, std::size_t size, std::size_t* got);
+// The same at an offset, leaving the file position alone.
+int preadUpTo(int fd, void* data, std::size_t size, off_t offset, std::size_t* got);
 
 // Whole-file helpers for small files.
 int writeWholeFile(const std::string& path, const void* data, std::size_t size);

@@ -8,7 +8,6 @@
 #include "maker/ek7vxrps/Store.h"
 
 #include "maker/ek7vxrps/FileOps.h"
-#include "maker/ek7vxrps/Transaction.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -26,8 +25,12 @@ namespace {
 // "VXT1" in the database header: tells our stores apart from any other
 // SQLite file a user might pick.
 constexpr int kApplicationId = 0x56585431;
-constexpr int kSchemaVersion = 1;
+// 1: every member whole in rps_member; 2: members in pieces (rps_piece).
+constexpr int kSchemaVersion = 2;
 constexpr const char* kTable = "rps_member";
+constexpr const char* kPieceTable = "rps_piece";
+constexpr const char* kPieceColumns = "(member INTEGER NOT NULL, seq INTEGER NOT NULL, data BLOB NOT NULL,"
+                                      " PRIMARY KEY(member, seq))";
 // Members move in pieces of this size, so memory use does not grow with
 // the size of a recording.
 constexpr std::size_t kChunk = 256 * 1024;
@@ -167,6 +170,7 @@ int initialise(const std::string& path)
         + "PRAGMA application_id=" + std::to_string(kApplicationId) + ";"
         + "PRAGMA user_version=" + std::to_string(kSchemaVersion) + ";"
         + "CREATE TABLE " + kTable + "(name TEXT NOT NULL UNIQUE, data BLOB NOT NULL);"
+        + "CREATE TABLE " + kPieceTable + kPieceColumns + ";"
         + "COMMIT;";
     return execAll(db.get(), sql.c_str());
 }
@@ -265,12 +269,23 @@ int Store::verifySchema(bool headerChecked)
         return kRpsErrNewer;
 
     std::int64_t tables = 0;
-    const std::string sql = std::string("SELECT count(*) FROM sqlite_schema WHERE type='table' AND name='")
-                            + kTable + "'";
+    std::string sql = std::string("SELECT count(*) FROM sqlite_schema WHERE type='table' AND name='")
+                      + kTable + "'";
     rc = queryInt(m_db.get(), sql.c_str(), &tables);
     if (rc != SQLITE_OK)
         return sqlite(rc);
-    return tables == 1 ? kRpsOk : kRpsErrForeign;
+    if (tables != 1)
+        return kRpsErrForeign;
+    std::int64_t pieceTables = 0;
+    sql = std::string("SELECT count(*) FROM sqlite_schema WHERE type='table' AND name='") + kPieceTable + "'";
+    rc = queryInt(m_db.get(), sql.c_str(), &pieceTables);
+    if (rc != SQLITE_OK)
+        return sqlite(rc);
+    m_hasPieces = pieceTables == 1;
+    // The second format without its piece table would read as empty members.
+    if (version >= 2 && !m_hasPieces)
+        return kRpsErrDamaged;
+    return kRpsOk;
 }
 
 int Store::configure()
@@ -285,36 +300,52 @@ int Store::configure()
 // ---------------------------------------------------------------------------
 // Put
 
-int Store::put(const std::vector<PutSource>& sources)
+int Store::ensurePieceTable()
+{
+    // A store of the first format gains the piece table inside the write
+    // that first needs it: a crash leaves it in one format or the other.
+    if (m_hasPieces)
+        return kRpsOk;
+    const std::string sql = std::string("CREATE TABLE ") + kPieceTable + kPieceColumns + ";"
+                            + "PRAGMA user_version=" + std::to_string(kSchemaVersion) + ";";
+    const int rc = execAll(m_db.get(), sql.c_str());
+    if (rc != SQLITE_OK)
+        return sqlite(rc);
+    m_hasPieces = true;
+    return kRpsOk;
+}
+
+int Store::put(const std::vector<PutSource>& sources, const std::vector<std::string>& removed)
 {
     for (const PutSource& source : sources) {
         if (!isPlainFileName(source.member.c_str()))
+            return kRpsErrBadName;
+    }
+    for (const std::string& name : removed) {
+        if (!isPlainFileName(name.c_str()))
             return kRpsErrBadName;
     }
     Transaction tx(m_db.get());
     int rc = tx.begin(Transaction::Kind::Write);
     if (rc != SQLITE_OK)
         return sqlite(rc);
+    int code = ensurePieceTable();
+    if (code != kRpsOk)
+        return code;
 
-    Statement remove;
-    Statement insert;
-    rc = remove.prepare(m_db.get(), "DELETE FROM rps_member WHERE name=?1");
-    if (rc == SQLITE_OK)
-        rc = insert.prepare(m_db.get(), "INSERT INTO rps_member(name, data) VALUES(?1, zeroblob(?2))");
-    if (rc != SQLITE_OK)
-        return sqlite(rc);
-
-    std::vector<unsigned char> buffer(kChunk);
+    std::vector<unsigned char> buffer(kPieceSize);
     for (const PutSource& source : sources) {
-        const int code = putOne(source, remove, insert, buffer);
+        code = putOne(source, buffer);
         if (code != kRpsOk)
             return code;  // the transaction rolls back: none of the members changed
     }
+    code = removeMembers(removed, false);
+    if (code != kRpsOk)
+        return code;
     return sqlite(tx.commit());
 }
 
-int Store::putOne(const PutSource& source, Statement& remove, Statement& insert,
-                  std::vector<unsigned char>& buffer)
+int Store::putOne(const PutSource& source, std::vector<unsigned char>& buffer)
 {
     UniqueFd fd(openFile(source.path, O_RDONLY));
     if (!fd.valid()) {
@@ -333,52 +364,145 @@ int Store::putOne(const PutSource& source, Statement& remove, Statement& insert,
     if (size > static_cast<std::uint64_t>(limit))
         return kRpsErrTooLarge;
 
-    remove.reset();
-    int rc = remove.bindText(1, source.member.c_str());
-    if (rc == SQLITE_OK)
-        rc = remove.step();
-    if (rc != SQLITE_DONE)
-        return sqlite(rc);
+    std::int64_t row = 0;
+    std::uint64_t headSize = 0;
+    std::uint64_t pieceBytes = 0;
+    std::uint64_t pieceCount = 0;
+    int code = lookupParts(source.member, &row, &headSize, &pieceBytes, &pieceCount);
+    if (code == kRpsErrMemberMissing) {
+        Statement insert;
+        int rc = insert.prepare(m_db.get(), "INSERT INTO rps_member(name, data) VALUES(?1, x'')");
+        if (rc == SQLITE_OK)
+            rc = insert.bindText(1, source.member.c_str());
+        if (rc == SQLITE_OK)
+            rc = insert.step();
+        if (rc != SQLITE_DONE)
+            return sqlite(rc);
+        row = sqlite3_last_insert_rowid(m_db.get());
+        return writePieces(row, fd.get(), size, 0, 0, false, buffer);
+    }
+    if (code != kRpsOk)
+        return code;
 
-    // The row is made with a zero-filled blob of the final size and then
-    // filled piece by piece: SQLite never needs the whole member in memory.
-    insert.reset();
-    rc = insert.bindText(1, source.member.c_str());
-    if (rc == SQLITE_OK)
-        rc = insert.bindInt64(2, static_cast<std::int64_t>(size));
-    if (rc == SQLITE_OK)
-        rc = insert.step();
-    if (rc != SQLITE_DONE)
-        return sqlite(rc);
-    const std::int64_t row = sqlite3_last_insert_rowid(m_db.get());
-    if (size == 0)
-        return kRpsOk;
+    if (headSize > 0) {
+        // A member still whole from the first format moves into pieces.
+        Statement clear;
+        int rc = clear.prepare(m_db.get(), "UPDATE rps_member SET data=x'' WHERE rowid=?1");
+        if (rc == SQLITE_OK)
+            rc = clear.bindInt64(1, row);
+        if (rc == SQLITE_OK)
+            rc = clear.step();
+        if (rc != SQLITE_DONE)
+            return sqlite(rc);
+        return writePieces(row, fd.get(), size, 0, pieceCount, false, buffer);
+    }
+    // Grown at its end only: the pieces from the one holding the old end on.
+    if (source.grownFrom > 0 && source.grownFrom == pieceBytes && size >= pieceBytes)
+        return writePieces(row, fd.get(), size, pieceBytes / kPieceSize, pieceCount, false, buffer);
+    // Otherwise every piece is compared and only the changed ones written:
+    // saving a family file with one line marked deleted writes one piece.
+    return writePieces(row, fd.get(), size, 0, pieceCount, true, buffer);
+}
 
-    Blob blob;
-    rc = blob.open(m_db.get(), kTable, "data", row, true);
+int Store::writePieces(std::int64_t row, int fd, std::uint64_t size, std::uint64_t firstPiece,
+                       std::uint64_t storedPieces, bool compare, std::vector<unsigned char>& buffer)
+{
+    const std::uint64_t pieces = (size + kPieceSize - 1) / kPieceSize;
+    Statement read;
+    Statement update;
+    Statement insert;
+    int rc = read.prepare(m_db.get(), "SELECT data FROM rps_piece WHERE member=?1 AND seq=?2");
+    if (rc == SQLITE_OK)
+        rc = update.prepare(m_db.get(), "UPDATE rps_piece SET data=?3 WHERE member=?1 AND seq=?2");
+    if (rc == SQLITE_OK)
+        rc = insert.prepare(m_db.get(), "INSERT INTO rps_piece(member, seq, data) VALUES(?1, ?2, ?3)");
     if (rc != SQLITE_OK)
         return sqlite(rc);
-    std::uint64_t offset = 0;
-    while (offset < size) {
-        const std::size_t want = static_cast<std::size_t>(std::min<std::uint64_t>(buffer.size(), size - offset));
+
+    for (std::uint64_t seq = firstPiece; seq < pieces; ++seq) {
+        const std::uint64_t offset = seq * kPieceSize;
+        const auto want = static_cast<std::size_t>(std::min<std::uint64_t>(kPieceSize, size - offset));
         std::size_t got = 0;
-        const int err = readUpTo(fd.get(), buffer.data(), want, &got);
-        // A source that shrank while it was read would leave zeros in the
-        // member; refuse rather than store a recording with a silent hole.
-        if (err != 0 || got != want)
+        // A source that shrank while it was read would leave a hole in the
+        // member; refuse rather than store a recording with a silent gap.
+        if (preadUpTo(fd, buffer.data(), want, static_cast<off_t>(offset), &got) != 0 || got != want)
             return kRpsErrIoSource;
-        rc = sqlite3_blob_write(blob.get(), buffer.data(), static_cast<int>(got), static_cast<int>(offset));
-        if (rc != SQLITE_OK)
+        const bool exists = seq < storedPieces;
+        if (exists && compare) {
+            read.reset();
+            rc = read.bindInt64(1, row);
+            if (rc == SQLITE_OK)
+                rc = read.bindInt64(2, static_cast<std::int64_t>(seq));
+            if (rc == SQLITE_OK)
+                rc = read.step();
+            if (rc != SQLITE_ROW)
+                return sqlite(rc == SQLITE_DONE ? SQLITE_CORRUPT : rc);
+            const int n = sqlite3_column_bytes(read.get(), 0);
+            const void* data = sqlite3_column_blob(read.get(), 0);
+            const bool same = static_cast<std::size_t>(n) == want && (n == 0 || std::memcmp(data, buffer.data(), want) == 0);
+            read.reset();
+            if (same)
+                continue;
+        }
+        Statement& write = exists ? update : insert;
+        write.reset();
+        rc = write.bindInt64(1, row);
+        if (rc == SQLITE_OK)
+            rc = write.bindInt64(2, static_cast<std::int64_t>(seq));
+        if (rc == SQLITE_OK)
+            rc = write.bindStaticBlob(3, buffer.data(), want);
+        if (rc == SQLITE_OK)
+            rc = write.step();
+        if (rc != SQLITE_DONE)
             return sqlite(rc);
-        offset += got;
     }
-    return sqlite(blob.close());
+    if (storedPieces > pieces) {
+        Statement trim;
+        rc = trim.prepare(m_db.get(), "DELETE FROM rps_piece WHERE member=?1 AND seq>=?2");
+        if (rc == SQLITE_OK)
+            rc = trim.bindInt64(1, row);
+        if (rc == SQLITE_OK)
+            rc = trim.bindInt64(2, static_cast<std::int64_t>(pieces));
+        if (rc == SQLITE_OK)
+            rc = trim.step();
+        if (rc != SQLITE_DONE)
+            return sqlite(rc);
+    }
+    return kRpsOk;
 }
 
 // ---------------------------------------------------------------------------
 // Get
 
-int Store::lookup(const std::string& name, std::int64_t* row, std::uint64_t* size)
+int Store::pieceExtent(std::int64_t row, std::uint64_t* bytes, std::uint64_t* count)
+{
+    *bytes = 0;
+    *count = 0;
+    if (!m_hasPieces)
+        return kRpsOk;
+    // Every piece but the last is full, so the last one gives the length.
+    Statement st;
+    int rc = st.prepare(m_db.get(), "SELECT seq, length(data) FROM rps_piece WHERE member=?1 ORDER BY seq DESC LIMIT 1");
+    if (rc == SQLITE_OK)
+        rc = st.bindInt64(1, row);
+    if (rc != SQLITE_OK)
+        return sqlite(rc);
+    rc = st.step();
+    if (rc == SQLITE_DONE)
+        return kRpsOk;
+    if (rc != SQLITE_ROW)
+        return sqlite(rc);
+    const std::int64_t seq = sqlite3_column_int64(st.get(), 0);
+    const std::int64_t last = sqlite3_column_int64(st.get(), 1);
+    if (seq < 0 || last <= 0 || last > static_cast<std::int64_t>(kPieceSize))
+        return kRpsErrDamaged;
+    *count = static_cast<std::uint64_t>(seq) + 1;
+    *bytes = static_cast<std::uint64_t>(seq) * kPieceSize + static_cast<std::uint64_t>(last);
+    return kRpsOk;
+}
+
+int Store::lookupParts(const std::string& name, std::int64_t* row, std::uint64_t* headSize,
+                       std::uint64_t* pieceBytes, std::uint64_t* pieceCount)
 {
     Statement st;
     int rc = st.prepare(m_db.get(), "SELECT rowid, length(data) FROM rps_member WHERE name=?1");
@@ -392,8 +516,68 @@ int Store::lookup(const std::string& name, std::int64_t* row, std::uint64_t* siz
     if (rc != SQLITE_ROW)
         return sqlite(rc);
     *row = sqlite3_column_int64(st.get(), 0);
-    *size = static_cast<std::uint64_t>(sqlite3_column_int64(st.get(), 1));
-    return kRpsOk;
+    *headSize = static_cast<std::uint64_t>(sqlite3_column_int64(st.get(), 1));
+    return pieceExtent(*row, pieceBytes, pieceCount);
+}
+
+int Store::lookup(const std::string& name, std::int64_t* row, std::uint64_t* size)
+{
+    std::uint64_t head = 0;
+    std::uint64_t pieceBytes = 0;
+    std::uint64_t pieceCount = 0;
+    const int code = lookupParts(name, row, &head, &pieceBytes, &pieceCount);
+    *size = head + pieceBytes;
+    return code;
+}
+
+int Store::copyOut(std::int64_t row, std::uint64_t headSize, std::uint64_t pieceBytes, std::uint64_t pieceCount,
+                   int fd, std::vector<unsigned char>& buffer)
+{
+    if (headSize > 0) {
+        Blob blob;
+        int rc = blob.open(m_db.get(), kTable, "data", row, false);
+        if (rc != SQLITE_OK)
+            return sqlite(rc);
+        std::uint64_t offset = 0;
+        while (offset < headSize) {
+            const int n = static_cast<int>(std::min<std::uint64_t>(buffer.size(), headSize - offset));
+            rc = sqlite3_blob_read(blob.get(), buffer.data(), n, static_cast<int>(offset));
+            if (rc != SQLITE_OK)
+                return sqlite(rc);
+            const int err = writeAll(fd, buffer.data(), static_cast<std::size_t>(n));
+            if (err != 0)
+                return codeFromErrno(err, kRpsErrIoExtract, kRpsErrFullExtract);
+            offset += static_cast<std::uint64_t>(n);
+        }
+    }
+    if (pieceCount == 0)
+        return kRpsOk;
+    Statement st;
+    int rc = st.prepare(m_db.get(), "SELECT seq, data FROM rps_piece WHERE member=?1 ORDER BY seq");
+    if (rc == SQLITE_OK)
+        rc = st.bindInt64(1, row);
+    if (rc != SQLITE_OK)
+        return sqlite(rc);
+    std::uint64_t expected = 0;
+    std::uint64_t written = 0;
+    while ((rc = st.step()) == SQLITE_ROW) {
+        const int n = sqlite3_column_bytes(st.get(), 1);
+        const void* data = sqlite3_column_blob(st.get(), 1);
+        // A missing or short piece in the middle would shift everything
+        // after it: the member is damaged, not merely shorter.
+        const bool last = expected + 1 == pieceCount;
+        if (sqlite3_column_int64(st.get(), 0) != static_cast<std::int64_t>(expected) || n <= 0
+            || (!last && static_cast<std::size_t>(n) != kPieceSize) || expected >= pieceCount)
+            return kRpsErrDamaged;
+        const int err = writeAll(fd, data, static_cast<std::size_t>(n));
+        if (err != 0)
+            return codeFromErrno(err, kRpsErrIoExtract, kRpsErrFullExtract);
+        written += static_cast<std::uint64_t>(n);
+        ++expected;
+    }
+    if (rc != SQLITE_DONE)
+        return sqlite(rc);
+    return expected == pieceCount && written == pieceBytes ? kRpsOk : kRpsErrDamaged;
 }
 
 int Store::get(const std::string& folder, const std::vector<std::string>& names)
@@ -411,11 +595,14 @@ int Store::get(const std::string& folder, const std::vector<std::string>& names)
 
     struct Wanted {
         std::int64_t row = 0;
-        std::uint64_t size = 0;
+        std::uint64_t head = 0;
+        std::uint64_t pieceBytes = 0;
+        std::uint64_t pieceCount = 0;
     };
     std::vector<Wanted> wanted(names.size());
     for (std::size_t i = 0; i < names.size(); ++i) {
-        const int code = lookup(names[i], &wanted[i].row, &wanted[i].size);
+        Wanted& w = wanted[i];
+        const int code = lookupParts(names[i], &w.row, &w.head, &w.pieceBytes, &w.pieceCount);
         if (code != kRpsOk)
             return code;  // a missing member fails before any file is written
     }
@@ -430,23 +617,10 @@ int Store::get(const std::string& folder, const std::vector<std::string>& names)
         int err = files[i].create(folder, names[i]);
         if (err != 0)
             return codeFromErrno(err, kRpsErrIoExtract, kRpsErrFullExtract);
-        if (wanted[i].size > 0) {
-            Blob blob;
-            rc = blob.open(m_db.get(), kTable, "data", wanted[i].row, false);
-            if (rc != SQLITE_OK)
-                return sqlite(rc);
-            std::uint64_t offset = 0;
-            while (offset < wanted[i].size) {
-                const int n = static_cast<int>(std::min<std::uint64_t>(buffer.size(), wanted[i].size - offset));
-                rc = sqlite3_blob_read(blob.get(), buffer.data(), n, static_cast<int>(offset));
-                if (rc != SQLITE_OK)
-                    return sqlite(rc);
-                err = writeAll(files[i].fd(), buffer.data(), static_cast<std::size_t>(n));
-                if (err != 0)
-                    return codeFromErrno(err, kRpsErrIoExtract, kRpsErrFullExtract);
-                offset += static_cast<std::uint64_t>(n);
-            }
-        }
+        const Wanted& w = wanted[i];
+        const int code = copyOut(w.row, w.head, w.pieceBytes, w.pieceCount, files[i].fd(), buffer);
+        if (code != kRpsOk)
+            return code;
         err = files[i].finish(false);
         if (err != 0)
             return codeFromErrno(err, kRpsErrIoExtract, kRpsErrFullExtract);
@@ -469,11 +643,22 @@ int Store::remove(const std::vector<std::string>& names)
             return kRpsErrBadName;
     }
     Transaction tx(m_db.get());
-    int rc = tx.begin(Transaction::Kind::Write);
+    const int rc = tx.begin(Transaction::Kind::Write);
     if (rc != SQLITE_OK)
         return sqlite(rc);
+    const int code = removeMembers(names, true);
+    return code != kRpsOk ? code : sqlite(tx.commit());
+}
+
+int Store::removeMembers(const std::vector<std::string>& names, bool mustExist)
+{
+    if (names.empty())
+        return kRpsOk;
     Statement st;
-    rc = st.prepare(m_db.get(), "DELETE FROM rps_member WHERE name=?1");
+    Statement pieces;
+    int rc = st.prepare(m_db.get(), "DELETE FROM rps_member WHERE name=?1 RETURNING rowid");
+    if (rc == SQLITE_OK && m_hasPieces)
+        rc = pieces.prepare(m_db.get(), "DELETE FROM rps_piece WHERE member=?1");
     if (rc != SQLITE_OK)
         return sqlite(rc);
     for (const std::string& name : names) {
@@ -481,12 +666,27 @@ int Store::remove(const std::vector<std::string>& names)
         rc = st.bindText(1, name.c_str());
         if (rc == SQLITE_OK)
             rc = st.step();
+        if (rc == SQLITE_DONE) {
+            if (mustExist)
+                return kRpsErrMemberMissing;
+            continue;
+        }
+        if (rc != SQLITE_ROW)
+            return sqlite(rc);
+        const std::int64_t row = sqlite3_column_int64(st.get(), 0);
+        rc = st.step();
         if (rc != SQLITE_DONE)
             return sqlite(rc);
-        if (sqlite3_changes(m_db.get()) == 0)
-            return kRpsErrMemberMissing;
+        if (m_hasPieces) {
+            pieces.reset();
+            rc = pieces.bindInt64(1, row);
+            if (rc == SQLITE_OK)
+                rc = pieces.step();
+            if (rc != SQLITE_DONE)
+                return sqlite(rc);
+        }
     }
-    return sqlite(tx.commit());
+    return kRpsOk;
 }
 
 int Store::info(_RPS_Info_4* info)

@@ -101,6 +101,33 @@ int RPS_Put(const char* storePath, const char* folder, const char* const* names,
     });
 }
 
+int RPS_PutGrown(const char* storePath, const char* folder, const char* const* names,
+                 const std::uint64_t* grownFrom, int count)
+{
+    if (folder == nullptr || !validList(names, count) || (count > 0 && grownFrom == nullptr))
+        return kRpsErrInvalidArgument;
+    return withStore(storePath, [&](rps::Store& store) {
+        std::vector<rps::PutSource> sources;
+        for (int i = 0; i < count; ++i)
+            sources.push_back({rps::joinPath(folder, names[i]), names[i], grownFrom[i]});
+        return store.put(sources);
+    });
+}
+
+int RPS_Update(const char* storePath, const char* folder, const char* const* names, const std::uint64_t* grownFrom,
+               int count, const char* const* removed, int removedCount)
+{
+    if (folder == nullptr || !validList(names, count) || (count > 0 && grownFrom == nullptr)
+        || !validList(removed, removedCount))
+        return kRpsErrInvalidArgument;
+    return withStore(storePath, [&](rps::Store& store) {
+        std::vector<rps::PutSource> sources;
+        for (int i = 0; i < count; ++i)
+            sources.push_back({rps::joinPath(folder, names[i]), names[i], grownFrom[i]});
+        return store.put(sources, toNames(removed, removedCount));
+    });
+}
+
 int RPS_Get(const char* storePath, const char* folder, const char* const* names, int count)
 {
     if (folder == nullptr || !validList(names, count))

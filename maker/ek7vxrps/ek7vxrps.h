@@ -79,9 +79,26 @@ const char* rpsErrorText(int code);
 int RPS_Create(const char* storePath);
 
 // Copies folder/name into the store for each name, replacing members of the
-// same name. All or nothing: after a failure or a crash the store holds all of
-// them or none. A missing source file fails the put and changes nothing.
+// same name (only the pieces that differ from the stored member are written).
+// All or nothing: after a failure or a crash the store holds all of them or
+// none. A missing source file fails the put and changes nothing.
 int RPS_Put(const char* storePath, const char* folder, const char* const* names, int count);
+
+// RPS_Put for files that have only grown at their end since the store last
+// took or gave them (a family file after one more line): grownFrom[i] is the
+// length member i had then, and only the pieces from there on are written, so
+// the cost does not grow with the member. A member whose stored length is not
+// grownFrom[i] (or a 0 there) is compared piece by piece and the changed
+// pieces written, so a wrong hint costs time, never content. All or nothing,
+// as RPS_Put.
+int RPS_PutGrown(const char* storePath, const char* folder, const char* const* names,
+                 const std::uint64_t* grownFrom, int count);
+
+// RPS_PutGrown and the removal of the members named in removed (those that
+// are there) in one transaction: a deletion that marks a line dead and drops
+// the record file is never half done.
+int RPS_Update(const char* storePath, const char* folder, const char* const* names, const std::uint64_t* grownFrom,
+               int count, const char* const* removed, int removedCount);
 
 // Extracts the named members into folder. A missing member fails before any
 // file is written; a failed get never leaves a half-written file.

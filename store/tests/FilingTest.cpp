@@ -131,20 +131,6 @@ TEST_F(FilingTest, ANewDictationReachesFamilyFileIndexAndStore)
     }
 }
 
-TEST_F(FilingTest, ARecordFiledIsInTheStoreBeforeAnySave)
-{
-    const long recId = fileDictation("Durable");
-    ASSERT_EQ(lastResult, 0);
-    // Straight from the store, without the workspace: record and line.
-    EXPECT_EQ(CheckForFile(storePath().c_str(), RecordFiler::recordFileName(recId).c_str()), 0);
-    AppData fresh;
-    copyPaths(fresh, app);
-    ASSERT_EQ(workspace::Workspace(fresh, workspace::kCreate, "*.*"), 0);
-    ASSERT_EQ(ExtractFile(storePath().c_str(), components::kDictation, fresh.TempDir.c_str()), 0);
-    EXPECT_NE(family::readLine(fresh.TempDir, indexline::recIdText(recId), 0, 401), "LOST");
-    workspace::Workspace(fresh, workspace::kRemove, "*.*");
-}
-
 TEST_F(FilingTest, FailuresShowTheirMessageAndKeepTheWorkFiles)
 {
     ScriptedPrompt prompt;

@@ -58,7 +58,6 @@ TEST_F(KillDuringSaveTest, StoreHoldsEveryRecordFiledBeforeTheKill)
     buildStore();
     std::mt19937 random(20261122);
     std::vector<long> filed;
-    int killedMidWork = 0;
 
     for (int round = 0; round < kKillPoints; ++round) {
         int pipeFds[2];
@@ -70,19 +69,20 @@ TEST_F(KillDuringSaveTest, StoreHoldsEveryRecordFiledBeforeTheKill)
             runChild(pipeFds[1]);
         }
         ::close(pipeFds[1]);
-        ::usleep(std::uniform_int_distribution<int>(30000, 300000)(random));
+        // Killed at a random moment after its first filing returned, so each
+        // round gets work done however loaded the machine is.
+        long recId;
+        ASSERT_EQ(::read(pipeFds[0], &recId, sizeof recId), static_cast<ssize_t>(sizeof recId))
+            << "the child filed nothing";
+        filed.push_back(recId);
+        ::usleep(std::uniform_int_distribution<int>(0, 150000)(random));
         ::kill(pid, SIGKILL);
         int status = 0;
         ::waitpid(pid, &status, 0);
         ASSERT_TRUE(WIFSIGNALED(status)) << "child ended by itself, status " << status;
-        long recId;
-        int reported = 0;
-        while (::read(pipeFds[0], &recId, sizeof recId) == sizeof recId) {
+        while (::read(pipeFds[0], &recId, sizeof recId) == sizeof recId)
             filed.push_back(recId);
-            ++reported;
-        }
         ::close(pipeFds[0]);
-        killedMidWork += reported > 0;
 
         // Open it as the next start would.
         ASSERT_EQ(RPS_Check(storePath().c_str()), 0) << "round " << round;
@@ -101,6 +101,5 @@ TEST_F(KillDuringSaveTest, StoreHoldsEveryRecordFiledBeforeTheKill)
         for (long id : filed)
             EXPECT_NE(family.find(indexline::recIdText(id) + " 0 0 "), std::string::npos) << id;
     }
-    EXPECT_GT(filed.size(), static_cast<std::size_t>(kKillPoints));
-    EXPECT_GT(killedMidWork, kKillPoints / 2);
+    RecordProperty("filed", static_cast<int>(filed.size()));
 }

@@ -1,11 +1,13 @@
 #include "maker/Ek7Index/internal/IndexDatabase.h"
 
 #include "maker/Ek7Index/Ek7Index.h"
-#include "maker/Ek7Index/internal/Statement.h"
+#include "maker/SqliteKit/Sqlite.h"
 
 #include <sqlite3.h>
 
 namespace ek7index {
+
+using sqlitekit::Statement;
 
 namespace {
 

@@ -32,18 +32,24 @@ protected:
     void SetUp() override
     {
         FaultVfs::instance();
-        // Old content: two members over several pages each.
+        // Old content: two members over several pages each, the family file
+        // over three pieces.
         ASSERT_EQ(RPS_Create(pristine.c_str()), kRpsOk);
         testfiles::writeFile(oldDir / "a.vxz", testfiles::patternBytes(1, 20000));
-        testfiles::writeFile(oldDir / "Telvarine.vxr", testfiles::patternBytes(2, 9000));
+        testfiles::writeFile(oldDir / "Telvarine.vxr", testfiles::patternBytes(2, kFamilyBytes));
         const char* names[] = {"a.vxz", "Telvarine.vxr"};
         ASSERT_EQ(RPS_Put(pristine.c_str(), oldDir.path().c_str(), names, 2), kRpsOk);
 
-        // New content: both replaced and a third member added, in one put.
+        // New content in one put, by each way a member is written: a.vxz
+        // replaced (piece by piece against the stored one), the family file
+        // grown by one line (only its end written), b.vxz added.
         testfiles::writeFile(newDir / "a.vxz", testfiles::patternBytes(3, 30000));
-        testfiles::writeFile(newDir / "Telvarine.vxr", testfiles::patternBytes(4, 9401));
+        testfiles::writeFile(newDir / "Telvarine.vxr",
+                             testfiles::patternBytes(2, kFamilyBytes) + testfiles::patternBytes(4, 401));
         testfiles::writeFile(newDir / "b.vxz", testfiles::patternBytes(5, 15000));
     }
+
+    static constexpr std::size_t kFamilyBytes = 70000;
 
     // A fresh copy of the old store to run one faulty put on.
     void resetStore() { testfiles::writeFile(store, testfiles::readFile(pristine)); }
@@ -51,7 +57,8 @@ protected:
     int putNew()
     {
         const char* names[] = {"a.vxz", "Telvarine.vxr", "b.vxz"};
-        return RPS_Put(store.c_str(), newDir.path().c_str(), names, 3);
+        const std::uint64_t grownFrom[] = {0, kFamilyBytes, 0};
+        return RPS_PutGrown(store.c_str(), newDir.path().c_str(), names, grownFrom, 3);
     }
 
     // Reopens with the default VFS (rolling back any hot journal) and says

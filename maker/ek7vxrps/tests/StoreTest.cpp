@@ -2,6 +2,7 @@
 // boundaries, all-or-nothing puts, gets and deletes, files that are not
 // stores, memory use with a large member, and a store held by someone else.
 
+#include "FaultVfs.h"
 #include "TestFiles.h"
 
 #include "maker/ek7vxrps/ek7vxrps.h"
@@ -67,10 +68,10 @@ TEST_F(RpsStoreTest, NewStoreIsEmptyPrivateAndSingleFile)
 
 TEST_F(RpsStoreTest, RoundTripAtChunkBoundaries)
 {
-    // Sizes around the 256 KiB piece in which members are streamed.
+    // Sizes around the 32 KiB pieces members are stored in.
     const std::vector<std::pair<std::string, std::size_t>> members = {
-        {"empty", 0}, {"one", 1}, {"chunk", 256 * 1024}, {"chunk+1", 256 * 1024 + 1},
-        {"chunk-1", 256 * 1024 - 1}, {"several.wav", 3 * 256 * 1024 + 17}};
+        {"empty", 0}, {"one", 1}, {"chunk", 32 * 1024}, {"chunk+1", 32 * 1024 + 1},
+        {"chunk-1", 32 * 1024 - 1}, {"several.wav", 3 * 32 * 1024 + 17}};
     std::vector<const char*> names;
     for (const auto& [name, size] : members) {
         testfiles::writePatternFile(src / name, testfiles::seedOf(name), size);
@@ -205,6 +206,104 @@ TEST_F(RpsStoreTest, CompressGivesFreeSpaceBack)
     // Vacuuming keeps the marker that makes the file a store.
     EXPECT_EQ(RPS_Check(store.c_str()), kRpsOk);
     EXPECT_EQ(testfiles::modeOf(store), 0600u);
+}
+
+// --- Members in pieces ------------------------------------------------------
+
+// Writes to the store and its journal during one call, counted by the test VFS.
+template <typename Call>
+int writesOf(Call call)
+{
+    faultvfs::FaultVfs::instance();
+    faultvfs::UseFaultVfs vfs(faultvfs::Plan{});
+    EXPECT_EQ(call(), kRpsOk);
+    return faultvfs::FaultVfs::instance().writes();
+}
+
+TEST_F(RpsStoreTest, ChangesCostWhatChangedNotTheMemberSize)
+{
+    // A family file of 10,000 lines (4 MB, over a thousand pages).
+    const std::string name = "Telvarine.vxr";
+    std::string family = testfiles::patternBytes(1, 10000 * 401);
+    writeFile(src / name, family);
+    const char* names[] = {name.c_str()};
+    const int whole = writesOf([&] { return RPS_Put(store.c_str(), src.path().c_str(), names, 1); });
+    ASSERT_GT(whole, 1000);
+
+    // One more line: only the end is written.
+    std::uint64_t grownFrom = family.size();
+    family += testfiles::patternBytes(2, 401);
+    writeFile(src / name, family);
+    EXPECT_LT(writesOf([&] { return RPS_PutGrown(store.c_str(), src.path().c_str(), names, &grownFrom, 1); }), 40);
+    EXPECT_EQ(member(name), family);
+
+    // A line marked deleted in the middle, put whole: compared piece by
+    // piece, one piece written.
+    family.replace(5000 * 401, 8, "99999999");
+    writeFile(src / name, family);
+    EXPECT_LT(writesOf([&] { return RPS_Put(store.c_str(), src.path().c_str(), names, 1); }), 40);
+    EXPECT_EQ(member(name), family);
+
+    // A hint that does not match the stored length (the workspace copy was
+    // rewritten shorter meanwhile) falls back to the comparison.
+    family.resize(3000 * 401);
+    family += testfiles::patternBytes(3, 401);
+    writeFile(src / name, family);
+    grownFrom = 3000 * 401;
+    ASSERT_EQ(RPS_PutGrown(store.c_str(), src.path().c_str(), names, &grownFrom, 1), kRpsOk);
+    EXPECT_EQ(member(name), family);
+    std::uint64_t size = 0;
+    ASSERT_EQ(RPS_MemberSize(store.c_str(), name.c_str(), &size), kRpsOk);
+    EXPECT_EQ(size, family.size());
+    EXPECT_EQ(RPS_Check(store.c_str()), kRpsOk);
+}
+
+TEST_F(RpsStoreTest, FirstFormatStoreIsReadAndMovesIntoPiecesOnWrite)
+{
+    // A store as the first format made it: every member whole in one row.
+    const std::string old = dir / "old.vxt";
+    const std::string family = testfiles::patternBytes(4, 100 * 1024 + 5);
+    {
+        sqlite3* db = nullptr;
+        ASSERT_EQ(sqlite3_open(old.c_str(), &db), SQLITE_OK);
+        ASSERT_EQ(sqlite3_exec(db,
+                               "PRAGMA application_id=1448629297; PRAGMA user_version=1;"
+                               "CREATE TABLE rps_member(name TEXT NOT NULL UNIQUE, data BLOB NOT NULL);"
+                               "INSERT INTO rps_member VALUES('rec.vxz', x'0102030405');",
+                               nullptr, nullptr, nullptr),
+                  SQLITE_OK);
+        sqlite3_stmt* st = nullptr;
+        ASSERT_EQ(sqlite3_prepare_v2(db, "INSERT INTO rps_member VALUES('Telvarine.vxr', ?1)", -1, &st, nullptr),
+                  SQLITE_OK);
+        sqlite3_bind_blob(st, 1, family.data(), static_cast<int>(family.size()), SQLITE_STATIC);
+        ASSERT_EQ(sqlite3_step(st), SQLITE_DONE);
+        sqlite3_finalize(st);
+        sqlite3_close(db);
+    }
+    ASSERT_EQ(::chmod(old.c_str(), 0400), 0);
+    // Read as it is, even where it cannot be written.
+    TempDir out;
+    const char* both[] = {"Telvarine.vxr", "rec.vxz"};
+    ASSERT_EQ(RPS_Get(old.c_str(), out.path().c_str(), both, 2), kRpsOk);
+    EXPECT_EQ(readFile(out / "Telvarine.vxr"), family);
+    EXPECT_EQ(readFile(out / "rec.vxz"), std::string("\x01\x02\x03\x04\x05"));
+    ASSERT_EQ(::chmod(old.c_str(), 0600), 0);
+
+    // The first write moves the grown member into pieces; the rest stays.
+    const std::string grown = family + testfiles::patternBytes(5, 401);
+    writeFile(src / "Telvarine.vxr", grown);
+    const char* one[] = {"Telvarine.vxr"};
+    const std::uint64_t grownFrom = family.size();
+    ASSERT_EQ(RPS_PutGrown(old.c_str(), src.path().c_str(), one, &grownFrom, 1), kRpsOk);
+    ASSERT_EQ(RPS_Get(old.c_str(), out.path().c_str(), both, 2), kRpsOk);
+    EXPECT_EQ(readFile(out / "Telvarine.vxr"), grown);
+    EXPECT_EQ(readFile(out / "rec.vxz"), std::string("\x01\x02\x03\x04\x05"));
+    std::uint64_t size = 0;
+    ASSERT_EQ(RPS_MemberSize(old.c_str(), "Telvarine.vxr", &size), kRpsOk);
+    EXPECT_EQ(size, grown.size());
+    const char* rec[] = {"rec.vxz"};
+    EXPECT_EQ(RPS_Delete(old.c_str(), rec, 1), kRpsOk);
+    EXPECT_EQ(RPS_Check(old.c_str()), kRpsOk);
 }
 
 // --- Files that are not stores -------------------------------------------
