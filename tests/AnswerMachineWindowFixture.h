@@ -28,7 +28,6 @@
 #include "core/ProfileSettings.h"
 #include "app/RecordListModel.h"
 #include "maker/VXSAVE/VXSAVE.h"
-#include "platform/UserName.h"
 #include "res/resource.h"
 #include "store/ComponentFiles.h"
 #include "store/DataStoreService.h"
@@ -43,14 +42,7 @@ namespace fs = std::filesystem;
 
 constexpr int kRingPeriodMs = 100;
 
-inline std::string logOnName()
-{
-    char name[256];
-    DWORD size = sizeof name;
-    return GetUserNameA(name, &size) ? name : "Default";
-}
-
-inline bool waitUntil(const std::function<bool()>& done, int timeoutMs = 15000)
+inline inline bool waitUntil(const std::function<bool()>& done, int timeoutMs = 15000)
 {
     QElapsedTimer timer;
     timer.start();

@@ -8,40 +8,30 @@
 #include <string>
 #include <vector>
 
-#include "platform/Trace.h"
 
 namespace {
 
 using namespace amtest;
 
-TEST_F(AnswerMachineWindow, StartUpSwitchesTheMachineOnWithItsMenusAndStatus)
+// The Phone menu's states are LineController's and the window's mirror of
+// them PhoneWiring's; here the real line and machine behind the commands.
+TEST_F(AnswerMachineWindow, StartUpSwitchesTheMachineOnAndTheCommandsReachTheLine)
 {
     start();
     EXPECT_EQ(label(IDC_STATUS_TEXT).toStdString(), "Line monitoring active : Using Navo File : " + app.DataStorePath);
     EXPECT_EQ(app.lineState->AnswerMachineOn, 1);
-    EXPECT_TRUE(window->commandAction(ID_ANSWER_MACHINE_ON)->isChecked());
-    EXPECT_FALSE(window->commandAction(ID_ANSWER_MACHINE_ON)->isEnabled());
-    EXPECT_FALSE(window->commandAction(ID_ANSWER_MACHINE_OFF)->isChecked());
-    EXPECT_TRUE(window->commandAction(ID_ANSWER_MACHINE_OFF)->isEnabled());
-    EXPECT_FALSE(window->commandAction(ID_START_MONITORING)->isEnabled());
-    EXPECT_TRUE(window->commandAction(ID_STOP_MONITORING)->isEnabled());
     QListWidgetItem* phone = window->findChild<QListWidget*>(QString::number(IDC_RECORD_TYPES))->item(4);
     EXPECT_TRUE(sameImage(phone->icon(), ":/res/images/line-answering.png"));
 
-    // Off from the menu: the line stays open; on again.
+    // Off from the menu: the line stays open.
     window->runCommand(ID_ANSWER_MACHINE_OFF);
     EXPECT_EQ(app.lineState->AnswerMachineOn, 0);
     EXPECT_EQ(profile().read("AutoMessage"), "0");
     EXPECT_TRUE(line.monitoring());
-    // The Phone menu's states are LineController's (tested there).
     EXPECT_TRUE(sameImage(phone->icon(), ":/res/images/line-monitoring.png"));
-    window->commandAction(ID_ANSWER_MACHINE_ON)->trigger();  // as a click: it toggles the check first
-    EXPECT_EQ(app.lineState->AnswerMachineOn, 1);
+    window->runCommand(ID_ANSWER_MACHINE_ON);
     EXPECT_EQ(profile().read("AutoMessage"), "1");
-    EXPECT_TRUE(window->commandAction(ID_ANSWER_MACHINE_ON)->isChecked());
-    EXPECT_FALSE(window->commandAction(ID_ANSWER_MACHINE_OFF)->isChecked());
 
-    // Stop and start monitoring from the menu.
     window->runCommand(ID_STOP_MONITORING);
     EXPECT_FALSE(line.monitoring());
     EXPECT_EQ(label(IDC_STATUS_TEXT).toStdString(), "Line monitoring inactive : Using Navo File : " + app.DataStorePath);
@@ -51,7 +41,9 @@ TEST_F(AnswerMachineWindow, StartUpSwitchesTheMachineOnWithItsMenusAndStatus)
     EXPECT_TRUE(sameImage(phone->icon(), ":/res/images/line-answering.png"));
 }
 
-TEST_F(AnswerMachineWindow, AnAnsweredCallAppearsInThePhoneListAsANewMessage)
+// A call taken while the Phone list is shown fills it again at once; one
+// taken while another list is shown only lights the line state.
+TEST_F(AnswerMachineWindow, AnsweredCallsBecomeNewMessagesInThePhoneList)
 {
     start();
     window->fillList(kListPhone);
@@ -69,18 +61,25 @@ TEST_F(AnswerMachineWindow, AnAnsweredCallAppearsInThePhoneListAsANewMessage)
     EXPECT_EQ(cell(0, 2), "Zoe Smith");
     EXPECT_TRUE(sameImage(model()->index(0, 0).data(Qt::DecorationRole).value<QIcon>(), ":/res/images/row-new.png"));
     EXPECT_EQ(app.lineState->MessagesWaiting, 1);
-    QListWidgetItem* phone = window->findChild<QListWidget*>(QString::number(IDC_RECORD_TYPES))->item(4);
-    EXPECT_TRUE(sameImage(phone->icon(), ":/res/images/line-answering-new.png"));
-
     // What the caller said is the message: one second of 600 Hz.
     const ToneMeasure heard = SineFiles::measure(filedSound("00000001"));
     EXPECT_NEAR(heard.frequency, 600, 15);
     EXPECT_NEAR(heard.soundSeconds, 1.0, 0.25);
-    // Still on, still monitoring, and nothing left in the workspace.
-    EXPECT_EQ(app.lineState->AnswerMachineOn, 1);
     EXPECT_TRUE(line.monitoring());
     EXPECT_FALSE(workspaceHas(".vxs"));
     EXPECT_FALSE(workspaceHas(".vxw"));
+
+    window->fillList(kListDictation);
+    NavoLineProcess second(setup.socketPath());
+    second.start({"call", "--rings", "6", "--name", "Second Caller", "--say", QString::fromStdString(voice())});
+    ASSERT_EQ(second.finish(), 0);
+    ASSERT_TRUE(waitUntil([&] { return app.lineState->MessagesWaiting == 2; }));
+    EXPECT_EQ(app.CurrentListType, kListDictation);  // not switched behind the user's back
+    QListWidgetItem* phone = window->findChild<QListWidget*>(QString::number(IDC_RECORD_TYPES))->item(4);
+    EXPECT_TRUE(sameImage(phone->icon(), ":/res/images/line-answering-new.png"));
+    window->fillList(kListPhone);
+    EXPECT_EQ(label(IDC_PROGRESS_TEXT), "Total phone calls found = 2 : You have 2 new messages.");
+    EXPECT_EQ(cell(0, 2), "Second Caller");
 }
 
 TEST_F(AnswerMachineWindow, ACallerWhoHangsUpBeforeTheRingCountLeavesNothing)
@@ -161,14 +160,12 @@ TEST_F(AnswerMachineWindow, ACallerSilentForTheSilenceSecondsIsCutAndTheSpeechFi
 {
     start("Silence=2\n");
     window->fillList(kListPhone);
-    TraceCapture trace;
     // A second of speech, then silence for far longer than the limit.
     NavoLineProcess caller(setup.socketPath());
     caller.start({"call", "--rings", "6", "--name", "Quiet Caller", "--say", QString::fromStdString(voice()),
                   "--linger", "30000"});
     ASSERT_EQ(caller.finish(45000), 0) << caller.output().toStdString();
     EXPECT_TRUE(caller.outputHas(QStringLiteral("Navo hung up"))) << caller.output().toStdString();
-    EXPECT_TRUE(trace.contains("Silence limit reached: ending the call\n"));
     ASSERT_TRUE(waitUntil([&] { return model()->rowCount() == 1; }));
     EXPECT_EQ(cell(0, 2), "Quiet Caller");
     const ToneMeasure heard = SineFiles::measure(filedSound("00000001"));
@@ -204,12 +201,10 @@ TEST_P(SpeechWithinTheLimit, IsNotCutShort)
         said.insert(said.end(), part.begin(), part.end());
     }
     ASSERT_TRUE(LineWave::writeFile(voice(), said, false));
-    TraceCapture trace;
     NavoLineProcess caller(setup.socketPath());
     caller.start({"call", "--rings", "6", "--say", QString::fromStdString(voice())});
     ASSERT_EQ(caller.finish(), 0) << caller.output().toStdString();
     EXPECT_FALSE(caller.outputHas(QStringLiteral("Navo hung up"))) << caller.output().toStdString();
-    EXPECT_FALSE(trace.contains("Silence limit reached"));
     ASSERT_TRUE(waitUntil([&] { return model()->rowCount() == 1; }));
     EXPECT_NEAR(SineFiles::measure(filedSound("00000001")).soundSeconds, GetParam().soundSeconds, 0.3);
 }
@@ -219,26 +214,6 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(Speech{"LongerThanTheLimitWithoutAPause", {5.0}, 5.0},
                       Speech{"PausingForLessThanTheLimit", {1.0, 1.0, 1.0, 1.2, 1.0}, 3.0}),
     [](const ::testing::TestParamInfo<Speech>& info) { return std::string(info.param.name); });
-
-TEST_F(AnswerMachineWindow, MessagesArrivingWhileAnotherListIsShownLightTheLineState)
-{
-    start();
-    ASSERT_EQ(app.CurrentListType, kListDictation);
-    for (const char* name : {"First Caller", "Second Caller"}) {
-        NavoLineProcess caller(setup.socketPath());
-        caller.start({"call", "--rings", "6", "--name", name, "--say", QString::fromStdString(voice())});
-        ASSERT_EQ(caller.finish(), 0);
-        ASSERT_TRUE(waitUntil([&] { return app.lineState->CallInProgress == 0; }));
-    }
-    ASSERT_TRUE(waitUntil([&] { return app.lineState->MessagesWaiting == 2; }));
-    EXPECT_EQ(app.CurrentListType, kListDictation);  // not switched behind the user's back
-    QListWidgetItem* phone = window->findChild<QListWidget*>(QString::number(IDC_RECORD_TYPES))->item(4);
-    EXPECT_TRUE(sameImage(phone->icon(), ":/res/images/line-answering-new.png"));
-    window->fillList(kListPhone);
-    EXPECT_EQ(label(IDC_PROGRESS_TEXT), "Total phone calls found = 2 : You have 2 new messages.");
-    EXPECT_EQ(cell(0, 2), "Second Caller");
-    EXPECT_EQ(cell(1, 2), "First Caller");
-}
 
 // With the machine off, the user sends the call to it from the incoming-call
 // window: before the ring count, or after it, when the call is already up.

@@ -9,6 +9,15 @@
 
 #include "core/AppData.h"
 #include "core/StartupServices.h"
+#include "platform/UserName.h"
+
+// The profile section Navo uses for whoever runs the tests.
+inline std::string logOnName()
+{
+    char name[256];
+    DWORD size = sizeof name;
+    return GetUserNameA(name, &size) ? name : "Default";
+}
 
 class FakeServices : public StoreService,
                      public LineService,

@@ -21,18 +21,10 @@
 #include "app/MainWindow.h"
 #include "app/ProfileStartup.h"
 #include "platform/Trace.h"
-#include "platform/UserName.h"
 #include "res/MessageCatalogue.h"
 #include "ScriptedPrompt.h"
 
 namespace {
-
-std::string logOnName()
-{
-    char name[256];
-    DWORD size = sizeof name;
-    return GetUserNameA(name, &size) ? name : "Default";
-}
 
 struct Entry {
     std::string key;

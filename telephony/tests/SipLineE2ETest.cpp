@@ -28,12 +28,6 @@ namespace {
 constexpr int kNavoPort = 5070;
 constexpr int kRingPeriodMs = 400;
 
-bool inPrivateNetwork()
-{
-    const char* flag = std::getenv("NAVO_SIP_NETNS");
-    return flag != nullptr && std::string(flag) == "1";
-}
-
 void writeText(const std::string& path, const std::string& text)
 {
     std::ofstream out(path);
@@ -119,7 +113,7 @@ class SipLineCall : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        if (!inPrivateNetwork())
+        if (!inSipTestNetwork())
             GTEST_SKIP() << "needs a private network namespace: run it through ctest (sip_e2e.sh)";
         setup.environment().set("NAVO_SIP_PORT", std::to_string(kNavoPort));
         setup.environment().set("NAVO_SIP_RTP_PORTS", "7078-7098");
@@ -131,20 +125,7 @@ protected:
         state->DeviceId = 0;
         ASSERT_EQ(Ek7TapiInit(0)->ErrorCode, kEk7Ok);
         ASSERT_EQ(Ek7TapiOpen(log->handle())->ErrorCode, kEk7Ok);
-        log->onMessage = [this](const LoggedMessage& m) {
-            if (m.message == kEk7MsgAnswerNow && state->CallState == 1 && state->CallHandle != 0) {
-                Ek7TapiSetRecord(setup.path("xbuffer.wav").c_str(), setup.path("xdata.wav").c_str(),
-                                 vxw.c_str());
-                answerResult = Ek7TapiAnswer()->ErrorCode;
-            } else if (m.message == kEk7MsgConnected && state->CallState == 1) {
-                Ek7TapiSetResource(&resources, 3001);
-                playResult = Ek7TapiPlayFile(greeting.c_str())->ErrorCode;
-            } else if (m.message == kEk7MsgDisconnected && state->CallState == 1) {
-                state->CallEndFlag = 1;
-                Ek7TapiStop();
-                saveResult = Ek7TapiSave()->ErrorCode;
-            }
-        };
+        actAsAnswerMachine(*log, state, setup, greeting, vxw, results);
     }
 
     void TearDown() override
@@ -156,12 +137,9 @@ protected:
     TestLineSetup setup{kRingPeriodMs, "SIP line"};
     LineState* state = nullptr;
     std::unique_ptr<MessageLog> log;
-    SoundFolderResources resources;
     const std::string greeting = setup.path("greeting.wav");
     const std::string vxw = setup.path("message.vxw");
-    int answerResult = -1;
-    int playResult = -1;
-    int saveResult = -1;
+    AnswerResults results;
 };
 
 TEST_F(SipLineCall, LinphoneCallerIsAnsweredAfterTheRingsHearsTheGreetingAndIsRecorded)
@@ -203,9 +181,9 @@ TEST_F(SipLineCall, LinphoneCallerIsAnsweredAfterTheRingsHearsTheGreetingAndIsRe
     EXPECT_STREQ(callerId->state.CallerName, "Grace Hopper");
     EXPECT_EQ(log->count(kEk7MsgRing), 2);
     EXPECT_EQ(log->count(kEk7MsgAnswerNow), 1);
-    EXPECT_EQ(answerResult, kEk7Ok);
-    EXPECT_EQ(playResult, kEk7Ok);
-    EXPECT_EQ(saveResult, kEk7Ok);
+    EXPECT_EQ(results.answer, kEk7Ok);
+    EXPECT_EQ(results.play, kEk7Ok);
+    EXPECT_EQ(results.save, kEk7Ok);
     const LoggedMessage* offered = log->first(kEk7MsgOffered);
     const LoggedMessage* answerNow = log->first(kEk7MsgAnswerNow);
     ASSERT_NE(offered, nullptr);
@@ -253,20 +231,8 @@ TEST_F(SipLineCall, ASecondCallerDuringACallIsRefusedBusy)
     ASSERT_TRUE(log->waitFor(kEk7MsgConnected, 1, 15000)) << first.output().toStdString();
 
     // baresip: a different SIP stack altogether.
-    const std::string folder = setup.path("baresip");
-    QDir().mkpath(QString::fromStdString(folder));
-    writeText(folder + "/accounts", "\"Second\" <sip:200@127.0.0.1>;regint=0\n");
-    writeText(folder + "/config",
-              "sip_listen 127.0.0.1:5090\nnet_interface 127.0.0.1\naudio_source aufile," + greeting +
-                  "\naudio_player aubridge,nil\nmodule_path /usr/lib/baresip/modules\nmodule g711.so\n"
-                  "module aufile.so\nmodule aubridge.so\nmodule account.so\nmodule menu.so\n");
     QProcess second;
-    second.setProcessChannelMode(QProcess::MergedChannels);
-    second.setStandardInputFile(QProcess::nullDevice());
-    second.start(QStringLiteral("baresip"),
-                 {QStringLiteral("-f"), QString::fromStdString(folder), QStringLiteral("-e"),
-                  QStringLiteral("/dial sip:navo@127.0.0.1:%1").arg(kNavoPort), QStringLiteral("-t"),
-                  QStringLiteral("2")});
+    startBaresip(second, setup, "Second", "200", greeting, kNavoPort, 2);
     ASSERT_TRUE(second.waitForStarted(5000));
     QElapsedTimer timer;
     timer.start();
@@ -306,7 +272,7 @@ TEST_F(SipLineCall, NavoDialsAPhoneThatAnswersAndHearsWhatIsPlayed)
 {
     log->onMessage = [this](const LoggedMessage& m) {
         if (m.message == kEk7MsgConnected && state->CallState == 2)
-            playResult = Ek7TapiPlayFile(greeting.c_str())->ErrorCode;
+            results.play = Ek7TapiPlayFile(greeting.c_str())->ErrorCode;
         if (m.message == kEk7MsgPlayDone)
             Ek7TapiClose();  // as the modem tester hangs up after playing
     };
@@ -320,7 +286,7 @@ TEST_F(SipLineCall, NavoDialsAPhoneThatAnswersAndHearsWhatIsPlayed)
     EXPECT_EQ(Ek7TapiDial("sip:200@127.0.0.1:5080")->ErrorCode, kEk7Ok);
     EXPECT_EQ(state->CallState, 2);
     ASSERT_TRUE(log->waitFor(kEk7MsgPlayDone, 1, 15000)) << phone.output().toStdString();
-    EXPECT_EQ(playResult, kEk7Ok);
+    EXPECT_EQ(results.play, kEk7Ok);
     EXPECT_EQ(log->count(kEk7MsgDialStarted), 1);
     EXPECT_EQ(log->count(kEk7MsgConnected), 1);
     EXPECT_EQ(state->Monitoring, 0);
@@ -402,7 +368,7 @@ class SipRegistration : public ::testing::TestWithParam<Refusal> {};
 // closes by itself and says why, and it can be opened again.
 TEST_P(SipRegistration, AFailedRegistrationClosesTheLineWithItsReason)
 {
-    if (!inPrivateNetwork())
+    if (!inSipTestNetwork())
         GTEST_SKIP() << "needs a private network namespace: run it through ctest (sip_e2e.sh)";
     TestLineSetup setup{kRingPeriodMs, "SIP line"};
     const std::string password = setup.path("password");

@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # End to end: the real navo under Xvfb with the answer machine switched on at
-# start-up over the test line. navo-line calls three times with a caller's
-# number and name and speaks; the Phone list shown meanwhile gets the three
-# new messages (screenshot answer-machine-phone.png). After navo has closed,
-# navo-store finds the three messages in the saved store.
+# start-up over the test line. navo-line calls with a caller's number and
+# name and speaks; the Phone list shown meanwhile gets the new message
+# (screenshot answer-machine-phone.png). After navo has closed, navo-store
+# finds the message in the saved store. (Several calls in a row are the
+# window test's.)
 #   answer_machine_e2e.sh <navo> <navo-demo-store> <navo-line> <navo-store> <folder for screenshots>
 set -euo pipefail
 navo=$1
@@ -51,28 +52,20 @@ xvfb-run -a -s "-screen 0 1280x1024x24" bash -c '
     eval "$(xdotool getwindowgeometry --shell "$win")"
     xdotool mousemove $((X + 60)) $((Y + 120 + 4 * 80)) click 1
     sleep 0.5
-    n=0
-    for who in "Ann Smith|01632 960001" "Bob Clarke|0117 496 0002" "Carol White|020 7946 0003"; do
-        n=$((n + 1))
-        "$CALLER" --socket "$NAVO_TEST_LINE_SOCKET" call --rings 8 --name "${who%%|*}" --number "${who#*|}" \
-            --say "$VOICE" --speak-after answer > "$0/call-$n.txt" 2>&1 || { echo "call $n: exit $?"; cat "$0/call-$n.txt"; kill $pid; exit 4; }
-        sleep 1
-    done
-    sleep 1
+    "$CALLER" --socket "$NAVO_TEST_LINE_SOCKET" call --rings 8 --name "Ann Smith" --number "01632 960001" \
+        --say "$VOICE" --speak-after answer > "$0/call.txt" 2>&1 || { echo "call: exit $?"; cat "$0/call.txt"; kill $pid; exit 4; }
+    sleep 2
     import -window root "$SHOTS/answer-machine-phone.png"
     kill -TERM $pid
     for _ in $(seq 50); do kill -0 $pid 2>/dev/null || break; sleep 0.1; done
     wait $pid 2>/dev/null || true
-' "$work" || fail "navo did not take the three calls (see above)"
+' "$work" || fail "navo did not take the call (see above)"
 
 grep -q "^Navo closed" "$work/trace.txt" || fail "navo did not shut down in order"
 store=$(ls "$work"/navo/Profiles/*/NAVO.vxt)
 list=$("$storetool" list "$store" phone)
-[ "$(echo "$list" | tail -1)" = "3 records" ] || fail "phone records after the calls: $list"
-# Each message holds the caller's speech: about 2 s after the greeting.
-echo "$list" | grep -c "	00:00:0[89]$" | grep -qx 3 || fail "calls not as long as greeting and speech: $list"
-for number in "01632 960001" "0117 496 0002" "020 7946 0003"; do
-    echo "$list" | grep -q "type 2	$number	" || fail "no message from $number: $list"
-done
+[ "$(echo "$list" | tail -1)" = "1 record" ] || fail "phone records after the call: $list"
+# The message holds the caller's speech: about 2 s after the greeting.
+echo "$list" | grep -q "type 2	01632 960001	.*	00:00:0[89]$" || fail "no whole message from the caller: $list"
 echo "$list"
 echo PASS

@@ -1,12 +1,14 @@
 #include "LineTestSupport.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QThread>
 
 #include <cmath>
 #include <cstdlib>
+#include <fstream>
 
 #include "platform/WindowMessages.h"
 
@@ -193,6 +195,49 @@ bool SoundFolderResources::loadWave(int id, std::string& bytes) const
         return false;
     bytes = file.readAll().toStdString();
     return true;
+}
+
+void actAsAnswerMachine(MessageLog& log, LineState* state, const TestLineSetup& setup, const std::string& greeting,
+                        const std::string& vxw, AnswerResults& results)
+{
+    log.onMessage = [state, &setup, greeting, vxw, &results](const LoggedMessage& m) {
+        static SoundFolderResources resources;
+        if (m.message == kEk7MsgAnswerNow && state->CallState == 1 && state->CallHandle != 0) {
+            Ek7TapiSetRecord(setup.path("xbuffer.wav").c_str(), setup.path("xdata.wav").c_str(), vxw.c_str());
+            results.answer = Ek7TapiAnswer()->ErrorCode;
+        } else if (m.message == kEk7MsgConnected && state->CallState == 1) {
+            Ek7TapiSetResource(&resources, 3001);
+            results.play = Ek7TapiPlayFile(greeting.c_str())->ErrorCode;
+        } else if (m.message == kEk7MsgDisconnected && state->CallState == 1) {
+            state->CallEndFlag = 1;
+            Ek7TapiStop();
+            results.save = Ek7TapiSave()->ErrorCode;
+        }
+    };
+}
+
+bool inSipTestNetwork()
+{
+    const char* flag = std::getenv("NAVO_SIP_NETNS");
+    return flag != nullptr && std::string(flag) == "1";
+}
+
+void startBaresip(QProcess& process, const TestLineSetup& setup, const std::string& name, const std::string& number,
+                  const std::string& source, int navoPort, int seconds)
+{
+    const std::string folder = setup.path("baresip");
+    QDir().mkpath(QString::fromStdString(folder));
+    std::ofstream(folder + "/accounts") << "\"" << name << "\" <sip:" << number << "@127.0.0.1>;regint=0\n";
+    std::ofstream(folder + "/config")
+        << "sip_listen 127.0.0.1:5090\nnet_interface 127.0.0.1\naudio_source aufile," << source
+        << "\naudio_player aubridge,nil\nmodule_path /usr/lib/baresip/modules\nmodule g711.so\n"
+           "module aufile.so\nmodule aubridge.so\nmodule account.so\nmodule menu.so\n";
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    process.setStandardInputFile(QProcess::nullDevice());
+    process.start(QStringLiteral("baresip"), {QStringLiteral("-f"), QString::fromStdString(folder),
+                                              QStringLiteral("-e"),
+                                              QStringLiteral("/dial sip:navo@127.0.0.1:%1").arg(navoPort),
+                                              QStringLiteral("-t"), QString::number(seconds)});
 }
 
 LineSamples SineFiles::sine(double frequency, double seconds, int amplitude)

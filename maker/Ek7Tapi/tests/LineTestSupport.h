@@ -114,6 +114,24 @@ struct ToneMeasure {
     std::size_t firstSound = 0;  // sample where the first loud frame starts
 };
 
+// What the main window does with the answer machine on: answer at +120,
+// greeting and tone at +107, stop and save at +150; each call's result kept.
+struct AnswerResults {
+    int answer = -1;
+    int play = -1;
+    int save = -1;
+};
+void actAsAnswerMachine(MessageLog& log, LineState* state, const TestLineSetup& setup, const std::string& greeting,
+                        const std::string& vxw, AnswerResults& results);
+
+// The SIP tests run inside the private network namespace sip_e2e.sh makes.
+bool inSipTestNetwork();
+
+// baresip, a SIP client we did not write, dials sip:navo@127.0.0.1:navoPort
+// as "name" <sip:number@127.0.0.1>, sends source and hangs up after seconds.
+void startBaresip(QProcess& process, const TestLineSetup& setup, const std::string& name, const std::string& number,
+                  const std::string& source, int navoPort, int seconds);
+
 class SineFiles {
 public:
     static LineSamples sine(double frequency, double seconds, int amplitude = 12000);
