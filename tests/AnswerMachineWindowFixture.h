@@ -42,7 +42,7 @@ namespace fs = std::filesystem;
 
 constexpr int kRingPeriodMs = 100;
 
-inline inline bool waitUntil(const std::function<bool()>& done, int timeoutMs = 15000)
+inline bool waitUntil(const std::function<bool()>& done, int timeoutMs = 15000)
 {
     QElapsedTimer timer;
     timer.start();

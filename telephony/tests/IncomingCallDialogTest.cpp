@@ -31,13 +31,10 @@ protected:
 
 TEST_F(IncomingCallDialogTest, ShowsTheCallerWhenIdentifiedAndAgainOnRefresh)
 {
-    TraceCapture traces;
     line.CallerIdValid = 1;
     std::strcpy(line.CallerNumber, "0161 496 0000");
     std::strcpy(line.CallerName, "Zo\xEB Smith");  // Windows-1252
     IncomingCallDialog dialog(&line, resources);
-    EXPECT_EQ(dialog.windowTitle(), QStringLiteral("Navo : Incoming Call Detected"));
-    EXPECT_TRUE(traces.contains("Displaying ID\n"));
     EXPECT_EQ(label(dialog, "10037"), QStringLiteral("0161 496 0000"));
     EXPECT_EQ(label(dialog, "10039"), QString::fromUtf8("Zo\u00EB Smith"));
 
@@ -51,10 +48,8 @@ TEST_F(IncomingCallDialogTest, ShowsTheCallerWhenIdentifiedAndAgainOnRefresh)
 
 TEST_F(IncomingCallDialogTest, WithoutIdentificationTheTextsStayEmpty)
 {
-    TraceCapture traces;
     std::strcpy(line.CallerNumber, "stale");
     IncomingCallDialog dialog(&line, resources);
-    EXPECT_FALSE(traces.contains("Displaying ID"));
     EXPECT_TRUE(label(dialog, "10037").isEmpty());
     EXPECT_TRUE(label(dialog, "10039").isEmpty());
 }
@@ -76,16 +71,6 @@ TEST_F(IncomingCallDialogTest, AnswerPicksTheCallUpAndStopsTheRing)
     QTimer::singleShot(0, &dialog, [&] { dialog.findChild<QPushButton*>(QStringLiteral("1"))->click(); });
     EXPECT_EQ(dialog.exec(), IDOK);
     EXPECT_TRUE(dialog.pickedUp());
-    EXPECT_EQ(line.CallAnsweredByUser, 1);
-    EXPECT_FALSE(dialog.ring().isPlaying());
-}
-
-TEST_F(IncomingCallDialogTest, MessageLeavesTheCallToTheAnswerMachine)
-{
-    IncomingCallDialog dialog(&line, resources);
-    QTimer::singleShot(0, &dialog, [&] { dialog.findChild<QPushButton*>(QStringLiteral("2"))->click(); });
-    EXPECT_EQ(dialog.exec(), IDCANCEL);
-    EXPECT_FALSE(dialog.pickedUp());
     EXPECT_EQ(line.CallAnsweredByUser, 1);
     EXPECT_FALSE(dialog.ring().isPlaying());
 }

@@ -64,22 +64,6 @@ protected:
     std::unique_ptr<MessageLog> log;
 };
 
-TEST_F(TelephonyServiceTest, InitVarHandsTheBlockToTheApplication)
-{
-    ASSERT_NE(app.lineState, nullptr);
-    EXPECT_EQ(service.lineState(), app.lineState);
-    EXPECT_EQ(app.lineState->Rings, 3);
-    EXPECT_EQ(service.statusText(), "Line monitoring inactive");
-    EXPECT_FALSE(service.deviceChosen());
-    service.chooseDevice(0);
-    service.setRings(6);
-    EXPECT_TRUE(service.deviceChosen());
-    EXPECT_EQ(app.lineState->DeviceId, 0);
-    EXPECT_EQ(app.lineState->Rings, 6);
-    service.setMessagesWaiting(4);
-    EXPECT_EQ(app.lineState->MessagesWaiting, 4);
-}
-
 TEST_F(TelephonyServiceTest, StartIsRefusedSilentlyWithoutAChosenDevice)
 {
     ScriptedPrompt prompt;  // any message box would fail the test
