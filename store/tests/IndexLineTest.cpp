@@ -142,6 +142,19 @@ TEST_F(LineFileTest, ReadLineByTypeAndPosition)
     EXPECT_FALSE(family::markDeleted(path("Telvarine.vxr"), "00000012", 401));
 }
 
+// TMPDIR for the test's lifetime.
+struct TemporaryFolderIs {
+    explicit TemporaryFolderIs(const QByteArray& folder) { qputenv("TMPDIR", folder); }
+    ~TemporaryFolderIs()
+    {
+        if (saved.isNull())
+            qunsetenv("TMPDIR");
+        else
+            qputenv("TMPDIR", saved);
+    }
+    const QByteArray saved = qgetenv("TMPDIR");
+};
+
 TEST(Workspace, PrivateFolderClearedByPatternAndRemoved)
 {
     AppData app;
@@ -166,8 +179,7 @@ TEST(Workspace, NextStartRemovesTheWorkspacesOfEndedNavosOnly)
 {
     namespace fs = std::filesystem;
     QTemporaryDir tmp;
-    const QByteArray saved = qgetenv("TMPDIR");
-    qputenv("TMPDIR", tmp.path().toLocal8Bit());
+    const TemporaryFolderIs temporary(tmp.path().toLocal8Bit());
     ::umask(022);
     AppData mine;
     ASSERT_EQ(workspace::Workspace(mine, workspace::kCreate, "*.*"), 0);
@@ -253,21 +265,12 @@ TEST(Workspace, NextStartRemovesTheWorkspacesOfEndedNavosOnly)
     for (AppData* app : {&mine, &next, &third})
         workspace::Workspace(*app, workspace::kRemove, "*.*");
     EXPECT_FALSE(fs::exists(mine.TempDir));
-    if (saved.isNull())
-        qunsetenv("TMPDIR");
-    else
-        qputenv("TMPDIR", saved);
 }
 
 TEST(Workspace, UnusableTemporaryFolderIsError119)
 {
-    const QByteArray saved = qgetenv("TMPDIR");
-    qputenv("TMPDIR", "/nonexistent/navo-test-tmp");
+    const TemporaryFolderIs temporary("/nonexistent/navo-test-tmp");
     AppData app;
     EXPECT_EQ(workspace::Workspace(app, workspace::kCreate, "*.*"), 119);
     EXPECT_TRUE(app.TempDir.empty());
-    if (saved.isNull())
-        qunsetenv("TMPDIR");
-    else
-        qputenv("TMPDIR", saved);
 }

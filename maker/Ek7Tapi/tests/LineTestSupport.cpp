@@ -31,12 +31,6 @@ void ScopedEnvironment::set(const char* name, const std::string& value)
     qputenv(name, QByteArray::fromStdString(value));
 }
 
-void ScopedEnvironment::unset(const char* name)
-{
-    if (m_saved.count(name) == 0) {
-        const char* old = std::getenv(name);
-        m_saved[name] = old != nullptr ? std::optional<std::string>(old) : std::nullopt;
-    }
     qunsetenv(name);
 }
 

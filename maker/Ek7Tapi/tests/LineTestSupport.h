@@ -25,7 +25,6 @@ public:
     ScopedEnvironment(const ScopedEnvironment&) = delete;
     ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
     void set(const char* name, const std::string& value);
-    void unset(const char* name);
 
 private:
     std::map<std::string, std::optional<std::string>> m_saved;
@@ -36,7 +35,6 @@ private:
 class TestLineSetup {
 public:
     explicit TestLineSetup(int ringPeriodMs = 200, const std::string& providers = "test line");
-    const QTemporaryDir& folder() const { return m_folder; }
     std::string path(const std::string& name) const;
     std::string socketPath() const { return path("line.sock"); }
     int ringPeriodMs() const { return m_ringPeriodMs; }
