@@ -31,9 +31,6 @@ void ScopedEnvironment::set(const char* name, const std::string& value)
     qputenv(name, QByteArray::fromStdString(value));
 }
 
-    qunsetenv(name);
-}
-
 TestLineSetup::TestLineSetup(int ringPeriodMs, const std::string& providers) : m_ringPeriodMs(ringPeriodMs)
 {
     m_environment.set("NAVO_TAPI_MODULE", modulePath());
