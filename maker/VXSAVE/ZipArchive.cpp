@@ -4,6 +4,8 @@
 #include "platform/FileOps.h"
 
 #include <cerrno>
+#include <cstdlib>
+#include <cstring>
 #include <vector>
 
 namespace vxsave {
@@ -87,14 +89,24 @@ int ZipArchive::open(const std::string& path, Mode mode)
         m_zip = zip_open(path.c_str(), flags, &error);
         return m_zip == nullptr ? codeFromZipError(error) : kVxOk;
     }
-    if (mode == Mode::Modify && fileops::readWholeFile(path, &m_original) != 0)
+    std::string original;
+    if (mode == Mode::Modify && fileops::readWholeFile(path, &original) != 0)
         return kVxErrRead;
+    // libzip takes the bytes over (and frees them when it writes its new
+    // archive), so they are handed over in memory of its own kind.
+    void* bytes = original.empty() ? nullptr : std::malloc(original.size());
+    if (!original.empty() && bytes == nullptr)
+        return kVxErrRead;
+    if (bytes != nullptr)
+        std::memcpy(bytes, original.data(), original.size());
     zip_error_t sourceError;
     zip_error_init(&sourceError);
-    m_memory = zip_source_buffer_create(m_original.data(), m_original.size(), 0, &sourceError);
+    m_memory = zip_source_buffer_create(bytes, original.size(), 1, &sourceError);
     zip_error_fini(&sourceError);
-    if (m_memory == nullptr)
+    if (m_memory == nullptr) {
+        std::free(bytes);
         return mode == Mode::Create ? kVxErrWrite : kVxErrRead;
+    }
     // Kept past zip_close, which writes the new archive into it.
     zip_source_keep(m_memory);
     zip_error_init(&sourceError);
@@ -207,8 +219,12 @@ int ZipArchive::close()
         m_zip = nullptr;
         return kVxOk;
     }
-    // An archive left with no entries is removed, as libzip does with files.
-    if (count() == 0) {
+    // An archive left with no entries is removed, as libzip does with files
+    // (deleted entries still count until the archive is written).
+    bool empty = true;
+    for (std::int64_t i = 0; empty && i < count(); ++i)
+        empty = zip_get_name(m_zip, static_cast<zip_uint64_t>(i), 0) == nullptr;
+    if (empty) {
         zip_discard(m_zip);
         m_zip = nullptr;
         const int err = fileops::removeFile(m_path);

@@ -61,10 +61,8 @@ private:
     int writeOut();
 
     zip_t* m_zip = nullptr;
-    // The archive in memory, for Modify and Create; m_original holds the
-    // bytes it was opened from.
+    // The archive in memory, for Modify and Create.
     zip_source_t* m_memory = nullptr;
-    std::string m_original;
     std::string m_path;
 };
 
