@@ -247,19 +247,23 @@ TEST_F(MciTest, SaveGoesThroughTempVxwAndReplacesTheTarget)
     WaveAudio::close(again);
 }
 
-TEST_F(MciTest, SaveOnAFullDiskLosesNothingAndCanBeRetried)
+TEST_F(MciTest, SaveOnAFullDiskOrAFailedSyncLosesNothingAndCanBeRetried)
 {
     const std::string target = dir.file("record.wav");
     std::ofstream(target) << "old recording";
     const MCIDEVICEID device = WaveAudio::open(original);
     recordStretch(device, 1000, 1200, MCI_RECORD_INSERT);
-    fileops::setFaultPlan(fileops::FaultPlan::diskFullAfter(5000));
-    EXPECT_EQ(WaveAudio::save(dir.path(), target, device), MCIERR_FILE_NOT_SAVED);
-    EXPECT_FALSE(fs::exists(dir.file("temp.vxw")));
-    EXPECT_FALSE(fs::exists(dir.file("temp.vxw.part")));
-    const auto old = readFile(target);
-    EXPECT_EQ(std::string(old.begin(), old.end()), "old recording");
-    ASSERT_NE(mciWaveDevice(device), nullptr);  // still open, sound and all
+    fileops::FaultPlan failedSync;
+    failedSync.failSyncAt = 1;
+    for (const fileops::FaultPlan& plan : {fileops::FaultPlan::diskFullAfter(5000), failedSync}) {
+        fileops::setFaultPlan(plan);
+        EXPECT_EQ(WaveAudio::save(dir.path(), target, device), MCIERR_FILE_NOT_SAVED);
+        EXPECT_FALSE(fs::exists(dir.file("temp.vxw")));
+        EXPECT_FALSE(fs::exists(dir.file("temp.vxw.part")));
+        const auto old = readFile(target);
+        EXPECT_EQ(std::string(old.begin(), old.end()), "old recording");
+        ASSERT_NE(mciWaveDevice(device), nullptr);  // still open, sound and all
+    }
     fileops::clearFaultPlan();
     ASSERT_EQ(WaveAudio::save(dir.path(), target, device), 0u);
     EXPECT_EQ(toSamples16(waveData(readFile(target))), join({countingUp(8000), countingDown(1600)}));
