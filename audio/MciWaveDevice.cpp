@@ -5,6 +5,7 @@
 
 #include "audio/PeakLevels.h"
 #include "audio/RecordingFlags.h"
+#include "platform/FileOps.h"
 #include "platform/Sleep.h"
 #include "platform/Trace.h"
 #include "platform/WindowMessages.h"
@@ -300,7 +301,7 @@ MCIERROR MciWaveDevice::writeWave(const std::string& path) const
     auto fail = [&]() {
         OutputDebugString("MCI save failed: " + out.errorText() + "\n");
         out.close();
-        std::remove(part.c_str());
+        fileops::removeFile(part);
         return MCIERR_FILE_NOT_SAVED;
     };
     unsigned char head[44];
@@ -328,13 +329,13 @@ MCIERROR MciWaveDevice::writeWave(const std::string& path) const
     });
     if (ok && pad != 0)
         ok = out.write("", 1);
-    if (!ok)
+    // On disk before it takes the old file's name: a power cut then leaves
+    // the old wave or the new one.
+    if (!ok || !out.sync())
         return fail();
     out.close();
-    std::error_code ec;
-    std::filesystem::rename(part, path, ec);
-    if (ec) {
-        std::remove(part.c_str());
+    if (fileops::renameFile(part, path) != 0) {
+        fileops::removeFile(part);
         return MCIERR_FILE_NOT_SAVED;
     }
     return 0;

@@ -1,12 +1,12 @@
 #include "audio/WaveAudio.h"
 
 #include "audio/MciSendCommand.h"
+#include "platform/FileOps.h"
 #include "platform/Trace.h"
 #include "platform/audio/WaveFormats.h"
 
 #include <cstdio>
-#include <filesystem>
-#include <system_error>
+#include <cstring>
 
 namespace {
 
@@ -198,10 +198,9 @@ MCIERROR WaveAudio::save(const std::string& workspace, const std::string& target
     close(device);
     // rename() replaces the target in one step, so there is never a moment
     // with neither the old nor the new file.
-    std::error_code ec;
-    std::filesystem::rename(temporary, target, ec);
-    if (ec) {
-        OutputDebugString("Cannot rename " + temporary + " to " + target + ": " + ec.message() + "\n");
+    const int err = fileops::renameFile(temporary, target);
+    if (err != 0) {
+        OutputDebugString("Cannot rename " + temporary + " to " + target + ": " + std::strerror(err) + "\n");
         return MCIERR_FILE_NOT_SAVED;
     }
     return 0;

@@ -7,6 +7,7 @@
 #include "platform/Profile.h"
 
 #include "platform/Codepage.h"
+#include "platform/FileOps.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -183,20 +184,6 @@ ReadStatus readFile(const char* path, std::string& text)
     return ReadStatus::Ok;
 }
 
-bool writeAll(int fd, const std::string& data)
-{
-    std::size_t done = 0;
-    while (done < data.size()) {
-        const ssize_t n = ::write(fd, data.data() + done, data.size() - done);
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n <= 0)
-            return false;
-        done += static_cast<std::size_t>(n);
-    }
-    return true;
-}
-
 // Replaces the file with content through a temporary file in the same folder
 // and a rename, so that readers and a crash see the old or the new file whole,
 // and a failure anywhere leaves the old one. Keeps the permission bits (and,
@@ -247,9 +234,9 @@ bool replaceFile(const char* path, const std::string& content)
             }
         }
     }
-    ok = ok && writeAll(fd, content) && ::fsync(fd) == 0;
+    ok = ok && fileops::writeAll(fd, content.data(), content.size()) == 0 && fileops::syncFile(fd) == 0;
     ok = ::close(fd) == 0 && ok;
-    ok = ok && ::rename(temp.c_str(), target.c_str()) == 0;
+    ok = ok && fileops::renameFile(temp, target) == 0;
     if (!ok)
         ::unlink(temp.c_str());
     return ok;

@@ -2,10 +2,10 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <memory>
 
 #include "maker/VXSAVE/VXSAVE.h"
+#include "platform/FileOps.h"
 #include "store/ComponentFiles.h"
 #include "store/IndexLine.h"
 
@@ -57,8 +57,8 @@ long replaceRecordLine(const std::string& recordFileName, const std::string& wor
     {
         File familyIn = openFile(familyPath, "rb");
         File lineIn = openFile(lineFile, "rb");
-        File temp = openFile(tempPath, "wb");
-        if (!familyIn || !lineIn || !temp)
+        fileops::UniqueFd temp(fileops::openFile(tempPath, fileops::Access::CreateTruncate));
+        if (!familyIn || !lineIn || !temp.valid())
             return 0;
         std::string newLine(indexline::kLineBytes, '\0');
         if (std::fread(newLine.data(), 1, newLine.size(), lineIn.get()) != newLine.size())
@@ -66,25 +66,28 @@ long replaceRecordLine(const std::string& recordFileName, const std::string& wor
         const std::string recId = indexline::field(newLine, 1);
 
         std::string line(indexline::kLineBytes, '\0');
+        std::string pending;  // written in large pieces, not line by line
         long position = 0;
         std::size_t got;
         while ((got = std::fread(line.data(), 1, line.size(), familyIn.get())) > 0) {
             const std::string current = line.substr(0, got);
             const bool replace = got == line.size() && sameRecId(current, recId);
-            const std::string& out = replace ? newLine : current;
             if (replace)
                 written = position;
-            if (std::fwrite(out.data(), 1, out.size(), temp.get()) != out.size())
-                return 0;
-            position += static_cast<long>(out.size());
+            pending += replace ? newLine : current;
+            position += static_cast<long>(got);
+            if (pending.size() >= 256 * 1024) {
+                if (fileops::writeAll(temp.get(), pending.data(), pending.size()) != 0)
+                    return 0;
+                pending.clear();
+            }
         }
-        if (std::fflush(temp.get()) != 0)
+        if (fileops::writeAll(temp.get(), pending.data(), pending.size()) != 0 || temp.close() != 0)
             return 0;
     }
-    std::error_code error;
     // No line of that RecID (or only one at 0): nothing may change.
     if (written == 0) {
-        std::filesystem::remove(tempPath, error);
+        fileops::removeFile(tempPath);
         return 0;
     }
     // The rewritten record file and the family file with its new line go
@@ -95,28 +98,36 @@ long replaceRecordLine(const std::string& recordFileName, const std::string& wor
     if (VXsaveVXZWith(recordFileName.c_str(), workspace.c_str(), storePath.c_str(), extra.c_str(), sources, members,
                       1)
         > 0) {
-        std::filesystem::remove(tempPath, error);
+        fileops::removeFile(tempPath);
         return 0;
     }
-    std::filesystem::copy_file(tempPath, familyPath, std::filesystem::copy_options::overwrite_existing, error);
-    std::filesystem::remove(tempPath);
-    if (error)
+    if (fileops::renameFile(tempPath, familyPath) != 0) {
+        fileops::removeFile(tempPath);
         return 0;
+    }
     return written;
 }
 
-bool markDeleted(const std::string& familyPath, const std::string& recIdText, long position)
+bool markDeleted(const std::string& familyPath, const std::string& recIdText, long position, bool* failed)
 {
-    File file = openFile(familyPath, "r+b");
-    if (!file || std::fseek(file.get(), position, SEEK_SET) != 0)
+    if (failed != nullptr)
+        *failed = false;
+    fileops::UniqueFd file(fileops::openFile(familyPath, fileops::Access::ReadWrite));
+    if (!file.valid() || position < 0)
         return false;
+    const auto at = static_cast<std::uint64_t>(position);
     std::string line(indexline::kLineBytes, '\0');
-    if (std::fread(line.data(), 1, line.size(), file.get()) != line.size() || !sameRecId(line, recIdText))
+    std::size_t got = 0;
+    if (fileops::preadUpTo(file.get(), line.data(), line.size(), at, &got) != 0 || got != line.size()
+        || !sameRecId(line, recIdText))
         return false;
     const std::string first = indexline::field(line, 1);
-    if (first.size() != 8 || std::fseek(file.get(), position, SEEK_SET) != 0)
+    if (first.size() != 8)
         return false;
-    return std::fwrite(indexline::kDeletedRecId, 1, 8, file.get()) == 8 && std::fflush(file.get()) == 0;
+    const bool marked = fileops::pwriteAll(file.get(), indexline::kDeletedRecId, 8, at) == 0;
+    if (failed != nullptr)
+        *failed = !marked;
+    return marked;
 }
 
 }  // namespace family

@@ -28,7 +28,9 @@ long replaceRecordLine(const std::string& recordFileName, const std::string& wor
                        const std::string& familyName, const std::string& lineFile);
 
 // Marks the line of recId at position dead ("99999999" in its RecID field) so
-// that store compression drops it. False when the line is not there.
-bool markDeleted(const std::string& familyPath, const std::string& recIdText, long position);
+// that store compression drops it. False when the line is not there, or when
+// it could not be marked (*failed then says so: the record must stay).
+bool markDeleted(const std::string& familyPath, const std::string& recIdText, long position,
+                 bool* failed = nullptr);
 
 }  // namespace family

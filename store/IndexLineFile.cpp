@@ -1,26 +1,16 @@
 #include "store/IndexLineFile.h"
 
-#include <cstdio>
-#include <memory>
-
 #include "platform/FileLock.h"
+#include "platform/FileOps.h"
 #include "store/IndexLine.h"
 
 namespace indexlinefile {
 
 namespace {
-struct FileCloser {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, FileCloser>;
-
 // Opened for writing, created when absent, never truncated.
-File openForWriting(const std::string& path)
+fileops::UniqueFd openForWriting(const std::string& path)
 {
-    File file(std::fopen(path.c_str(), "r+b"));
-    if (!file)
-        file.reset(std::fopen(path.c_str(), "w+b"));
-    return file;
+    return fileops::UniqueFd(fileops::openFile(path, fileops::Access::ReadWriteCreate));
 }
 }  // namespace
 
@@ -31,30 +21,24 @@ std::pair<long long, long long> appendLockRange(long long endOffset)
 
 int rewriteFromColumns(const std::string& path, const std::vector<std::string>& columns)
 {
-    File file = openForWriting(path);
-    if (!file)
+    fileops::UniqueFd file = openForWriting(path);
+    if (!file.valid())
         return 0;
     const std::string line = indexline::fromColumns(columns);
-    if (std::fwrite(line.data(), 1, line.size(), file.get()) != line.size() || std::fflush(file.get()) != 0)
-        return 0;
-    return 1;
+    return fileops::pwriteAll(file.get(), line.data(), line.size(), 0) == 0 && file.close() == 0 ? 1 : 0;
 }
 
 int appendLocked(const std::string& path, const std::string& line)
 {
-    File file = openForWriting(path);
-    if (!file || std::fseek(file.get(), 0, SEEK_END) != 0)
+    fileops::UniqueFd file = openForWriting(path);
+    fileops::FileInfo info;
+    if (!file.valid() || fileops::infoOf(file.get(), &info) != 0)
         return 0;
-    const long end = std::ftell(file.get());
-    if (end < 0)
-        return 0;
-    const auto [offset, length] = appendLockRange(end);
+    const auto [offset, length] = appendLockRange(static_cast<long long>(info.size));
     FileRangeLock lock(file.get(), static_cast<std::uint64_t>(offset), static_cast<std::uint64_t>(length));
     if (!lock.ok())
         return 0;
-    const bool written = std::fwrite(line.data(), 1, line.size(), file.get()) == line.size() &&
-                         std::fflush(file.get()) == 0;
-    return written ? 1 : 0;
+    return fileops::pwriteAll(file.get(), line.data(), line.size(), info.size) == 0 ? 1 : 0;
 }
 
 }  // namespace indexlinefile

@@ -30,11 +30,16 @@ int deleteRecords(AppData& app, const std::vector<std::string>& recIdTexts)
         Ek7IndexField(1, record.data(), type.data());
         Ek7IndexField(3, record.data(), position.data());
         const std::string familyName = components::familyFileForType(std::atoi(type.data()));
-        // A line already gone from its family file needs no mark.
+        // A line already gone from its family file needs no mark. A line
+        // that cannot be marked (a full disk) stops the whole deletion before
+        // the store sees any of it, as a failed store update does.
+        bool markFailed = false;
         if (!familyName.empty() &&
             family::markDeleted(components::workspacePath(app.TempDir, familyName), recIdText,
-                                std::atol(position.data())))
+                                std::atol(position.data()), &markFailed))
             touched.insert(familyName);
+        if (markFailed)
+            return static_cast<int>(recIdTexts.size());
 
         Ek7IndexEntry entry{};
         entry.storeLocation1 = index.c_str();

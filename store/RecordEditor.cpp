@@ -1,12 +1,12 @@
 #include "store/RecordEditor.h"
 
 #include <cstdlib>
-#include <filesystem>
 #include <vector>
 
 #include "core/AppData.h"
 #include "maker/Ek7Index/Ek7Index.h"
 #include "maker/VXSAVE/VXSAVE.h"
+#include "platform/FileOps.h"
 #include "store/ComponentFiles.h"
 #include "store/FamilyFile.h"
 #include "store/IndexLine.h"
@@ -64,10 +64,10 @@ int RecordEditor::load(const std::string& recIdText, EditableRecord* record)
     std::vector<std::string> members;
     const int opened = VXopenVXZ(recordFile.c_str(), m_app.TempDir.c_str());
     if (opened != 0 || VXlistMembers(recordFile.c_str(), &members) != 0) {
-        std::filesystem::remove(recordFile);
+        fileops::removeFile(recordFile);
         return opened != 0 ? opened : kCannotRead;
     }
-    std::filesystem::remove(recordFile);
+    fileops::removeFile(recordFile);
     for (const std::string& member : members) {
         const std::size_t dot = member.rfind('.');
         if (dot != std::string::npos && member.substr(dot) == ".vxl")
@@ -81,7 +81,7 @@ int RecordEditor::load(const std::string& recIdText, EditableRecord* record)
     *record = loaded;
     for (const std::string& member : members)
         if (member != record->baseName + ".vxl" && member != record->baseName + ".vxs")
-            std::filesystem::remove(components::workspacePath(m_app.TempDir, member));
+            fileops::removeFile(components::workspacePath(m_app.TempDir, member));
     return loaded.locked ? kLocked : 0;
 }
 
@@ -122,9 +122,8 @@ int RecordEditor::save(const EditableRecord& record, const std::string& subject,
 
 void RecordEditor::discard(const EditableRecord& record)
 {
-    std::error_code error;
     for (const std::string& path : {RecordFiler::wavePath(m_app.TempDir, record.baseName),
                                     RecordFiler::linePath(m_app.TempDir, record.baseName),
                                     RecordFiler::infoPath(m_app.TempDir, record.baseName)})
-        std::filesystem::remove(path, error);
+        fileops::removeFile(path);
 }

@@ -1,13 +1,12 @@
 #include "store/RecordFiler.h"
 
-#include <filesystem>
-
 #include "core/AppData.h"
 #include "core/ShowCodedMessage.h"
 #include "maker/Ek7Index/Ek7Index.h"
 #include "maker/VXSAVE/VXSAVE.h"
 #include "maker/ek7vxrps/ek7vxrps.h"
 #include "maker/ZOLO/ZOLODATE.h"
+#include "platform/FileOps.h"
 #include "platform/Trace.h"
 #include "store/ComponentFiles.h"
 #include "store/FamilyFile.h"
@@ -84,9 +83,8 @@ int RecordFiler::save(RecordingToFile& recording, RecordingSource& source)
     // Not filed: the work files are all there is of the recording.
     if (notFiled(result))
         return result;
-    std::error_code error;
     for (const std::string& path : workFiles(m_workspace, recording))
-        std::filesystem::remove(path, error);
+        fileops::removeFile(path);
     OutputDebugString("Saving done closing dialog\n");
     return result;
 }
@@ -133,12 +131,11 @@ int RecordFiler::file(RecordingToFile& recording, RecordingSource& source)
         OutputDebugString("Could not write the index line file\n");
 
     // 7. Everything that goes into the record file must be there.
-    std::error_code error;
     for (const std::string& path : {wave, lineFile, info})
-        if (!std::filesystem::exists(path, error))
+        if (!fileops::fileExists(path))
             return kMissingFile;
     for (const std::string& extra : recording.extraMembers)
-        if (!std::filesystem::exists(components::workspacePath(m_workspace, extra), error))
+        if (!fileops::fileExists(components::workspacePath(m_workspace, extra)))
             return kMissingFile;
 
     // 8. A replaced attachment leaves the record file before it is rewritten.
@@ -166,8 +163,7 @@ void RecordFiler::dropMember(const std::string& recordFileName, const std::strin
     const char* names[] = {recordFileName.c_str()};
     if (DelFile(local.c_str(), member.c_str()) == 0)
         RPS_Put(m_storePath.c_str(), m_workspace.c_str(), names, 1);
-    std::error_code error;
-    std::filesystem::remove(local, error);
+    fileops::removeFile(local);
 }
 
 int RecordFiler::fileNew(const RecordingToFile& recording, const std::string& line, const std::string& wave,

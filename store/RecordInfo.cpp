@@ -5,6 +5,7 @@
 
 #include "maker/VXSAVE/VXSAVE.h"
 #include "maker/ZOLO/ZOLODATE.h"
+#include "platform/FileOps.h"
 #include "platform/UserName.h"
 #include "store/ComponentFiles.h"
 
@@ -72,10 +73,8 @@ namespace recordinfo {
 
 int writeFile(const std::string& path, const RecordInfo& info)
 {
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out << info.serialize();
-    out.flush();
-    return out ? 0 : kAuditWriteFailed;
+    const std::string text = info.serialize();
+    return fileops::writeWholeFile(path, text.data(), text.size()) == 0 ? 0 : kAuditWriteFailed;
 }
 
 int readFile(const std::string& path, RecordInfo* info)

@@ -12,6 +12,7 @@
 #include "audio/RecordingFlags.h"
 #include "maker/Ek7Index/Ek7Index.h"
 #include "maker/VXSAVE/VXSAVE.h"
+#include "platform/FileOps.h"
 #include "platform/Trace.h"
 #include "platform/audio/DiskFile.h"
 #include "platform/audio/WaveFormats.h"
@@ -96,7 +97,7 @@ protected:
     }
     void TearDown() override
     {
-        DiskFile::clearWriteFault();
+        fileops::clearFaultPlan();
         CallbackWindow::registerClass();
         OpenStoreFixture::TearDown();
     }
@@ -567,9 +568,9 @@ TEST_F(RecorderTest, ASaveThatCannotWriteTheSoundKeepsItForAnotherTry)
     const long recId = recorder.recId();
     ScriptedPrompt prompt;
     prompt.answerMessage(IDOK);
-    DiskFile::failWritesAfter(100);
+    fileops::setFaultPlan(fileops::FaultPlan::diskFullAfter(100));
     EXPECT_EQ(recorder.save({"Full disk", "", ""}), DictationRecorder::kKeptOpen);
-    DiskFile::clearWriteFault();
+    fileops::clearFaultPlan();
     ASSERT_EQ(prompt.messages().size(), 1u);
     EXPECT_NE(prompt.messages()[0].text.find("Error 108"), std::string::npos);
     EXPECT_EQ(recorder.state(), DictationRecorder::State::Idle);

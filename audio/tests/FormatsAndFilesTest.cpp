@@ -2,6 +2,7 @@
 // the all-or-nothing appends of DiskFile.
 #include "AudioTestSupport.h"
 
+#include "platform/FileOps.h"
 #include "platform/audio/DiskFile.h"
 #include "platform/audio/Mmio.h"
 #include "platform/audio/WaveFormats.h"
@@ -156,7 +157,7 @@ TEST(Mmio, MemoryFilesReadLikeFilesAndRefuseWrites)
 
 class DiskFileFault : public ::testing::Test {
 protected:
-    void TearDown() override { DiskFile::clearWriteFault(); }
+    void TearDown() override { fileops::clearFaultPlan(); }
     TempFolder dir;
 };
 
@@ -165,11 +166,11 @@ TEST_F(DiskFileFault, AnAppendThatHitsAFullDiskIsTakenBack)
     DiskFile file;
     ASSERT_TRUE(file.open(dir.file("grow"), DiskFile::Mode::CreateAlways));
     ASSERT_TRUE(file.write("12345", 5));
-    DiskFile::failWritesAfter(3);
+    fileops::setFaultPlan(fileops::FaultPlan::diskFullAfter(3));
     EXPECT_FALSE(file.write("abcdef", 6));
     EXPECT_EQ(file.errorText(), "No space left on device");
     EXPECT_EQ(file.size(), 5u);
-    DiskFile::clearWriteFault();
+    fileops::clearFaultPlan();
     ASSERT_TRUE(file.write("XY", 2));
     file.close();
     const std::vector<char> bytes = readFile(dir.file("grow"));

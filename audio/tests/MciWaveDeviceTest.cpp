@@ -9,6 +9,7 @@
 #include "audio/MciSendCommand.h"
 #include "audio/MciWaveDevice.h"
 #include "audio/WaveAudio.h"
+#include "platform/FileOps.h"
 #include "platform/Trace.h"
 #include "platform/audio/DiskFile.h"
 #include "platform/audio/WaveFormats.h"
@@ -60,7 +61,7 @@ protected:
         speaker = dir.file("speaker.wav");
         useVirtualBackend(dir.file("voice.wav"), speaker, false);
     }
-    void TearDown() override { DiskFile::clearWriteFault(); }
+    void TearDown() override { fileops::clearFaultPlan(); }
 
     MCIERROR send(MCIDEVICEID device, UINT message, DWORD flags, void* parms)
     {
@@ -246,20 +247,24 @@ TEST_F(MciTest, SaveGoesThroughTempVxwAndReplacesTheTarget)
     WaveAudio::close(again);
 }
 
-TEST_F(MciTest, SaveOnAFullDiskLosesNothingAndCanBeRetried)
+TEST_F(MciTest, SaveOnAFullDiskOrAFailedSyncLosesNothingAndCanBeRetried)
 {
     const std::string target = dir.file("record.wav");
     std::ofstream(target) << "old recording";
     const MCIDEVICEID device = WaveAudio::open(original);
     recordStretch(device, 1000, 1200, MCI_RECORD_INSERT);
-    DiskFile::failWritesAfter(5000);
-    EXPECT_EQ(WaveAudio::save(dir.path(), target, device), MCIERR_FILE_NOT_SAVED);
-    EXPECT_FALSE(fs::exists(dir.file("temp.vxw")));
-    EXPECT_FALSE(fs::exists(dir.file("temp.vxw.part")));
-    const auto old = readFile(target);
-    EXPECT_EQ(std::string(old.begin(), old.end()), "old recording");
-    ASSERT_NE(mciWaveDevice(device), nullptr);  // still open, sound and all
-    DiskFile::clearWriteFault();
+    fileops::FaultPlan failedSync;
+    failedSync.failSyncAt = 1;
+    for (const fileops::FaultPlan& plan : {fileops::FaultPlan::diskFullAfter(5000), failedSync}) {
+        fileops::setFaultPlan(plan);
+        EXPECT_EQ(WaveAudio::save(dir.path(), target, device), MCIERR_FILE_NOT_SAVED);
+        EXPECT_FALSE(fs::exists(dir.file("temp.vxw")));
+        EXPECT_FALSE(fs::exists(dir.file("temp.vxw.part")));
+        const auto old = readFile(target);
+        EXPECT_EQ(std::string(old.begin(), old.end()), "old recording");
+        ASSERT_NE(mciWaveDevice(device), nullptr);  // still open, sound and all
+    }
+    fileops::clearFaultPlan();
     ASSERT_EQ(WaveAudio::save(dir.path(), target, device), 0u);
     EXPECT_EQ(toSamples16(waveData(readFile(target))), join({countingUp(8000), countingDown(1600)}));
 }
@@ -268,11 +273,11 @@ TEST_F(MciTest, AFullDiskWhileRecordingFailsTheRecordingButKeepsWhatWasWritten)
 {
     const MCIDEVICEID device = WaveAudio::open(original);
     ASSERT_EQ(WaveAudio::seekEnd(device), 0u);
-    DiskFile::failWritesAfter(1600);  // two 50 ms buffers
+    fileops::setFaultPlan(fileops::FaultPlan::diskFullAfter(1600));  // two 50 ms buffers
     ASSERT_EQ(WaveAudio::record(window.handle(), true, device), 0u);
     ASSERT_TRUE(pumpUntil([&] { return window.count(MM_MCINOTIFY) > 0; }, 5000));
     EXPECT_EQ(window.messages.back().wParam, MCI_NOTIFY_FAILURE);
-    DiskFile::clearWriteFault();
+    fileops::clearFaultPlan();
     EXPECT_EQ(WaveAudio::mode(device), MCI_MODE_STOP);
     EXPECT_EQ(WaveAudio::length(3, device), 8800u);
     EXPECT_EQ(saved(device), join({countingUp(8000), countingDown(800)}));

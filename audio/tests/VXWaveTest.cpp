@@ -5,6 +5,7 @@
 #include "AudioTestSupport.h"
 
 #include "audio/VXWave.h"
+#include "platform/FileOps.h"
 #include "platform/Trace.h"
 #include "platform/audio/DiskFile.h"
 #include "platform/audio/WaveApi.h"
@@ -67,7 +68,7 @@ protected:
         wave.RawDataPath = dir.file("data.wav");
         wave.WavePath = dir.file("record.wav");
     }
-    void TearDown() override { DiskFile::clearWriteFault(); }
+    void TearDown() override { fileops::clearFaultPlan(); }
 
     // Starts a run the way the recorders do.
     void startRun(int quality, int divisor = 5)
@@ -286,10 +287,10 @@ TEST_F(VXWaveTest, AppendReportsWhichFileItCouldNotOpenOrWrite)
     // A full disk part way: the raw data file keeps only whole runs.
     wave.RawDataPath = goodData;
     ASSERT_EQ(wave.Append(), 0);
-    DiskFile::failWritesAfter(1000);
+    fileops::setFaultPlan(fileops::FaultPlan::diskFullAfter(1000));
     EXPECT_EQ(wave.Append(), 221);
     EXPECT_EQ(sizeOf(goodData), 3200u);
-    DiskFile::clearWriteFault();
+    fileops::clearFaultPlan();
     ASSERT_EQ(wave.Append(), 0);
     EXPECT_EQ(sizeOf(goodData), 6400u);
 }
@@ -301,22 +302,22 @@ TEST_F(VXWaveTest, SaveOnAFullDiskFailsCleanlyAndCanBeRetried)
     feed(sound);
     stopRun();
     ASSERT_EQ(wave.Append(), 0);
-    DiskFile::failWritesAfter(4000);
+    fileops::setFaultPlan(fileops::FaultPlan::diskFullAfter(4000));
     EXPECT_EQ(wave.SaveWaveFile(), 99);
     EXPECT_FALSE(fs::exists(wave.WavePath));
     EXPECT_EQ(readFile(wave.RawDataPath), sound);
-    DiskFile::clearWriteFault();
+    fileops::clearFaultPlan();
     ASSERT_EQ(wave.SaveWaveFile(), 0);
     EXPECT_EQ(waveData(readFile(wave.WavePath)), sound);
 
     // A raw record file that fills the disk keeps what fitted.
     startRun(0);
     feed(pattern(3200, 5));
-    DiskFile::failWritesAfter(100);
+    fileops::setFaultPlan(fileops::FaultPlan::diskFullAfter(100));
     feed(pattern(3200, 6));
     EXPECT_EQ(sizeOf(wave.RawRecordPath), 3200u);
     EXPECT_EQ(wave.LastError, "Record: Failed to write recorded data\nNo space left on device");
-    DiskFile::clearWriteFault();
+    fileops::clearFaultPlan();
     stopRun();
     EXPECT_EQ(wave.dataSize(), 3200u);
 }

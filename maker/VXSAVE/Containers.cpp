@@ -6,11 +6,8 @@
 
 #include "maker/VXSAVE/ReservedNames.h"
 #include "maker/VXSAVE/ZipArchive.h"
-#include "maker/ek7vxrps/FileOps.h"
 #include "maker/ek7vxrps/ek7vxrps.h"
-
-#include <fcntl.h>
-#include <sys/stat.h>
+#include "platform/FileOps.h"
 
 #include <algorithm>
 #include <cstring>
@@ -21,12 +18,12 @@ using vxsave::ZipArchive;
 
 bool isStore(const char* path)
 {
-    rps::UniqueFd fd(rps::openFile(path, O_RDONLY));
+    fileops::UniqueFd fd(fileops::openFile(path, fileops::Access::Read));
     if (!fd.valid())
         return false;
     char header[16] = {};
     std::size_t got = 0;
-    return rps::readUpTo(fd.get(), header, sizeof header, &got) == 0 && got == sizeof header
+    return fileops::readUpTo(fd.get(), header, sizeof header, &got) == 0 && got == sizeof header
            && std::memcmp(header, "SQLite format 3", sizeof header) == 0;
 }
 
@@ -42,7 +39,7 @@ auto guarded(Body body, decltype(body()) onException) noexcept -> decltype(body(
 
 // Writes entry index of the archive to folder/name, complete or not at all.
 int extractEntry(const ZipArchive& zip, std::int64_t index, const std::string& folder, const std::string& name,
-                 rps::TempFile* file)
+                 fileops::TempFile* file)
 {
     if (file->create(folder, name) != 0)
         return kVxErrExtract;
@@ -53,10 +50,10 @@ int extractEntry(const ZipArchive& zip, std::int64_t index, const std::string& f
 }
 
 // The permissions a changed archive should keep; new ones get 0600.
-mode_t modeOf(const char* path)
+unsigned modeOf(const char* path)
 {
-    struct stat st {};
-    return ::stat(path, &st) == 0 ? (st.st_mode & 0777) : 0600;
+    fileops::FileInfo info;
+    return fileops::infoOf(path, &info) == 0 ? (info.mode & 0777) : 0600;
 }
 
 }  // namespace
@@ -78,13 +75,13 @@ int VXopenVXZ(const char* recordFile, const char* workspace)
                 return kVxErrDamaged;
         // All members are written under temporary names first; a damaged
         // one found halfway leaves the workspace as it was.
-        std::vector<rps::TempFile> files(names.size());
+        std::vector<fileops::TempFile> files(names.size());
         for (std::size_t i = 0; i < names.size(); ++i) {
             code = extractEntry(zip, static_cast<std::int64_t>(i), workspace, names[i], &files[i]);
             if (code != kVxOk)
                 return code;
         }
-        for (rps::TempFile& file : files) {
+        for (fileops::TempFile& file : files) {
             if (file.publish() != 0)
                 return kVxErrExtract;
         }
@@ -96,7 +93,7 @@ int ExtractFile(const char* container, const char* member, const char* destFolde
 {
     if (container == nullptr || member == nullptr || destFolder == nullptr)
         return kVxErrExtract;
-    if (!rps::isPlainFileName(member))
+    if (!fileops::isPlainFileName(member))
         return kVxErrDamaged;
     return guarded([&] {
         if (isStore(container)) {
@@ -113,7 +110,7 @@ int ExtractFile(const char* container, const char* member, const char* destFolde
         const std::int64_t index = zip.find(member);
         if (index < 0)
             return kVxErrExtract;
-        rps::TempFile file;
+        fileops::TempFile file;
         code = extractEntry(zip, index, destFolder, member, &file);
         if (code == kVxOk && file.publish() != 0)
             code = kVxErrExtract;
@@ -123,7 +120,7 @@ int ExtractFile(const char* container, const char* member, const char* destFolde
 
 int CheckForFile(const char* container, const char* member)
 {
-    if (container == nullptr || member == nullptr || !rps::isPlainFileName(member))
+    if (container == nullptr || member == nullptr || !fileops::isPlainFileName(member))
         return kVxAbsent;
     return guarded([&] {
         if (isStore(container))
@@ -137,7 +134,7 @@ int CheckForFile(const char* container, const char* member)
 
 long long CheckFileSize(const char* container, const char* member)
 {
-    if (container == nullptr || member == nullptr || !rps::isPlainFileName(member))
+    if (container == nullptr || member == nullptr || !fileops::isPlainFileName(member))
         return -1;
     return guarded([&]() -> long long {
         std::uint64_t size = 0;
@@ -155,7 +152,7 @@ long long CheckFileSize(const char* container, const char* member)
 
 int DelFile(const char* container, const char* member)
 {
-    if (container == nullptr || member == nullptr || !rps::isPlainFileName(member))
+    if (container == nullptr || member == nullptr || !fileops::isPlainFileName(member))
         return kVxErrExtract;
     return guarded([&] {
         if (isStore(container)) {
@@ -170,7 +167,7 @@ int DelFile(const char* container, const char* member)
                                   || kind == kRpsClassNotStore;
             return notThere ? kVxErrExtract : kVxErrWrite;
         }
-        const mode_t mode = modeOf(container);
+        const unsigned mode = modeOf(container);
         ZipArchive zip;
         int code = zip.open(container, ZipArchive::Mode::Modify);
         std::vector<std::string> names;
@@ -191,10 +188,10 @@ int DelFile(const char* container, const char* member)
             // libzip deletes an archive left with no entries; the record file
             // must stay, so it is written back as an empty archive.
             static const char kEmptyZip[22] = {'P', 'K', 5, 6};
-            if (rps::writeWholeFile(container, kEmptyZip, sizeof kEmptyZip) != 0)
+            if (fileops::writeWholeFile(container, kEmptyZip, sizeof kEmptyZip) != 0)
                 return kVxErrWrite;
         }
-        ::chmod(container, mode);
+        fileops::setFileMode(container, mode);
         return kVxOk;
     }, kVxErrWrite);
 }
@@ -222,10 +219,10 @@ int VXlistMembers(const char* container, std::vector<std::string>* names)
 int VXaddMember(const char* recordFile, const char* sourcePath, const char* memberName)
 {
     if (recordFile == nullptr || sourcePath == nullptr || memberName == nullptr
-        || !rps::isPlainFileName(memberName))
+        || !fileops::isPlainFileName(memberName))
         return kVxErrWrite;
     return guarded([&] {
-        const mode_t mode = modeOf(recordFile);
+        const unsigned mode = modeOf(recordFile);
         ZipArchive zip;
         int code = zip.open(recordFile, ZipArchive::Mode::Modify);
         std::vector<std::string> names;
@@ -236,7 +233,7 @@ int VXaddMember(const char* recordFile, const char* sourcePath, const char* memb
         if (code == kVxOk)
             code = zip.close();
         if (code == kVxOk)
-            ::chmod(recordFile, mode);
+            fileops::setFileMode(recordFile, mode);
         return code;
     }, kVxErrWrite);
 }

@@ -1,9 +1,5 @@
 #include "maker/VXSAVE/FamilyAppend.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <cstring>
 
@@ -14,7 +10,7 @@ FamilyAppend::~FamilyAppend()
     if (m_written && !m_keep) {
         // ftruncate can only fail here for reasons that also made the save
         // fail (an I/O error); there is nothing better to do than try.
-        const int ignored = ::ftruncate(m_fd.get(), static_cast<off_t>(m_originalSize));
+        const int ignored = fileops::truncateFile(m_fd.get(), m_originalSize);
         (void)ignored;
     }
     // Closing the descriptor releases the lock.
@@ -22,24 +18,15 @@ FamilyAppend::~FamilyAppend()
 
 bool FamilyAppend::open(const std::string& path)
 {
-    m_fd.reset(rps::openFile(path, O_RDWR));
+    m_fd.reset(fileops::openFile(path, fileops::Access::ReadWrite));
     if (!m_fd.valid())
         return false;
-    struct flock whole {};
-    whole.l_type = F_WRLCK;
-    whole.l_whence = SEEK_SET;
-    whole.l_start = 0;
-    whole.l_len = 0;
-    int rc;
-    do {
-        rc = ::fcntl(m_fd.get(), F_OFD_SETLKW, &whole);
-    } while (rc != 0 && errno == EINTR);
-    if (rc != 0)
+    if (fileops::lockWholeFile(m_fd.get()) != 0)
         return false;
-    struct stat st {};
-    if (::fstat(m_fd.get(), &st) != 0 || !S_ISREG(st.st_mode))
+    fileops::FileInfo info;
+    if (fileops::infoOf(m_fd.get(), &info) != 0 || !info.regular)
         return false;
-    m_originalSize = static_cast<std::uint64_t>(st.st_size);
+    m_originalSize = info.size;
     return true;
 }
 
@@ -59,11 +46,11 @@ bool FamilyAppend::append(const char* line, std::uint64_t* position)
         std::memset(dead, ' ', sizeof dead);
         std::memcpy(dead, "99999999", 8);
         dead[kLineSize - 1] = '\n';
-        if (rps::pwriteAll(m_fd.get(), dead, sizeof dead, 0) != 0)
+        if (fileops::pwriteAll(m_fd.get(), dead, sizeof dead, 0) != 0)
             return false;
         at = kLineSize;
     }
-    if (rps::pwriteAll(m_fd.get(), line, kLineSize, static_cast<off_t>(at)) != 0)
+    if (fileops::pwriteAll(m_fd.get(), line, kLineSize, at) != 0)
         return false;
     *position = at;
     return true;

@@ -5,7 +5,7 @@
 // the append is pending, so two savers (the answer machine and a recorder)
 // never interleave their lines.
 
-#include "maker/ek7vxrps/FileOps.h"
+#include "platform/FileOps.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -37,7 +37,7 @@ public:
     std::uint64_t originalSize() const { return m_originalSize; }
 
 private:
-    rps::UniqueFd m_fd;
+    fileops::UniqueFd m_fd;
     std::uint64_t m_originalSize = 0;
     bool m_written = false;
     bool m_keep = false;

@@ -8,12 +8,8 @@
 #include "maker/VXSAVE/FamilyAppend.h"
 #include "maker/VXSAVE/ReservedNames.h"
 #include "maker/VXSAVE/ZipArchive.h"
-#include "maker/ek7vxrps/FileOps.h"
 #include "maker/ek7vxrps/ek7vxrps.h"
-
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include "platform/FileOps.h"
 
 #include <climits>
 #include <cstdio>
@@ -42,7 +38,7 @@ public:
     ~RemoveOnExit()
     {
         if (!m_path.empty())
-            ::unlink(m_path.c_str());
+            fileops::removeFile(m_path);
     }
     RemoveOnExit(const RemoveOnExit&) = delete;
     RemoveOnExit& operator=(const RemoveOnExit&) = delete;
@@ -67,11 +63,7 @@ public:
 
     bool create(const std::string& parent)
     {
-        std::string pattern = rps::joinPath(parent, ".vxsave-XXXXXX");
-        if (::mkdtemp(pattern.data()) == nullptr)
-            return false;
-        m_path = pattern;
-        return true;
+        return fileops::makeTempFolder(parent, ".vxsave-", &m_path) == 0;
     }
     const std::string& path() const { return m_path; }
 
@@ -102,27 +94,20 @@ bool buildRecordFile(const std::string& path, const std::vector<std::string>& fi
 {
     std::set<std::string> names;
     for (const std::string& file : files) {
-        const std::string name = rps::baseNameOf(file);
+        const std::string name = fileops::baseNameOf(file);
         // Two work files of one name would overwrite each other inside.
-        if (!rps::isPlainFileName(name.c_str()) || vxsave::isReservedMemberName(name.c_str())
+        if (!fileops::isPlainFileName(name.c_str()) || vxsave::isReservedMemberName(name.c_str())
             || !names.insert(name).second)
-            return false;
-    }
-    // Made 0600 before libzip writes it: libzip's replacement file takes
-    // the mode of the file it replaces.
-    {
-        rps::UniqueFd fd(rps::openFile(path, O_WRONLY | O_CREAT | O_TRUNC, 0600));
-        if (!fd.valid() || ::fchmod(fd.get(), 0600) != 0)
             return false;
     }
     ZipArchive zip;
     if (zip.open(path, ZipArchive::Mode::Create) != kVxOk)
         return false;
     for (const std::string& file : files) {
-        if (zip.putFile(rps::baseNameOf(file), file) != kVxOk)
+        if (zip.putFile(fileops::baseNameOf(file), file) != kVxOk)
             return false;
     }
-    return zip.close() == kVxOk && ::chmod(path.c_str(), 0600) == 0;
+    return zip.close() == kVxOk && fileops::setFileMode(path, 0600) == 0;
 }
 
 unsigned saveFiles(char letter, const std::vector<std::string>& files, const char* workspace,
@@ -134,9 +119,9 @@ unsigned saveFiles(char letter, const std::vector<std::string>& files, const cha
 
         char line[FamilyAppend::kLineSize];
         {
-            rps::UniqueFd fd(rps::openFile(files[1], O_RDONLY));
+            fileops::UniqueFd fd(fileops::openFile(files[1], fileops::Access::Read));
             std::size_t got = 0;
-            if (!fd.valid() || rps::readUpTo(fd.get(), line, sizeof line, &got) != 0 || got != sizeof line)
+            if (!fd.valid() || fileops::readUpTo(fd.get(), line, sizeof line, &got) != 0 || got != sizeof line)
                 return 0;
         }
         std::string recordName;
@@ -147,7 +132,7 @@ unsigned saveFiles(char letter, const std::vector<std::string>& files, const cha
         if (RPS_Exists(storePath, recordName.c_str()) != 1)
             return 0;
 
-        const std::string recordPath = rps::joinPath(workspace, recordName);
+        const std::string recordPath = fileops::joinPath(workspace, recordName);
         RemoveOnExit removeRecord(recordPath);  // the store keeps it; the workspace does not
         if (!buildRecordFile(recordPath, files))
             return 0;
@@ -155,7 +140,7 @@ unsigned saveFiles(char letter, const std::vector<std::string>& files, const cha
         const char* family = familyFileFor(letter);
         FamilyAppend append;
         std::uint64_t position = 0;
-        if (!append.open(rps::joinPath(workspace, family)) || !append.append(line, &position))
+        if (!append.open(fileops::joinPath(workspace, family)) || !append.append(line, &position))
             return 0;
         if (position > UINT_MAX)
             return 0;
@@ -202,11 +187,11 @@ int saveEdited(const char* recordFileName, const char* workspace, const char* st
 {
     try {
         if (recordFileName == nullptr || workspace == nullptr || storePath == nullptr
-            || !rps::isPlainFileName(recordFileName))
+            || !fileops::isPlainFileName(recordFileName))
             return kVxErrExtract;
         if (extra == nullptr)
             extra = "";
-        if (extra[0] != '\0' && !rps::isPlainFileName(extra))
+        if (extra[0] != '\0' && !fileops::isPlainFileName(extra))
             return kVxErrMissingFile;
 
         // The record file is rewritten in a folder of its own, so that a copy
@@ -218,7 +203,7 @@ int saveEdited(const char* recordFileName, const char* workspace, const char* st
         if (RPS_Get(storePath, scratch.path().c_str(), names, 1) != kRpsOk)
             return kVxErrExtract;
 
-        const std::string recordPath = rps::joinPath(scratch.path(), recordFileName);
+        const std::string recordPath = fileops::joinPath(scratch.path(), recordFileName);
         ZipArchive zip;
         int code = zip.open(recordPath, ZipArchive::Mode::Modify);
         std::vector<std::string> members;
@@ -232,16 +217,15 @@ int saveEdited(const char* recordFileName, const char* workspace, const char* st
             return code;
 
         for (const std::string& member : members) {
-            const std::string edited = rps::joinPath(workspace, member);
-            struct stat st {};
-            if (::stat(edited.c_str(), &st) == 0 && S_ISREG(st.st_mode)) {
+            const std::string edited = fileops::joinPath(workspace, member);
+            if (fileops::isRegularFile(edited)) {
                 code = zip.putFile(member, edited);
                 if (code != kVxOk)
                     return kVxErrWrite;
             }
         }
         if (extra[0] != '\0') {
-            code = zip.putFile(extra, rps::joinPath(workspace, extra));
+            code = zip.putFile(extra, fileops::joinPath(workspace, extra));
             if (code != kVxOk)
                 return code;
         }
@@ -252,14 +236,14 @@ int saveEdited(const char* recordFileName, const char* workspace, const char* st
         // store in one transaction.
         std::vector<const char*> all = {recordFileName};
         for (int i = 0; i < also.count; ++i) {
-            if (also.sources[i] == nullptr || also.members[i] == nullptr || !rps::isPlainFileName(also.members[i])
+            if (also.sources[i] == nullptr || also.members[i] == nullptr || !fileops::isPlainFileName(also.members[i])
                 || std::string(also.members[i]) == recordFileName)
                 return kVxErrWrite;
-            const std::string linked = rps::joinPath(scratch.path(), also.members[i]);
-            if (::link(also.sources[i], linked.c_str()) != 0) {
+            const std::string linked = fileops::joinPath(scratch.path(), also.members[i]);
+            if (fileops::linkFile(also.sources[i], linked) != 0) {
                 std::string bytes;
-                if (rps::readWholeFile(also.sources[i], &bytes) != 0
-                    || rps::writeWholeFile(linked, bytes.data(), bytes.size()) != 0)
+                if (fileops::readWholeFile(also.sources[i], &bytes) != 0
+                    || fileops::writeWholeFile(linked, bytes.data(), bytes.size()) != 0)
                     return kVxErrWrite;
             }
             all.push_back(also.members[i]);

@@ -3,10 +3,8 @@
 #include "maker/VXSAVE/VXSAVE.h"
 
 #include "maker/VXSAVE/DefaultSounds.h"
-#include "maker/ek7vxrps/FileOps.h"
 #include "maker/ek7vxrps/ek7vxrps.h"
-
-#include <unistd.h>
+#include "platform/FileOps.h"
 
 #include <cstring>
 
@@ -50,7 +48,7 @@ int VXfilebuild(const char* lastPath, const char* lastFile, const char* workspac
             {kVxComponents[10], vxsave::kDefaultWarning, vxsave::kDefaultWarningSize},
         };
         for (const Component& component : components) {
-            if (rps::writeWholeFile(rps::joinPath(workspace, component.name), component.data, component.size) != 0)
+            if (fileops::writeWholeFile(fileops::joinPath(workspace, component.name), component.data, component.size) != 0)
                 return kVxErrBuildFiles;
         }
 
@@ -60,8 +58,8 @@ int VXfilebuild(const char* lastPath, const char* lastFile, const char* workspac
         if (RPS_Put(storePath.c_str(), workspace, kVxComponents, 11) != kRpsOk) {
             // A store without its components would only fail later; take it
             // away, with the journal a failed rollback (full disk) leaves.
-            ::unlink(storePath.c_str());
-            ::unlink((storePath + "-journal").c_str());
+            fileops::removeFile(storePath);
+            fileops::removeFile(storePath + "-journal");
             return kVxErrBuildStore;
         }
         return kVxOk;

@@ -1,13 +1,11 @@
 #include "maker/VXSAVE/ZipArchive.h"
 
 #include "maker/VXSAVE/VXSAVE.h"
-#include "maker/ek7vxrps/FileOps.h"
-
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include "platform/FileOps.h"
 
 #include <cerrno>
+#include <cstdlib>
+#include <cstring>
 #include <vector>
 
 namespace vxsave {
@@ -64,6 +62,8 @@ ZipArchive::~ZipArchive()
     // Unwritten changes are dropped; the file on disk stays as it was.
     if (m_zip != nullptr)
         zip_discard(m_zip);
+    if (m_memory != nullptr)
+        zip_source_free(m_memory);
 }
 
 int ZipArchive::open(const std::string& path, Mode mode)
@@ -81,14 +81,38 @@ int ZipArchive::open(const std::string& path, Mode mode)
         flags = ZIP_CREATE | ZIP_TRUNCATE;
         break;
     }
-    if (mode != Mode::Create) {
-        // libzip would open a folder or a device and fail later in odd ways.
-        struct stat st {};
-        if (::stat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode))
-            return kVxErrRead;
-    }
+    // libzip would open a folder or a device and fail later in odd ways.
+    if (mode != Mode::Create && !fileops::isRegularFile(path))
+        return kVxErrRead;
     int error = 0;
-    m_zip = zip_open(path.c_str(), flags, &error);
+    if (mode == Mode::Read) {
+        m_zip = zip_open(path.c_str(), flags, &error);
+        return m_zip == nullptr ? codeFromZipError(error) : kVxOk;
+    }
+    std::string original;
+    if (mode == Mode::Modify && fileops::readWholeFile(path, &original) != 0)
+        return kVxErrRead;
+    // libzip takes the bytes over (and frees them when it writes its new
+    // archive), so they are handed over in memory of its own kind.
+    void* bytes = original.empty() ? nullptr : std::malloc(original.size());
+    if (!original.empty() && bytes == nullptr)
+        return kVxErrRead;
+    if (bytes != nullptr)
+        std::memcpy(bytes, original.data(), original.size());
+    zip_error_t sourceError;
+    zip_error_init(&sourceError);
+    m_memory = zip_source_buffer_create(bytes, original.size(), 1, &sourceError);
+    zip_error_fini(&sourceError);
+    if (m_memory == nullptr) {
+        std::free(bytes);
+        return mode == Mode::Create ? kVxErrWrite : kVxErrRead;
+    }
+    // Kept past zip_close, which writes the new archive into it.
+    zip_source_keep(m_memory);
+    zip_error_init(&sourceError);
+    m_zip = zip_open_from_source(m_memory, flags, &sourceError);
+    error = zip_error_code_zip(&sourceError);
+    zip_error_fini(&sourceError);
     if (m_zip == nullptr)
         return mode == Mode::Create ? kVxErrWrite : codeFromZipError(error);
     return kVxOk;
@@ -110,7 +134,7 @@ int ZipArchive::names(std::vector<std::string>* out) const
         // An entry called "../x", "/x" or "a/b" would be written outside the
         // workspace (or into a folder we never made): the archive is refused
         // as a whole before anything is extracted.
-        if (!rps::isPlainFileName(name))
+        if (!fileops::isPlainFileName(name))
             return kVxErrDamaged;
         out->emplace_back(name);
     }
@@ -146,7 +170,7 @@ int ZipArchive::extract(std::int64_t index, int fd) const
             return codeFromZipError(zip_error_code_zip(zip_file_get_error(entry.get())));
         if (n == 0)
             return kVxOk;
-        if (fd >= 0 && rps::writeAll(fd, buffer.data(), static_cast<std::size_t>(n)) != 0)
+        if (fd >= 0 && fileops::writeAll(fd, buffer.data(), static_cast<std::size_t>(n)) != 0)
             return kVxErrExtract;
     }
 }
@@ -164,8 +188,7 @@ int ZipArchive::verify() const
 
 int ZipArchive::putFile(const std::string& name, const std::string& path)
 {
-    struct stat st {};
-    if (::stat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode))
+    if (!fileops::isRegularFile(path))
         return kVxErrMissingFile;
     // Length 0: the file to its end, as it is when the archive is written.
     zip_source_t* source = zip_source_file(m_zip, path.c_str(), 0, 0);
@@ -190,10 +213,57 @@ int ZipArchive::remove(std::int64_t index)
 
 int ZipArchive::close()
 {
+    if (m_memory == nullptr) {
+        if (zip_close(m_zip) != 0)
+            return kVxErrWrite;
+        m_zip = nullptr;
+        return kVxOk;
+    }
+    // An archive left with no entries is removed, as libzip does with files
+    // (deleted entries still count until the archive is written).
+    bool empty = true;
+    for (std::int64_t i = 0; empty && i < count(); ++i)
+        empty = zip_get_name(m_zip, static_cast<zip_uint64_t>(i), 0) == nullptr;
+    if (empty) {
+        zip_discard(m_zip);
+        m_zip = nullptr;
+        const int err = fileops::removeFile(m_path);
+        return err == 0 || err == ENOENT ? kVxOk : kVxErrWrite;
+    }
     if (zip_close(m_zip) != 0)
         return kVxErrWrite;  // the destructor discards; the old file is untouched
     m_zip = nullptr;
-    return kVxOk;
+    return writeOut();
+}
+
+int ZipArchive::writeOut()
+{
+    // A changed file keeps its permissions; a new one is private.
+    fileops::FileInfo old;
+    const unsigned mode = fileops::infoOf(m_path, &old) == 0 ? (old.mode & 0777) : 0600;
+    fileops::TempFile file;
+    if (file.create(fileops::parentFolderOf(m_path), fileops::baseNameOf(m_path)) != 0)
+        return kVxErrWrite;
+    if (zip_source_open(m_memory) != 0)
+        return kVxErrWrite;
+    std::vector<char> buffer(kChunk);
+    int code = kVxOk;
+    for (;;) {
+        const zip_int64_t n = zip_source_read(m_memory, buffer.data(), buffer.size());
+        if (n < 0)
+            code = kVxErrWrite;
+        if (n <= 0)
+            break;
+        if (fileops::writeAll(file.fd(), buffer.data(), static_cast<std::size_t>(n)) != 0) {
+            code = kVxErrWrite;
+            break;
+        }
+    }
+    zip_source_close(m_memory);
+    if (code == kVxOk && (file.finish(false) != 0 || fileops::setFileMode(file.tempPath(), mode) != 0
+                          || file.publish() != 0))
+        code = kVxErrWrite;
+    return code;
 }
 
 }  // namespace vxsave

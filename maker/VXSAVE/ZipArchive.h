@@ -1,9 +1,11 @@
 #pragma once
 // One record file (a ZIP archive) open through libzip. Every entry name is
-// checked before it is used as a file name, entries are read to their end so
-// that libzip verifies their CRC, and an archive being changed is written to a
-// temporary file that replaces the original only when complete (libzip's own
-// way of closing). Methods return the VX result codes of VXSAVE.h.
+// checked before it is used as a file name, and entries are read to their end
+// so that libzip verifies their CRC. An archive being made or changed is built
+// by libzip in memory and written through platform/FileOps.h to a temporary
+// file that replaces the original only when complete, so that its writes meet
+// the same faults as every other writer's. Methods return the VX result codes
+// of VXSAVE.h.
 
 #include <zip.h>
 
@@ -55,7 +57,12 @@ public:
     int close();
 
 private:
+    // The archive from memory to its file, in place of the old one.
+    int writeOut();
+
     zip_t* m_zip = nullptr;
+    // The archive in memory, for Modify and Create.
+    zip_source_t* m_memory = nullptr;
     std::string m_path;
 };
 

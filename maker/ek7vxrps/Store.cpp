@@ -7,11 +7,7 @@
 
 #include "maker/ek7vxrps/Store.h"
 
-#include "maker/ek7vxrps/FileOps.h"
-
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include "platform/FileOps.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -19,6 +15,8 @@
 #include <mutex>
 
 namespace rps {
+
+using namespace fileops;
 
 namespace {
 
@@ -84,7 +82,7 @@ int queryInt(sqlite3* db, const char* sql, std::int64_t* value)
 // (short, empty or other content) or kRpsErrIoStore (cannot be read).
 int checkSqliteHeader(const std::string& path)
 {
-    UniqueFd fd(openFile(path, O_RDONLY));
+    UniqueFd fd(openFile(path, Access::Read));
     if (!fd.valid())
         return kRpsErrIoStore;
     char header[16] = {};
@@ -195,7 +193,7 @@ int Store::create(const std::string& path)
     const int rc = initialise(temp.tempPath());
     if (rc != SQLITE_OK) {
         // A failed first transaction can leave its journal behind.
-        ::unlink((temp.tempPath() + "-journal").c_str());
+        removeFile(temp.tempPath() + "-journal");
         return codeFromSqlite(rc);
     }
 
@@ -214,10 +212,11 @@ int Store::create(const std::string& path)
 int Store::open(const std::string& path)
 {
     m_path = path;
-    struct stat st {};
-    if (::stat(path.c_str(), &st) != 0)
-        return errno == ENOENT || errno == ENOTDIR ? kRpsErrNoStore : kRpsErrIoStore;
-    if (!S_ISREG(st.st_mode))
+    FileInfo st;
+    const int statErr = infoOf(path, &st);
+    if (statErr != 0)
+        return statErr == ENOENT || statErr == ENOTDIR ? kRpsErrNoStore : kRpsErrIoStore;
+    if (!st.regular)
         return kRpsErrNotSqlite;
 
     // A zero-length or text file would be taken by SQLite as an empty or
@@ -347,19 +346,19 @@ int Store::put(const std::vector<PutSource>& sources, const std::vector<std::str
 
 int Store::putOne(const PutSource& source, std::vector<unsigned char>& buffer)
 {
-    UniqueFd fd(openFile(source.path, O_RDONLY));
+    UniqueFd fd(openFile(source.path, Access::Read));
     if (!fd.valid()) {
         const int err = errno;
         if (err == ENOENT || err == ENOTDIR)
             return kRpsErrSourceMissing;
         return codeFromErrno(err, kRpsErrIoSource, kRpsErrIoSource);
     }
-    struct stat st {};
-    if (::fstat(fd.get(), &st) != 0)
+    FileInfo st;
+    if (infoOf(fd.get(), &st) != 0)
         return kRpsErrIoSource;
-    if (!S_ISREG(st.st_mode))
+    if (!st.regular)
         return kRpsErrSourceNotFile;
-    const auto size = static_cast<std::uint64_t>(st.st_size);
+    const std::uint64_t size = st.size;
     const int limit = sqlite3_limit(m_db.get(), SQLITE_LIMIT_LENGTH, -1);
     if (size > static_cast<std::uint64_t>(limit))
         return kRpsErrTooLarge;
@@ -425,7 +424,7 @@ int Store::writePieces(std::int64_t row, int fd, std::uint64_t size, std::uint64
         std::size_t got = 0;
         // A source that shrank while it was read would leave a hole in the
         // member; refuse rather than store a recording with a silent gap.
-        if (preadUpTo(fd, buffer.data(), want, static_cast<off_t>(offset), &got) != 0 || got != want)
+        if (preadUpTo(fd, buffer.data(), want, offset, &got) != 0 || got != want)
             return kRpsErrIoSource;
         const bool exists = seq < storedPieces;
         if (exists && compare) {
@@ -698,10 +697,10 @@ int Store::info(_RPS_Info_4* info)
         rc = queryInt(m_db.get(), "PRAGMA page_size", &pageSize);
     if (rc != SQLITE_OK)
         return sqlite(rc);
-    struct stat st {};
-    if (::stat(m_path.c_str(), &st) != 0)
+    FileInfo st;
+    if (infoOf(m_path, &st) != 0)
         return kRpsErrIoStore;
-    info->size = static_cast<std::uint64_t>(st.st_size);
+    info->size = st.size;
     info->reclaimable = static_cast<std::uint64_t>(freePages) * static_cast<std::uint64_t>(pageSize);
     return kRpsOk;
 }

@@ -3,8 +3,8 @@
 
 #include "maker/ek7vxrps/ek7vxrps.h"
 
-#include "maker/ek7vxrps/FileOps.h"
 #include "maker/ek7vxrps/Store.h"
+#include "platform/FileOps.h"
 
 #include <new>
 
@@ -96,7 +96,7 @@ int RPS_Put(const char* storePath, const char* folder, const char* const* names,
     return withStore(storePath, [&](rps::Store& store) {
         std::vector<rps::PutSource> sources;
         for (int i = 0; i < count; ++i)
-            sources.push_back({rps::joinPath(folder, names[i]), names[i]});
+            sources.push_back({fileops::joinPath(folder, names[i]), names[i]});
         return store.put(sources);
     });
 }
@@ -109,7 +109,7 @@ int RPS_PutGrown(const char* storePath, const char* folder, const char* const* n
     return withStore(storePath, [&](rps::Store& store) {
         std::vector<rps::PutSource> sources;
         for (int i = 0; i < count; ++i)
-            sources.push_back({rps::joinPath(folder, names[i]), names[i], grownFrom[i]});
+            sources.push_back({fileops::joinPath(folder, names[i]), names[i], grownFrom[i]});
         return store.put(sources);
     });
 }
@@ -123,7 +123,7 @@ int RPS_Update(const char* storePath, const char* folder, const char* const* nam
     return withStore(storePath, [&](rps::Store& store) {
         std::vector<rps::PutSource> sources;
         for (int i = 0; i < count; ++i)
-            sources.push_back({rps::joinPath(folder, names[i]), names[i], grownFrom[i]});
+            sources.push_back({fileops::joinPath(folder, names[i]), names[i], grownFrom[i]});
         return store.put(sources, toNames(removed, removedCount));
     });
 }

@@ -1,6 +1,7 @@
 #include "platform/audio/DiskFile.h"
 
-#include <atomic>
+#include "platform/FileOps.h"
+
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -11,9 +12,6 @@
 #include <unistd.h>
 
 namespace {
-
-// Bytes left before the simulated full disk; negative = no fault.
-std::atomic<std::int64_t> g_writeBudget{-1};
 
 std::string tempFolder()
 {
@@ -47,14 +45,15 @@ void DiskFile::fail(int error) { m_errorText = std::strerror(error); }
 bool DiskFile::open(const std::string& path, Mode mode)
 {
     close();
-    int flags = O_CLOEXEC;
+    using fileops::Access;
+    Access access = Access::Read;
     switch (mode) {
-    case Mode::Read: flags |= O_RDONLY; break;
-    case Mode::ReadWrite: flags |= O_RDWR; break;
-    case Mode::OpenAlways: flags |= O_RDWR | O_CREAT; break;
-    case Mode::CreateAlways: flags |= O_RDWR | O_CREAT | O_TRUNC; break;
+    case Mode::Read: access = Access::Read; break;
+    case Mode::ReadWrite: access = Access::ReadWrite; break;
+    case Mode::OpenAlways: access = Access::ReadWriteCreate; break;
+    case Mode::CreateAlways: access = Access::CreateTruncate; break;
     }
-    m_fd = ::open(path.c_str(), flags, 0600);  // recordings are their owner's alone
+    m_fd = fileops::openFile(path, access, 0600);  // recordings are their owner's alone
     if (m_fd < 0) {
         fail(errno);
         return false;
@@ -92,35 +91,17 @@ void DiskFile::close()
 
 std::size_t DiskFile::read(void* buffer, std::size_t size)
 {
-    auto* out = static_cast<char*>(buffer);
     std::size_t done = 0;
-    while (done < size) {
-        const ssize_t n = ::read(m_fd, out + done, size - done);
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n < 0) {
-            fail(errno);
-            return done;
-        }
-        if (n == 0)
-            break;
-        done += static_cast<std::size_t>(n);
-    }
+    const int error = fileops::readUpTo(m_fd, buffer, size, &done);
+    if (error != 0)
+        fail(error);
     return done;
 }
 
 std::size_t DiskFile::readAt(std::uint64_t offset, void* buffer, std::size_t size) const
 {
-    auto* out = static_cast<char*>(buffer);
     std::size_t done = 0;
-    while (done < size) {
-        const ssize_t n = ::pread(m_fd, out + done, size - done, static_cast<off_t>(offset + done));
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n <= 0)
-            break;
-        done += static_cast<std::size_t>(n);
-    }
+    fileops::preadUpTo(m_fd, buffer, size, offset, &done);
     return done;
 }
 
@@ -132,38 +113,13 @@ bool DiskFile::write(const void* data, std::size_t size)
     }
     const off_t start = ::lseek(m_fd, 0, SEEK_CUR);
     const bool appending = start >= 0 && static_cast<std::uint64_t>(start) == this->size();
-
-    std::size_t allowed = size;
-    bool faulted = false;
-    std::int64_t budget = g_writeBudget.load();
-    while (budget >= 0) {
-        const auto take = static_cast<std::int64_t>(size) <= budget ? static_cast<std::int64_t>(size) : budget;
-        if (g_writeBudget.compare_exchange_weak(budget, budget - take)) {
-            allowed = static_cast<std::size_t>(take);
-            faulted = allowed < size;
-            break;
-        }
-    }
-
-    const auto* in = static_cast<const char*>(data);
-    std::size_t done = 0;
-    int error = 0;
-    while (done < allowed) {
-        const ssize_t n = ::write(m_fd, in + done, allowed - done);
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n < 0) {
-            error = errno;
-            break;
-        }
-        done += static_cast<std::size_t>(n);
-    }
-    if (done == size)
+    const int error = fileops::writeAll(m_fd, data, size);
+    if (error == 0)
         return true;
-    fail(error != 0 ? error : (faulted ? ENOSPC : EIO));
+    fail(error);
     if (appending && start >= 0) {
         // Take the partial write back so the file ends where it did.
-        if (::ftruncate(m_fd, start) == 0)
+        if (fileops::truncateFile(m_fd, static_cast<std::uint64_t>(start)) == 0)
             ::lseek(m_fd, start, SEEK_SET);
     }
     return false;
@@ -201,15 +157,18 @@ std::uint64_t DiskFile::size() const
     return static_cast<std::uint64_t>(st.st_size);
 }
 
-bool DiskFile::truncate(std::uint64_t size)
+bool DiskFile::sync()
 {
-    if (::ftruncate(m_fd, static_cast<off_t>(size)) != 0) {
-        fail(errno);
-        return false;
-    }
-    return true;
+    const int error = fileops::syncFile(m_fd);
+    if (error != 0)
+        fail(error);
+    return error == 0;
 }
 
-void DiskFile::failWritesAfter(std::uint64_t bytes) { g_writeBudget = static_cast<std::int64_t>(bytes); }
-
-void DiskFile::clearWriteFault() { g_writeBudget = -1; }
+bool DiskFile::truncate(std::uint64_t size)
+{
+    const int error = fileops::truncateFile(m_fd, size);
+    if (error != 0)
+        fail(error);
+    return error == 0;
+}

@@ -6,9 +6,8 @@
 // that fails (a full disk, a quota) is taken back, so the file keeps exactly
 // the bytes that callers were told were written.
 //
-// The fault hook makes the disk look full to every DiskFile of the process
-// after a given number of further bytes; tests use it to show that a full
-// disk loses nothing.
+// Every change goes through platform/FileOps.h, so the seam's fault plan (a
+// disk full after so many bytes, a failing Nth write) reaches the waves too.
 #pragma once
 
 #include <cstddef>
@@ -49,17 +48,14 @@ public:
     std::uint64_t tell() const;
     std::uint64_t size() const;
     bool truncate(std::uint64_t size);
+    // Puts what was written on the disk itself.
+    bool sync();
 
     // The system's text for the last failure of this file ("No space left on
     // device").
     const std::string& errorText() const { return m_errorText; }
     // For byte-range locks (platform/FileLock.h).
     int descriptor() const { return m_fd; }
-
-    // Every write by any DiskFile fails once bytes more bytes have been
-    // written, as on a full disk; clearWriteFault() lifts it.
-    static void failWritesAfter(std::uint64_t bytes);
-    static void clearWriteFault();
 
 private:
     void fail(int error);

@@ -1,6 +1,8 @@
 // Every writer of records, run again and again with the store's disk failing
-// or the process dying at its Nth write or sync (the fault layer under
-// SQLite): afterwards the store must open, every live line must have its
+// or the process dying at its Nth write or sync, both under SQLite (the fault
+// VFS) and in the file seam that writes the workspace and the record files
+// (where a death is a real one, in a forked child): afterwards the store must
+// open, every live line must have its
 // record file and every record file its live line, the record files must
 // read, and the whole must be the state before or the state after, record
 // files member for member. So a filing, a message, a filing with extra
@@ -12,10 +14,13 @@
 #include <functional>
 #include <map>
 #include <set>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include "FaultVfs.h"
 #include "StoreFixture.h"
 #include "maker/ek7vxrps/ek7vxrps.h"
+#include "platform/FileOps.h"
 #include "store/ComponentFiles.h"
 #include "store/IndexLine.h"
 #include "store/RecordDeletion.h"
@@ -31,8 +36,9 @@ namespace {
 // What the store holds: the live lines and the record files, by RecID.
 struct Held {
     std::map<long, std::string> lines;
-    // Each record file's members with their sizes (its bytes carry the
-    // time of filing, which differs from one run to the next).
+    // Each record file's members by extension with their sizes (its bytes
+    // and member names carry the time of filing, which differs from one run
+    // to the next).
     std::map<long, std::string> records;
     bool operator==(const Held& other) const { return lines == other.lines && records == other.records; }
     // Every live line has its record file and every record file its line.
@@ -45,6 +51,14 @@ struct Held {
             lined.insert(line.first);
         return filed == lined;
     }
+};
+
+// The seam's plan while alive; none after, so checks read undisturbed.
+struct SeamPlan {
+    explicit SeamPlan(const fileops::FaultPlan& plan) { fileops::setFaultPlan(plan); }
+    ~SeamPlan() { fileops::clearFaultPlan(); }
+    SeamPlan(const SeamPlan&) = delete;
+    SeamPlan& operator=(const SeamPlan&) = delete;
 };
 
 std::string describe(const Held& held)
@@ -114,7 +128,7 @@ protected:
                 EXPECT_GE(inside.size(), 3u) << member;
                 std::string members;
                 for (const std::string& name : inside)
-                    members += name + ":" + std::to_string(CheckFileSize((check + "/" + member).c_str(), name.c_str()))
+                    members += name.substr(name.rfind('.')) + ":" + std::to_string(CheckFileSize((check + "/" + member).c_str(), name.c_str()))
                                + " ";
                 result.records[std::atol(member.c_str())] = members;
             }
@@ -138,29 +152,37 @@ protected:
         ASSERT_TRUE(before.whole());
         int writes = 0;
         int syncs = 0;
+        fileops::FaultCounts seam;
         {
             UseFaultVfs vfs(Plan{});
+            SeamPlan counting{fileops::FaultPlan{}};
             writer();
             writes = FaultVfs::instance().writes();
             syncs = FaultVfs::instance().syncs();
+            seam = fileops::faultCounts();
         }
         const Held after = held();
         ASSERT_TRUE(after.whole());
         ASSERT_FALSE(after == before) << "the writer changed nothing";
         ASSERT_GT(writes, 0);
+        ASSERT_GT(seam.writes, 0);
 
-        auto attempt = [&](const Plan& plan, const std::string& what) {
-            SCOPED_TRACE(what);
-            restore();
-            {
-                UseFaultVfs vfs(plan);
-                writer();
-            }
+        auto check = [&] {
             const Held found = held();
             EXPECT_TRUE(found.whole()) << "half a record: " << describe(found);
             EXPECT_TRUE(found == before || found == after)
                 << "neither the old nor the new state: " << describe(found) << " (old " << describe(before)
                 << ", new " << describe(after) << ")";
+        };
+        auto attempt = [&](const Plan& plan, const fileops::FaultPlan& seamPlan, const std::string& what) {
+            SCOPED_TRACE(what);
+            restore();
+            {
+                UseFaultVfs vfs(plan);
+                SeamPlan faults(seamPlan);
+                writer();
+            }
+            check();
         };
         for (int n = 1; n <= writes; ++n) {
             // A failing write is a full disk here; the single I/O error is
@@ -169,18 +191,47 @@ protected:
             full.failWriteAt = n;
             full.writeError = SQLITE_FULL;
             full.sticky = true;
-            attempt(full, "disk full from write " + std::to_string(n));
+            attempt(full, {}, "disk full from write " + std::to_string(n));
             Plan die;
             die.crashAtWrite = n;
-            attempt(die, "death at write " + std::to_string(n));
+            attempt(die, {}, "death at write " + std::to_string(n));
         }
         for (int n = 1; n <= syncs; ++n) {
             Plan fail;
             fail.failSyncAt = n;
-            attempt(fail, "sync " + std::to_string(n) + " fails");
+            attempt(fail, {}, "sync " + std::to_string(n) + " fails");
             Plan die;
             die.crashAtSync = n;
-            attempt(die, "death at sync " + std::to_string(n));
+            attempt(die, {}, "death at sync " + std::to_string(n));
+        }
+        for (int n = 1; n <= seam.writes; ++n) {
+            fileops::FaultPlan full;
+            full.failWriteAt = n;
+            full.sticky = true;
+            attempt({}, full, "workspace disk full from write " + std::to_string(n));
+        }
+        for (int n = 1; n <= seam.syncs; ++n) {
+            fileops::FaultPlan fail;
+            fail.failSyncAt = n;
+            attempt({}, fail, "workspace sync " + std::to_string(n) + " fails");
+        }
+        for (int n = 1; n <= seam.steps; ++n) {
+            SCOPED_TRACE("death at workspace step " + std::to_string(n));
+            restore();
+            const pid_t child = ::fork();
+            ASSERT_GE(child, 0);
+            if (child == 0) {
+                fileops::FaultPlan die;
+                die.dieAt = n;
+                fileops::setFaultPlan(die);
+                writer();
+                ::_exit(0);
+            }
+            int status = 0;
+            ASSERT_EQ(::waitpid(child, &status, 0), child);
+            // The same writer on the same state takes the same steps.
+            ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == fileops::kDiedExitCode) << "status " << status;
+            check();
         }
     }
 
