@@ -105,6 +105,14 @@ std::string milliseconds(double seconds)
     return text;
 }
 
+std::string runsText(const std::vector<double>& values)
+{
+    std::string text;
+    for (double v : values)
+        text += (text.empty() ? "" : ", ") + milliseconds(v);
+    return text;
+}
+
 std::string microseconds(double seconds)
 {
     char text[64];

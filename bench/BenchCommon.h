@@ -44,6 +44,8 @@ void flushDisk();
 
 std::string megabytes(std::uint64_t bytes);
 std::string milliseconds(double seconds);
+// Each run in milliseconds, comma separated.
+std::string runsText(const std::vector<double>& values);
 std::string microseconds(double seconds);
 
 // Prints "ratio = navo / reference = r (target <= t): met" or "NOT met", and

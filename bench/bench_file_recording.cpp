@@ -75,14 +75,6 @@ Filing fileOne(BenchStore& store, NoiseRecording& source)
     return filing;
 }
 
-std::string runsText(const std::vector<double>& values)
-{
-    std::string text;
-    for (double v : values)
-        text += (text.empty() ? "" : ", ") + bench::milliseconds(v);
-    return text;
-}
-
 int benchmark(int argc, char** argv)
 {
     if (bench::flag(argc, argv, "help")) {
@@ -195,14 +187,14 @@ int benchmark(int argc, char** argv)
                 bench::megabytes(workBytes).c_str(), bench::megabytes(recordBytes).c_str(),
                 bench::megabytes(zipBytes).c_str());
     std::printf("navo      RecordFiler::save          median %s  (runs: %s)\n", bench::milliseconds(navoTime).c_str(),
-                runsText(navo).c_str());
+                bench::runsText(navo).c_str());
     std::printf("            of which writing the wave  median %s\n", bench::milliseconds(bench::median(wave)).c_str());
     std::printf("            of which SQLite syncs      median %s in %d syncs (%.0f%% of the filing)\n",
                 bench::milliseconds(syncTime).c_str(), syncCount, 100.0 * syncTime / navoTime);
     std::printf("reference zip -1 + cp                median %s  (runs: %s)\n", bench::milliseconds(refTime).c_str(),
-                runsText(plain).c_str());
+                bench::runsText(plain).c_str());
     std::printf("reference zip -1 + cp + sync copy    median %s  (runs: %s)\n",
-                bench::milliseconds(refSynced).c_str(), runsText(withSync).c_str());
+                bench::milliseconds(refSynced).c_str(), bench::runsText(withSync).c_str());
     const double gap = navoTime - refTime;
     if (gap > 0)
         std::printf("fsync: Navo's syncs are %.0f%% of its time and %.0f%% of its lead over zip + cp; "

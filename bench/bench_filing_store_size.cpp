@@ -84,14 +84,6 @@ double fileOne(OpenStore& open, NoiseRecording& source)
     return took;
 }
 
-std::string runsText(const std::vector<double>& values)
-{
-    std::string text;
-    for (double v : values)
-        text += (text.empty() ? "" : ", ") + bench::milliseconds(v);
-    return text;
-}
-
 int benchmark(int argc, char** argv)
 {
     if (bench::flag(argc, argv, "help")) {
@@ -142,9 +134,9 @@ int benchmark(int argc, char** argv)
     const double smallTime = bench::median(smallTimes);
     const double bigTime = bench::median(bigTimes);
     std::printf("store of %6ld records: median %s a filing  (runs: %s)\n", small,
-                bench::milliseconds(smallTime).c_str(), runsText(smallTimes).c_str());
+                bench::milliseconds(smallTime).c_str(), bench::runsText(smallTimes).c_str());
     std::printf("store of %6ld records: median %s a filing  (runs: %s)\n", big, bench::milliseconds(bigTime).c_str(),
-                runsText(bigTimes).c_str());
+                bench::runsText(bigTimes).c_str());
     return bench::verdict(bigTime, smallTime, kTarget) ? 0 : 1;
 }
 

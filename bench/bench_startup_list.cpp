@@ -106,14 +106,6 @@ double startOnce(const Installation& inst)
     return took;
 }
 
-std::string runsText(const std::vector<double>& values)
-{
-    std::string text;
-    for (double v : values)
-        text += (text.empty() ? "" : ", ") + bench::milliseconds(v);
-    return text;
-}
-
 int benchmark(int argc, char** argv)
 {
     if (bench::flag(argc, argv, "help")) {
@@ -150,9 +142,9 @@ int benchmark(int argc, char** argv)
     const double smallTime = bench::median(smallTimes);
     const double bigTime = bench::median(bigTimes);
     std::printf("%6ld dictations: median %s  (runs: %s)\n", small, bench::milliseconds(smallTime).c_str(),
-                runsText(smallTimes).c_str());
+                bench::runsText(smallTimes).c_str());
     std::printf("%6ld dictations: median %s  (runs: %s)\n", big, bench::milliseconds(bigTime).c_str(),
-                runsText(bigTimes).c_str());
+                bench::runsText(bigTimes).c_str());
     const double difference = bigTime - smallTime;
     const bool met = difference <= kTargetSeconds;
     std::printf("difference = %s (target <= %s): %s; ratio = %.2f\n", bench::milliseconds(difference).c_str(),
