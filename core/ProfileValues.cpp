@@ -99,6 +99,23 @@ std::optional<std::string> ProfileValues::lastFile() const
     return text(settings::kLastFile);
 }
 
+void ProfileValues::setLastStore(const std::string& folder, const std::string& name) const
+{
+    m_profile.write(settings::kLastPath, folder);
+    m_profile.write(settings::kLastFile, name);
+}
+
+long ProfileValues::recIdCounter() const
+{
+    const std::optional<std::string> value = text(settings::kRecID);
+    return value ? std::max(0L, std::strtol(value->c_str(), nullptr, 10)) : 0L;
+}
+
+bool ProfileValues::setRecIdCounter(const std::string& recIdText) const
+{
+    return m_profile.write(settings::kRecID, recIdText);
+}
+
 std::string ProfileValues::internet() const
 {
     return m_profile.read(settings::kInternet);

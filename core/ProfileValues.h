@@ -47,6 +47,13 @@ public:
     // Text values; nullopt when missing (nothing is written).
     std::optional<std::string> lastPath() const;
     std::optional<std::string> lastFile() const;
+    // The store in use: its folder and name, for the next start.
+    void setLastStore(const std::string& folder, const std::string& name) const;
+    // "RecID": the last RecID this profile issued; missing or not a number
+    // counts as 0. The write's success is returned: a profile that cannot be
+    // written must not stop a recording.
+    long recIdCounter() const;
+    bool setRecIdCounter(const std::string& recIdText) const;
     // The web link ("Bad" when missing, as the shell passes it on).
     std::string internet() const;
     void setInternet(const std::string& value) const;

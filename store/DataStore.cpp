@@ -4,7 +4,7 @@
 #include <fstream>
 
 #include "core/AppData.h"
-#include "core/ProfileSettings.h"
+#include "core/ProfileValues.h"
 #include "core/SettingsKeys.h"
 #include "core/ShowCodedMessage.h"
 #include "maker/VXSAVE/VXSAVE.h"
@@ -165,9 +165,7 @@ bool DataStore::afterExtract(AppData& app, int result)
         ShowCodedMessage(result, MB_ICONEXCLAMATION);
         return false;
     }
-    const ProfileSettings profile(app.IniPath, app.ProfileSection);
-    profile.write(settings::kLastPath, app.ProfileDir);
-    profile.write(settings::kLastFile, app.DataStoreName);
+    ProfileValues(app).setLastStore(app.ProfileDir, app.DataStoreName);
     app.StoreUnusable = kStoreHealthy;
     return true;
 }

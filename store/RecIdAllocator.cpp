@@ -4,7 +4,7 @@
 #include <cstdlib>
 
 #include "core/AppData.h"
-#include "core/ProfileSettings.h"
+#include "core/ProfileValues.h"
 #include "core/SettingsKeys.h"
 #include "maker/ZOLO/ZOLODATE.h"
 #include "platform/Trace.h"
@@ -13,16 +13,16 @@
 
 long allocateRecId(AppData& app)
 {
-    const ProfileSettings profile(app.IniPath, app.ProfileSection);
-    // A missing value reads "Bad", which counts as 0: the first RecID is 1.
-    const long counter = std::max(0L, std::atol(profile.read(settings::kRecID).c_str()));
+    const ProfileValues profile(app);
+    // A missing counter counts as 0: the first RecID is 1.
+    const long counter = profile.recIdCounter();
     const long recId = std::max(counter, app.HighestRecId) + 1;
     if (recId > kLastRecId) {
         OutputDebugString("No RecID left in this data store\n");
         return 0;
     }
     app.HighestRecId = recId;
-    if (!profile.write(settings::kRecID, indexline::recIdText(recId)))
+    if (!profile.setRecIdCounter(indexline::recIdText(recId)))
         OutputDebugString("Could not write RecID " + std::to_string(recId) + " to the profile\n");
     return recId;
 }

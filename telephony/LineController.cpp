@@ -1,7 +1,7 @@
 #include "telephony/LineController.h"
 
 #include "core/AppData.h"
-#include "core/ProfileSettings.h"
+#include "core/ProfileValues.h"
 #include "core/SettingsKeys.h"
 #include "maker/Ek7Tapi/Ek7Tapi.h"
 #include "platform/Trace.h"
@@ -164,14 +164,7 @@ LineController::Refresh LineController::incomingCall(QWidget* owner)
 void LineController::readPhoneWarning()
 {
     // Read afresh for every call: Options may have changed it since.
-    const ProfileSettings profile(m_app.IniPath, m_app.ProfileSection);
-    const std::string warn = profile.read(settings::kPhWarn);
-    if (ProfileSettings::isMissing(warn)) {
-        profile.write(settings::kPhWarn, "N");
-        m_app.PhoneWarning = 0;
-    } else {
-        m_app.PhoneWarning = warn == "Y" ? 1 : 0;
-    }
+    m_app.PhoneWarning = ProfileValues(m_app).yesNo(settings::kPhWarn) ? 1 : 0;
 }
 
 void LineController::callerIdentity()

@@ -94,6 +94,9 @@ std::vector<KeyCase> keyCases()
         {settings::kCommID, device, "Bad", "none", {{"X", "none"}, {"3", "3"}, {"a", "0"}, {"1a", "1"}, {"10", "10"}}},
         {settings::kAutoMessage, autoMessage, "Bad", "off", {{"1", "on"}, {"0", "off"}, {"2", "neither"}}},
         {settings::kLastFile, [](V v) { return v.lastFile().value_or("none"); }, "Bad", "none", {{"Work", "Work"}}},
+        // RecID: the counter is never written by a read; a bad one counts as 0.
+        {settings::kRecID, [](V v) { return std::to_string(v.recIdCounter()); }, "Bad", "0",
+         {{"00000041", "41"}, {"-5", "0"}, {"x", "0"}, {"99999998", "99999998"}}},
     };
 }
 
