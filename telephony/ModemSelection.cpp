@@ -16,7 +16,7 @@ struct ModemSelection::DeviceRows : Ek7TapiDeviceList {
     std::vector<Row>& m_rows;
 };
 
-ModemSelection::ModemSelection(LineState*& line, ProfileSettings profile)
+ModemSelection::ModemSelection(LineState*& line, ProfileValues profile)
     : m_line(line), m_profile(std::move(profile))
 {
 }
@@ -53,10 +53,10 @@ ModemSelection::SetUp ModemSelection::setUp()
     if (none)
         return SetUp::NoDevices;
 
-    const std::string commId = m_profile.read(settings::kCommID);
-    if (commId == settings::kNoDevice || ProfileSettings::isMissing(commId))
+    const std::optional<long> device = m_profile.device();
+    if (!device)
         return SetUp::Ready;
-    const long saved = ProfileValues::commIdDevice(commId);
+    const long saved = *device;
     for (std::size_t row = 0; row < m_rows.size(); ++row) {
         if (std::atol(m_rows[row].number.c_str()) != saved)
             continue;

@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "core/ProfileSettings.h"
+#include "core/ProfileValues.h"
 #include "maker/Ek7Tapi/Ek7Tapi.h"
 
 class ModemSelection {
@@ -25,7 +25,7 @@ public:
     };
     enum class SetUp { Ready, Failed, NoDevices };
 
-    ModemSelection(LineState*& line, ProfileSettings profile);
+    ModemSelection(LineState*& line, ProfileValues profile);
 
     SetUp setUp();
 
@@ -47,7 +47,7 @@ private:
     struct DeviceRows;
 
     LineState*& m_line;
-    ProfileSettings m_profile;
+    ProfileValues m_profile;
     std::vector<Row> m_rows;
     std::vector<HICON> m_icons;
     std::vector<int> m_preselected;

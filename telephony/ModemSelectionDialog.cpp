@@ -28,7 +28,7 @@ QIcon iconOf(HICON icon)
 
 }  // namespace
 
-ModemSelectionDialog::ModemSelectionDialog(LineState*& line, const ProfileSettings& profile, QWidget* parent)
+ModemSelectionDialog::ModemSelectionDialog(LineState*& line, const ProfileValues& profile, QWidget* parent)
     : QDialog(parent), m_ui(std::make_unique<Ui::ModemSelectionDialog>()), m_selection(line, profile)
 {
     m_ui->setupUi(this);

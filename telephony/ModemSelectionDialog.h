@@ -22,7 +22,7 @@ class ModemSelectionDialog;
 
 class ModemSelectionDialog : public QDialog {
 public:
-    ModemSelectionDialog(LineState*& line, const ProfileSettings& profile, QWidget* parent = nullptr);
+    ModemSelectionDialog(LineState*& line, const ProfileValues& profile, QWidget* parent = nullptr);
     ~ModemSelectionDialog() override;
 
     // Set-up: false when the dialog is not to be shown (no device; message

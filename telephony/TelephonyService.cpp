@@ -183,7 +183,7 @@ long TelephonyService::selectModem(QWidget* owner)
         stopMonitoring();
     long chosen = -1;
     {
-        ModemSelectionDialog dialog(m_line, profile().settings(), owner);
+        ModemSelectionDialog dialog(m_line, profile(), owner);
         chosen = dialog.run();
     }
     if (wasMonitoring)
