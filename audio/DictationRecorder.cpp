@@ -18,7 +18,6 @@
 #include <system_error>
 
 #include "core/AppData.h"
-#include "core/ProfileSettings.h"
 #include "core/ShowCodedMessage.h"
 #include "audio/DictationRecordingSource.h"
 #include "audio/RecordingFlags.h"

@@ -25,7 +25,6 @@
 #include "core/StartupServices.h"
 #include "telephony/AnswerMachineMessage.h"
 
-class ProfileSettings;
 class TelephonyService;
 struct LineState;
 
