@@ -5,6 +5,7 @@
 #include <random>
 #include <vector>
 
+#include "StoreContent.h"
 #include "core/ProfileSettings.h"
 #include "core/SettingsKeys.h"
 #include "maker/VXSAVE/VXSAVE.h"
@@ -27,6 +28,20 @@ BenchStore::BenchStore(const std::string& root, const std::string& name)
     std::error_code error;
     fs::create_directories(m_app.ProfileDir, error);
     m_ready = !error && workspace::Workspace(m_app, workspace::kCreate, "*.*") == 0;
+}
+
+bool BenchStore::buildDictations(const std::string& root, const std::string& name, long records, std::size_t bytes)
+{
+    const std::string components = root + "/" + name + "-components";
+    const std::string scratch = root + "/" + name + "-scratch";
+    fs::create_directories(components);
+    fs::create_directories(scratch);
+    const StoreContent content(records, StoreContent::Mix::DictationOnly);
+    const bool built = ready() && content.writeAll(components, storePath()) && create() &&
+                       putComponents(components) && putRecordings(1, records, bytes, scratch, 1000, [](long) {});
+    fs::remove_all(components);
+    fs::remove_all(scratch);
+    return built;
 }
 
 BenchStore::~BenchStore()

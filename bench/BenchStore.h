@@ -36,6 +36,9 @@ public:
     // progress(done) is called after each put.
     bool putRecordings(long first, long count, std::size_t bytes, const std::string& scratch, long batch,
                        const std::function<void(long)>& progress);
+    // A new store of records dictations, bytes each, with its components
+    // (made in root/name-components and root/name-scratch, removed after).
+    bool buildDictations(const std::string& root, const std::string& name, long records, std::size_t bytes);
     // The last RecID handed out, as the profile keeps it.
     void setLastRecId(long recId);
 

@@ -12,7 +12,6 @@
 #include <QTemporaryDir>
 
 #include <cstdio>
-#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
@@ -21,13 +20,11 @@
 #include "BenchStore.h"
 #include "ConsolePrompt.h"
 #include "NoiseRecording.h"
-#include "StoreContent.h"
 #include "store/DataStore.h"
 #include "store/IndexLine.h"
 #include "store/RecIdAllocator.h"
 #include "store/RecordFiler.h"
 
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -44,20 +41,11 @@ void build(OpenStore& open, const std::string& root, const char* name, long reco
     open.records = records;
     open.store = std::make_unique<BenchStore>(root, name);
     BenchStore& store = *open.store;
-    const std::string components = root + "/" + name + "-components";
-    const std::string scratch = root + "/" + name + "-scratch";
-    fs::create_directories(components);
-    fs::create_directories(scratch);
-    const StoreContent content(records, StoreContent::Mix::DictationOnly);
     const double took = bench::secondsOf([&] {
-        if (!store.ready() || !content.writeAll(components, store.storePath()) || !store.create()
-            || !store.putComponents(components)
-            || !store.putRecordings(1, records, bytes, scratch, 1000, [](long) {}))
+        if (!store.buildDictations(root, name, records, bytes))
             bench::fail(std::string("cannot build the ") + name + " store");
     });
     store.setLastRecId(records);
-    fs::remove_all(components);
-    fs::remove_all(scratch);
     if (open.dataStore.extract(store.app()) != 0)
         bench::fail(std::string("cannot open the ") + name + " store");
     std::printf("  %s store: %ld records, %s, built in %.1f s\n", name, records,

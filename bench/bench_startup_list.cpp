@@ -13,7 +13,6 @@
 #include <QTreeView>
 
 #include <cstdio>
-#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
@@ -21,16 +20,14 @@
 #include "BenchCommon.h"
 #include "BenchStore.h"
 #include "ConsolePrompt.h"
-#include "StoreContent.h"
 #include "app/InertServices.h"
 #include "app/MainWindow.h"
-#include "core/ProfileSettings.h"
+#include "core/ProfileValues.h"
 #include "core/SettingsKeys.h"
 #include "platform/UserName.h"
 #include "store/DataStoreService.h"
 #include "store/IndexLine.h"
 
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -56,24 +53,15 @@ void install(Installation& inst, const std::string& root, const char* name, long
     inst.records = records;
     inst.store = std::make_unique<BenchStore>(root, name);
     BenchStore& store = *inst.store;
-    const std::string components = root + "/" + name + "-components";
-    const std::string scratch = root + "/" + name + "-scratch";
-    fs::create_directories(components);
-    fs::create_directories(scratch);
-    const StoreContent content(records, StoreContent::Mix::DictationOnly);
-    if (!store.ready() || !content.writeAll(components, store.storePath()) || !store.create()
-        || !store.putComponents(components) || !store.putRecordings(1, records, bytes, scratch, 1000, [](long) {}))
+    if (!store.buildDictations(root, name, records, bytes))
         bench::fail(std::string("cannot build the ") + name + " store");
-    fs::remove_all(components);
-    fs::remove_all(scratch);
     inst.executable = store.app().AppDir + "navo";
 
-    const ProfileSettings profile(store.app().IniPath, userSection());
-    profile.write(settings::kLastPath, store.app().ProfileDir);
-    profile.write(settings::kLastFile, store.app().DataStoreName);
-    profile.write(settings::kRecID, indexline::recIdText(records));
-    profile.write(settings::kCommID, "1");
-    profile.write(settings::kAutoMessage, "0");
+    const ProfileValues profile(store.app().IniPath, userSection());
+    profile.setLastStore(store.app().ProfileDir, store.app().DataStoreName);
+    profile.setRecIdCounter(indexline::recIdText(records));
+    profile.setDevice(1);
+    profile.setAutoMessage(false);
     std::printf("  %s: %ld dictations, store %s\n", name, records, bench::megabytes(store.fileSize()).c_str());
 }
 
