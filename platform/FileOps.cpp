@@ -136,52 +136,65 @@ int openFile(const std::string& path, Access access, unsigned mode)
     return fd;
 }
 
-int writeAll(int fd, const void* data, std::size_t size)
+namespace {
+
+// Repeats a read or a write until size bytes have moved, the call moves
+// nothing (the end of a file) or fails; interrupted calls are retried.
+template <typename Call>
+int moveAll(std::size_t size, std::size_t* moved, Call call)
 {
-    std::size_t allowed = size;
-    const int fault = enter(Step::Write, size, &allowed);
-    if (fault != 0)
-        return fault;
-    const auto* p = static_cast<const char*>(data);
-    std::size_t left = allowed;
-    while (left > 0) {
-        const ssize_t n = ::write(fd, p, left);
+    std::size_t total = 0;
+    while (total < size) {
+        const ssize_t n = call(total);
         if (n < 0) {
             if (errno == EINTR)
                 continue;
+            *moved = total;
             return errno;
         }
         if (n == 0)
-            return EIO;
-        p += n;
-        left -= static_cast<std::size_t>(n);
+            break;
+        total += static_cast<std::size_t>(n);
     }
+    *moved = total;
+    return 0;
+}
+
+// A write that moved nothing is an I/O error; one cut short by the fault
+// plan's full disk is ENOSPC after what fitted was written.
+int writeResult(int err, std::size_t moved, std::size_t allowed, std::size_t size)
+{
+    if (err != 0)
+        return err;
+    if (moved < allowed)
+        return EIO;
     return allowed == size ? 0 : ENOSPC;
+}
+
+}  // namespace
+
+int writeAll(int fd, const void* data, std::size_t size)
+{
+    std::size_t allowed = size;
+    if (const int fault = enter(Step::Write, size, &allowed); fault != 0)
+        return fault;
+    const auto* p = static_cast<const char*>(data);
+    std::size_t moved = 0;
+    const int err = moveAll(allowed, &moved, [&](std::size_t done) { return ::write(fd, p + done, allowed - done); });
+    return writeResult(err, moved, allowed, size);
 }
 
 int pwriteAll(int fd, const void* data, std::size_t size, std::uint64_t offset)
 {
     std::size_t allowed = size;
-    const int fault = enter(Step::Write, size, &allowed);
-    if (fault != 0)
+    if (const int fault = enter(Step::Write, size, &allowed); fault != 0)
         return fault;
     const auto* p = static_cast<const char*>(data);
-    std::size_t left = allowed;
-    auto at = static_cast<off_t>(offset);
-    while (left > 0) {
-        const ssize_t n = ::pwrite(fd, p, left, at);
-        if (n < 0) {
-            if (errno == EINTR)
-                continue;
-            return errno;
-        }
-        if (n == 0)
-            return EIO;
-        p += n;
-        left -= static_cast<std::size_t>(n);
-        at += n;
-    }
-    return allowed == size ? 0 : ENOSPC;
+    std::size_t moved = 0;
+    const int err = moveAll(allowed, &moved, [&](std::size_t done) {
+        return ::pwrite(fd, p + done, allowed - done, static_cast<off_t>(offset + done));
+    });
+    return writeResult(err, moved, allowed, size);
 }
 
 int syncFile(int fd)
@@ -201,41 +214,15 @@ int truncateFile(int fd, std::uint64_t size)
 int preadUpTo(int fd, void* data, std::size_t size, std::uint64_t offset, std::size_t* got)
 {
     auto* p = static_cast<char*>(data);
-    std::size_t total = 0;
-    while (total < size) {
-        const ssize_t n = ::pread(fd, p + total, size - total, static_cast<off_t>(offset + total));
-        if (n < 0) {
-            if (errno == EINTR)
-                continue;
-            *got = total;
-            return errno;
-        }
-        if (n == 0)
-            break;
-        total += static_cast<std::size_t>(n);
-    }
-    *got = total;
-    return 0;
+    return moveAll(size, got, [&](std::size_t done) {
+        return ::pread(fd, p + done, size - done, static_cast<off_t>(offset + done));
+    });
 }
 
 int readUpTo(int fd, void* data, std::size_t size, std::size_t* got)
 {
     auto* p = static_cast<char*>(data);
-    std::size_t total = 0;
-    while (total < size) {
-        const ssize_t n = ::read(fd, p + total, size - total);
-        if (n < 0) {
-            if (errno == EINTR)
-                continue;
-            *got = total;
-            return errno;
-        }
-        if (n == 0)
-            break;
-        total += static_cast<std::size_t>(n);
-    }
-    *got = total;
-    return 0;
+    return moveAll(size, got, [&](std::size_t done) { return ::read(fd, p + done, size - done); });
 }
 
 int writeWholeFile(const std::string& path, const void* data, std::size_t size)
