@@ -41,12 +41,16 @@ public:
     void run(int id);
 
 private:
+    // One entry per number that was bound, registered or given a state; no
+    // handler means not in this build.
     struct Command {
         Handler handler;
         Rule rule;
+        QAction* action = nullptr;
+        bool requested = false;
+        bool checked = false;
     };
+    const Command* find(int id) const;
+
     std::map<int, Command> m_commands;
-    std::map<int, QAction*> m_actions;
-    std::map<int, bool> m_requested;
-    std::map<int, bool> m_checked;
 };
