@@ -15,10 +15,6 @@ public:
     void close() { m_closed = true; }
     bool closed() const { return m_closed; }
 
-    // The answer of a box closed without a choice: its Escape button, "No"
-    // for Yes/No, "Abort" for Abort/Retry/Ignore.
-    static int closedAnswer(UINT flags);
-
     int messageBox(const std::string& text, UINT flags, const std::string& caption) override;
     std::optional<std::string> chooseFile(const FileDialogRequest& request) override;
 

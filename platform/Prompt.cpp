@@ -14,23 +14,29 @@ public:
     int messageBox(const std::string& text, UINT flags, const std::string& caption) override
     {
         OutputDebugString(caption + ": " + text + "\n");
-        switch (flags & 0x0F) {
-        case MB_OKCANCEL:
-        case MB_YESNOCANCEL:
-        case MB_RETRYCANCEL:
-            return IDCANCEL;
-        case MB_YESNO:
-            return IDNO;
-        case MB_ABORTRETRYIGNORE:
-            return IDABORT;
-        default:
-            return IDOK;
-        }
+        return unansweredResult(flags);
     }
     std::optional<std::string> chooseFile(const FileDialogRequest&) override { return std::nullopt; }
 };
 
 }  // namespace
+
+int unansweredResult(UINT flags)
+{
+    switch (flags & MB_TYPEMASK) {
+    case MB_OKCANCEL:
+    case MB_YESNOCANCEL:
+    case MB_RETRYCANCEL:
+    case MB_CANCELTRYCONTINUE:
+        return IDCANCEL;
+    case MB_YESNO:
+        return IDNO;
+    case MB_ABORTRETRYIGNORE:
+        return IDABORT;
+    default:
+        return IDOK;
+    }
+}
 
 Prompt& currentPrompt()
 {

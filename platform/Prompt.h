@@ -37,6 +37,10 @@ public:
 // The installed prompt, else the default one.
 Prompt& currentPrompt();
 
+// What a box nobody answers gives: its cancelling button (Escape's), "No"
+// for Yes/No, "Abort" for Abort/Retry/Ignore, "OK" for a plain box.
+int unansweredResult(UINT flags);
+
 // Installs prompt for the whole process; nullptr puts back the default.
 void setPrompt(Prompt* prompt);
 
