@@ -13,7 +13,7 @@
 set -euo pipefail
 
 if [ "${NAVO_BENCH_NETNS:-}" != 1 ]; then
-    for tool in unshare ip baresip sox xvfb-run xdotool import; do
+    for tool in unshare ip baresip sox Xvfb xdotool import; do
         command -v "$tool" >/dev/null || { echo "bench_calls: $tool is needed (scripts/common.sh lists the packages)" >&2; exit 2; }
     done
     unshare -n true 2>/dev/null || { echo "bench_calls: needs a private network namespace (run as root)" >&2; exit 2; }
@@ -82,7 +82,7 @@ export NAVO_SIP_PORT=$navo_port NAVO_SIP_RTP_PORTS=7078-7098 NAVO_SIP_DATA_DIR=$
 export WORK=$work CALLS=$calls CALL_SECONDS=$call_seconds SHOTS=$shots NAVO_PORT=$navo_port
 
 echo "navo: $calls calls, answered after $rings rings of $ring_ms ms, each call about $call_seconds s"
-xvfb-run -a -s "-screen 0 1280x1024x24" bash -c '
+"$(dirname "$0")/../../tests/e2e/in_xvfb.sh" 1280x1024x24 bash -c '
     set -e
     TMPDIR="$WORK/tmp" NAVO_TRACE=1 "$WORK/navo/navo" > "$WORK/navo-output.txt" 2> "$WORK/trace.txt" & pid=$!
     win=

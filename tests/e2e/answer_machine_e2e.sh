@@ -38,7 +38,7 @@ export NAVO_RING_PERIOD_MS=200
 export NAVO_LINE_CONFIG="$work/no-line.conf"
 export SHOTS=$shots CALLER=$caller VOICE=$voice
 
-xvfb-run -a -s "-screen 0 1280x1024x24" bash -c '
+"$(dirname "$0")/in_xvfb.sh" 1280x1024x24 bash -c '
     set -e
     TMPDIR="$0/tmp" NAVO_TRACE=1 "$0/navo/navo" 2> "$0/trace.txt" & pid=$!
     win=

@@ -20,7 +20,7 @@ export SHOTS=$shots
 export E2E_DIR NAVO_TAPI_MODULE NAVO_LINE_PROVIDERS="test line" NAVO_TEST_LINE_SOCKET="$work/line.sock" NAVO_LINE_CONFIG="$work/no-line.conf"
 E2E_DIR=$(cd "$(dirname "$0")" && pwd)
 NAVO_TAPI_MODULE="$(dirname "$navo")/libnavotapi.so"
-xvfb-run -a -s "-screen 0 1280x1024x24" bash -c '
+"$E2E_DIR/in_xvfb.sh" 1280x1024x24 bash -c '
     set -e
     TMPDIR="$0/tmp" NAVO_TRACE=1 "$0/navo" 2> "$0/trace.txt" & pid=$!
     "$E2E_DIR/cancel_modem_selection.sh"

@@ -5,6 +5,7 @@
 #   recorder_screenshots.sh <navo-recorder-show> <output folder>
 set -e
 show=$(realpath "$1")
+in_xvfb=$(realpath "$(dirname "$0")/../../../tests/e2e/in_xvfb.sh")
 out=$2
 mkdir -p "$out"
 cd "$out"
@@ -12,7 +13,7 @@ sox -n -r 8000 -c 1 -b 16 swelling-tone.wav synth 30 sine 440 tremolo 0.35 95 vo
 
 take() {
     NAVO_AUDIO=virtual NAVO_AUDIO_INPUT="$1" NAVO_AUDIO_PACE=realtime \
-        xvfb-run -a -s "-screen 0 1024x768x24" sh -c "
+        "$in_xvfb" 1024x768x24 sh -c "
             '$show' --record --quit-after 8 > '$2.log' 2>&1 &
             sleep 4; import -window root '$2-1.png'
             sleep 1; import -window root '$2-2.png'
