@@ -74,12 +74,9 @@ navo_say "No display found: running Navo under Xvfb and taking screenshots inste
 shots="$prefix/screenshots"
 mkdir -p "$shots"
 rm -f "$shots"/navo-*.png
-display_number=99
-while [ -e "/tmp/.X11-unix/X$display_number" ] || [ -e "/tmp/.X$display_number-lock" ]; do
-    display_number=$((display_number + 1))
-done
-export DISPLAY=":$display_number"
-Xvfb "$DISPLAY" -screen 0 1280x1024x24 -nolisten tcp >/dev/null 2>&1 &
+# Xvfb picks a free display itself and names it once it accepts clients.
+display_file=$(mktemp)
+Xvfb -displayfd 3 -screen 0 1280x1024x24 -nolisten tcp 3> "$display_file" >/dev/null 2>&1 &
 xvfb_pid=$!
 navo_pid=
 cleanup() {
@@ -89,12 +86,15 @@ cleanup() {
         kill -9 "$navo_pid" 2>/dev/null && navo_say "Navo did not stop on TERM and was killed"
     fi
     kill "$xvfb_pid" 2>/dev/null || true
+    rm -f "$display_file"
 }
 trap cleanup EXIT
-for _ in $(seq 50); do
-    xdpyinfo >/dev/null 2>&1 && break
+for _ in $(seq 100); do
+    grep -q '^[0-9]' "$display_file" && break
     sleep 0.1
 done
+grep -q '^[0-9]' "$display_file" || navo_fail "Xvfb did not start"
+export DISPLAY=":$(head -1 "$display_file")"
 
 # The first visible window whose title matches one of the patterns, waited
 # for up to $1 seconds; prints "id pattern".
