@@ -136,7 +136,8 @@ struct Distortion {
     {
         const double drive = std::pow(10.0, 0.4 * value / 20.0);
         const auto g = static_cast<float>(drive);
-        const auto norm = static_cast<float>(1.0 / std::tanh(drive));
+        // Peaks at half scale, leaving room for the echo and reverb after it.
+        const auto norm = static_cast<float>(0.5 / std::tanh(0.5 * drive));
         for (std::size_t i = 0; i < samples; ++i)
             x[i] = std::tanh(g * x[i]) * norm;
     }

@@ -11,7 +11,8 @@
 // Values 0..99 (the mappings are the static functions below):
 //   echo        delay (value + 1) * 10 ms, feedback and echo level 0.5
 //   chorus      sweep depth 0.5 + 0.05 * value ms around 20 ms, 1.5 Hz
-//   distortion  drive 0.4 * value dB into a tanh clipper, full scale kept
+//   distortion  drive 0.4 * value dB into a tanh clipper peaking at half
+//               scale
 //   flanger     sweep depth 0.1 + 0.04 * value ms from 0.5 ms, 0.25 Hz,
 //               feedback 0.5
 //   gargle      amplitude modulation by a 0..1 triangle at value + 1 Hz
