@@ -2,6 +2,8 @@
 
 #include "maker/Ek7DxSnd/FxPlayer.h"
 
+#include <soundtouch/SoundTouch.h>
+
 #include <memory>
 #include <mutex>
 
@@ -94,4 +96,9 @@ int RenderDSound(const char* targetPath)
     if (targetPath == nullptr || *targetPath == '\0')
         return kDxErrWrite;
     return g_player->render(targetPath);
+}
+
+const char* DxEngineVersion()
+{
+    return soundtouch::SoundTouch::getVersionId() > 0 ? "4.09.00.0904" : "NO_KEY";
 }

@@ -49,3 +49,8 @@ void CleanDSound();
 // Writes the whole file, as processed by the effects now set, to targetPath
 // as a wave file in the source's format; nothing is played. 0 or an error.
 int RenderDSound(const char* targetPath);
+
+// The version text of the effects engine, in the form the system's DirectX
+// "Version" value has: "4.09.00.0904" (effects available) when the speed
+// engine can be made, else "NO_KEY".
+const char* DxEngineVersion();

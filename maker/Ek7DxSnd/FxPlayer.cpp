@@ -6,7 +6,11 @@
 
 #include <algorithm>
 
-FxPlayer::~FxPlayer() { stop(); }
+FxPlayer::~FxPlayer()
+{
+    stop();
+    m_playback.reset();  // before the stream and lock it would pull through
+}
 
 int FxPlayer::open(const std::string& path)
 {

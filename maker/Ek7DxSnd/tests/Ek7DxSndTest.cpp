@@ -186,9 +186,17 @@ protected:
         int normal = 0, lowest = 0, highest = 0;
         EXPECT_EQ(InitDSound(0, file.c_str(), &normal, &lowest, &highest), kDxOk);
         EXPECT_EQ(PlayDSound(start, pairs.v, kDxEffectCount), kDxOk);
+        // While the device's thread plays: the position never runs back, and
+        // re-applying the speed (as the dialog's slider does) is safe.
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-        while (IsPlayingDSound() && std::chrono::steady_clock::now() < deadline)
+        std::uint32_t last = 0;
+        while (IsPlayingDSound() && std::chrono::steady_clock::now() < deadline) {
+            const std::uint32_t now = GetPosn();
+            EXPECT_GE(now, last);
+            last = now;
+            EXPECT_EQ(AdjEffects(0, pairs.v[0][1]), pairs.v[0][1]);
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
         EXPECT_FALSE(IsPlayingDSound()) << "the end was never heard";
         EXPECT_EQ(GetPosn(), 100000u);
         StopDSound();
