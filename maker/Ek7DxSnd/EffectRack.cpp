@@ -323,6 +323,7 @@ struct EffectRack::Effects {
     Gargle gargle;
     Equalizer equalizer;
     Reverb reverb;
+    std::array<bool, kFxPairs> wasOn{};
 };
 
 EffectRack::EffectRack(int rate, int channels) : m_fx(std::make_unique<Effects>())
@@ -360,6 +361,7 @@ void EffectRack::reset()
     fx.gargle.phase = 0;
     fx.equalizer.reset();
     fx.reverb.reset();
+    fx.wasOn.fill(false);
 }
 
 double EffectRack::echoDelayMs(int value) { return (std::clamp(value, 0, 99) + 1) * 10.0; }
@@ -370,6 +372,21 @@ void EffectRack::process(float* samples, std::size_t frames, const EffectSetting
 {
     Effects& fx = *m_fx;
     auto value = [&](int pair) { return std::clamp(s.value[static_cast<std::size_t>(pair)], 0, 99); };
+    // An effect switched on starts from silence, not from the tail it had
+    // when it was last on.
+    if (s.on[1] && !fx.wasOn[1])
+        fx.echo.reset();
+    if (s.on[2] && !fx.wasOn[2])
+        fx.chorus.reset();
+    if (s.on[4] && !fx.wasOn[4])
+        fx.flanger.reset();
+    if (s.on[5] && !fx.wasOn[5])
+        fx.gargle.phase = 0;
+    if (s.on[6] && !fx.wasOn[6])
+        fx.equalizer.reset();
+    if (s.on[7] && !fx.wasOn[7])
+        fx.reverb.reset();
+    fx.wasOn = s.on;
     if (s.on[1])
         fx.echo.process(samples, frames, value(1));
     if (s.on[2])

@@ -46,7 +46,9 @@ public:
 
     // Forgets every delay line, filter state and modulator phase.
     void reset();
-    // samples: frames * channels, interleaved; changed in place.
+    // samples: frames * channels, interleaved; changed in place. Called for
+    // every block, with no frames when all seven are off, so that an effect
+    // switched on again starts afresh.
     void process(float* samples, std::size_t frames, const EffectSettings& settings);
 
     static double echoDelayMs(int value);

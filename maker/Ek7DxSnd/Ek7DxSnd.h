@@ -29,7 +29,9 @@ constexpr int kDxEffectCount = 8;
 // rates in Hz. 0 on success.
 int InitDSound(HWND owner, const char* wavePath, int* defaultSpeed, int* lowestSpeed,
                int* highestSpeed);
-// Takes the effects to use from the next PlayDSound on.
+// Takes the effects to use from the next PlayDSound on; while sound plays
+// they are heard from the next block (an On button switched while playing
+// needs no restart). RenderDSound uses them too.
 void SetEffects(const int effects[][2], int count);
 // Starts (or restarts) playback at start; the effects array is taken as by
 // SetEffects. Returns 0, or kDxErrState.

@@ -115,8 +115,7 @@ bool FxStream::drainSpeedStage(const EffectSettings& settings, std::vector<char>
     const unsigned got = m_speed->receiveSamples(m_samples.data(), static_cast<unsigned>(m_blockFrames));
     if (got == 0)
         return false;
-    if (settings.anyRackEffect())
-        m_rack->process(m_samples.data(), got, settings);
+    m_rack->process(m_samples.data(), settings.anyRackEffect() ? got : 0, settings);
     encode(m_samples.data(), got, out);
     return true;
 }
@@ -196,6 +195,7 @@ bool FxStream::produce(const EffectSettings& settings, std::vector<char>& out)
         m_rack->process(m_samples.data(), got, settings);
         encode(m_samples.data(), got, out);
     } else {
+        m_rack->process(nullptr, 0, settings);  // notes that every effect is off
         out.insert(out.end(), m_bytes.begin(), m_bytes.end());
     }
     finishOrContinue();

@@ -300,8 +300,9 @@ TEST_F(DxSoundTest, EqualizerChangesBandEnergyTheWayItsValueSays)
 }
 
 // Driven by a device pulled by hand: the position follows what was heard,
-// a seek takes effect at the next pull, a value adjusted while playing is
-// heard from the very next block, and the end is the end.
+// a seek takes effect at the next pull, a value adjusted or an effect
+// switched while playing is heard from the very next block, and the end is
+// the end.
 TEST_F(DxSoundTest, PlayingFollowsPositionSeekAndAdjustmentsFromTheNextBlock)
 {
     auto hand = std::make_shared<HandPulled>();
@@ -359,6 +360,28 @@ TEST_F(DxSoundTest, PlayingFollowsPositionSeekAndAdjustmentsFromTheNextBlock)
     EXPECT_TRUE(std::equal(out.begin(), out.begin() + 30 * block, cutSound.begin()));
     EXPECT_FALSE(std::equal(out.begin() + 30 * block, out.begin() + 31 * block, cutSound.begin() + 30 * block));
     EXPECT_NEAR(rms(y, 35 * 80, y.size()) / rms(boosted, 35 * 80, y.size()), 1.0, 0.02);
+
+    // An On button switched while playing: the echo (250 ms) is heard from
+    // the next block; switched off and on again it starts from silence, so
+    // for its first 250 ms the sound is the file's, with no stale tail.
+    ASSERT_EQ(PlayDSound(0, Pairs().v, kDxEffectCount), kDxOk);
+    auto fileBlock = [&](std::size_t index) {
+        return std::vector<char>(source.begin() + static_cast<std::ptrdiff_t>(index * block),
+                                 source.begin() + static_cast<std::ptrdiff_t>((index + 1) * block));
+    };
+    std::size_t at = 0;
+    for (; at < 30; ++at)
+        ASSERT_EQ(pull(block), fileBlock(at));
+    SetEffects(Pairs().on(1, 24).v, kDxEffectCount);
+    for (; at < 60; ++at)
+        EXPECT_EQ(pull(block) != fileBlock(at), at >= 55) << "block " << at;  // the echo arrives after 25 blocks
+    SetEffects(Pairs().v, kDxEffectCount);
+    for (; at < 65; ++at)
+        EXPECT_EQ(pull(block), fileBlock(at));
+    SetEffects(Pairs().on(1, 24).v, kDxEffectCount);
+    for (; at < 90; ++at)
+        EXPECT_EQ(pull(block), fileBlock(at)) << "block " << at;
+    EXPECT_NE(pull(block), fileBlock(at));
     StopDSound();
     CleanDSound();
     AudioBackendRegistry::instance().remove("ek7dxsnd-hand");
