@@ -29,7 +29,9 @@ constexpr int kDxEffectCount = 8;
 // rates in Hz. 0 on success.
 int InitDSound(HWND owner, const char* wavePath, int* defaultSpeed, int* lowestSpeed,
                int* highestSpeed);
-// Takes the effects to use from the next PlayDSound on.
+// Takes the effects to use from the next PlayDSound on; while sound plays
+// they are heard from the next block (an On button switched while playing
+// needs no restart). RenderDSound uses them too.
 void SetEffects(const int effects[][2], int count);
 // Starts (or restarts) playback at start; the effects array is taken as by
 // SetEffects. Returns 0, or kDxErrState.
@@ -49,3 +51,8 @@ void CleanDSound();
 // Writes the whole file, as processed by the effects now set, to targetPath
 // as a wave file in the source's format; nothing is played. 0 or an error.
 int RenderDSound(const char* targetPath);
+
+// The version text of the effects engine, in the form the system's DirectX
+// "Version" value has: "4.09.00.0904" (effects available) when the speed
+// engine can be made, else "NO_KEY".
+const char* DxEngineVersion();
