@@ -162,9 +162,11 @@ int MixingStudio::prepare(const std::string& recIdText)
         if (endsWith(member, ".wav") || (endsWith(member, ".vxw") && sourceWave.empty()))
             sourceWave = fileops::joinPath(m_folder, member);
     }
+    // The extracted sound goes too once it is converted: an hour of it is
+    // no small file.
     const auto discardMembers = [&] {
         for (const std::string& member : members)
-            if (!isWorkingFile(member))
+            if (!isWorkingFile(member) || fileops::joinPath(m_folder, member) == sourceWave)
                 fileops::removeFile(fileops::joinPath(m_folder, member));
     };
     RecordInfo info;

@@ -6,11 +6,20 @@
 #include "ScriptedPrompt.h"
 #include "StoreFixture.h"
 #include "audio/MixingStudio.h"
+#include "audio/MixingStudioDialog.h"
+#include "res/resource.h"
 #include "platform/CallbackWindow.h"
 #include "platform/FileOps.h"
 #include "platform/audio/WaveFormats.h"
 #include "store/RecIdAllocator.h"
 #include "store/RecordFiler.h"
+
+#include <QImage>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QSlider>
+#include <QSpinBox>
+#include <QTreeWidget>
 
 #include <cmath>
 
@@ -233,6 +242,56 @@ TEST_F(MixingStudioTest, AFullDiskGivesError205AndNoBuildIsPresented)
     EXPECT_FALSE(fileops::fileExists(studio.buildWavePath()));
     ASSERT_EQ(prompt.messages().size(), 2u);
     EXPECT_EQ(prompt.messages()[1].flags & MB_ICONWARNING, static_cast<UINT>(MB_ICONWARNING));
+}
+
+// Dialog 140 offscreen, driven by its control numbers as a user would: a
+// recording chosen, its stretch set, extracted, the list played and stopped.
+TEST_F(MixingStudioTest, TheDialogExtractsAStretchAndGreysItselfWhileTheListPlays)
+{
+    const std::string recId = fileTone(400, 0, 3000);
+    MixingStudioDialog dialog(app, opener());
+    dialog.loadRecordings();
+    EXPECT_EQ(dialog.windowTitle(), QStringLiteral("Navo Mixing Studio"));
+    const auto find = [&](int id) {
+        QWidget* w = dialog.findChild<QWidget*>(QString::number(id));
+        EXPECT_NE(w, nullptr) << id;
+        return w;
+    };
+    for (int id : std::initializer_list<int>{IDC_STUDIO_INDEX_LIST, IDC_STUDIO_STOP, IDC_STUDIO_10139, IDC_STUDIO_10140, IDC_STUDIO_10141,
+                   IDC_STUDIO_PROGRESS, IDC_EXTRACT_FROM_TIME, IDC_EXTRACT_TO_TIME, 1})
+        find(id);
+    auto* merge = static_cast<QPushButton*>(find(IDC_STUDIO_10147));
+    EXPECT_EQ(merge->toolTip(), QStringLiteral("Pressing this button will merge the recordings in the Merge List"));
+
+    auto* recordings = static_cast<QTreeWidget*>(find(IDC_STUDIO_RECORDINGS));
+    ASSERT_EQ(recordings->topLevelItemCount(), 1);
+    EXPECT_EQ(recordings->topLevelItem(0)->text(0).toStdString(), recId);
+    emit recordings->itemClicked(recordings->topLevelItem(0), 0);
+    auto* toMsec = static_cast<QLineEdit*>(find(IDC_EXTRACT_TO_MSEC));
+    EXPECT_EQ(toMsec->text(), QStringLiteral("3000  "));
+    static_cast<QSlider*>(find(IDC_EXTRACT_FROM_SLIDER))->setValue(1);
+    static_cast<QSpinBox*>(find(IDC_EXTRACT_TO_SPIN))->setValue(2);
+    EXPECT_EQ(static_cast<QLineEdit*>(find(IDC_EXTRACT_FROM_MSEC))->text(), QStringLiteral("1000  "));
+    EXPECT_EQ(toMsec->text(), QStringLiteral("2000  "));
+    static_cast<QPushButton*>(find(IDC_STUDIO_EXTRACT))->click();
+    auto* list = static_cast<QTreeWidget*>(find(IDC_STUDIO_MERGE_LIST));
+    ASSERT_EQ(list->topLevelItemCount(), 1);
+    EXPECT_EQ(list->topLevelItem(0)->text(0), QStringLiteral("000001"));
+    EXPECT_EQ(list->topLevelItem(0)->text(3), QStringLiteral("1000"));
+    EXPECT_EQ(list->topLevelItem(0)->text(4), QStringLiteral("2000"));
+
+    auto* playList = static_cast<QPushButton*>(find(IDC_STUDIO_PLAY_LIST));
+    const QImage idleImage = playList->icon().pixmap(16).toImage();
+    playList->click();
+    EXPECT_NE(playList->icon().pixmap(16).toImage(), idleImage);
+    for (int id : std::initializer_list<int>{IDC_STUDIO_PLAY, IDC_STUDIO_STOP, IDC_STUDIO_EXTRACT, IDC_STUDIO_10147, IDC_EXTRACT_FROM_SLIDER,
+                   IDC_EXTRACT_TO_SLIDER, IDC_EXTRACT_FROM_SPIN, IDC_EXTRACT_TO_SPIN, 1})
+        EXPECT_FALSE(find(id)->isEnabled()) << id;
+    playList->click();
+    EXPECT_EQ(playList->icon().pixmap(16).toImage(), idleImage);
+    EXPECT_TRUE(find(1)->isEnabled());
+    EXPECT_TRUE(merge->isEnabled());
+    EXPECT_EQ(dialog.studio().rows().size(), 1u);
 }
 
 }  // namespace
