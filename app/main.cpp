@@ -7,6 +7,7 @@
 #include "app/InertServices.h"
 #include "app/MainWindow.h"
 #include "app/NavoApp.h"
+#include "app/RecordListModel.h"
 #include "audio/RecorderLauncher.h"
 #include "audio/StudioLauncher.h"
 #include "platform/gui/QtPrompt.h"
@@ -29,7 +30,7 @@ int main(int argc, char** argv)
     TelephonyService line;
     AnswerMachine answerMachine(line);
     RecorderLauncher recorders(&MainWindow::openHelpPage);
-    StudioLauncher studio(&MainWindow::openHelpPage);
+    StudioLauncher studio(&MainWindow::openHelpPage, &RecordListModel::qualityColour);
     // The diary monitor and store compression are not in this build yet.
     InertServices notYetBuilt;
     StartupServices services = notYetBuilt.services();

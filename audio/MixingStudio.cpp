@@ -432,7 +432,7 @@ MixingStudio::Enabled MixingStudio::enabled() const
     e.extract = !m_playingList && prepared;
     e.merge = !m_playingList && !m_rows.empty();
     e.positioning = !m_playingList && prepared;
-    e.rowEdits = !m_playingList;
+    e.rowEdits = !m_playingList && !m_rows.empty();
     e.playList = !m_rows.empty() || m_playingList;
     e.cancel = !m_playingList;
     return e;

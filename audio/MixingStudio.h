@@ -75,7 +75,7 @@ public:
         bool extract = false;
         bool merge = false;     // 10147: build and open
         bool positioning = false;  // sliders and spins
-        bool rowEdits = false;  // 10139..10141
+        bool rowEdits = false;  // 10139..10141: remove, move up, move down
         bool playList = false;
         bool cancel = true;
     };

@@ -38,8 +38,10 @@ long markMs(const std::string& time)
 
 }  // namespace
 
-MixingStudioDialog::MixingStudioDialog(AppData& app, MixingStudio::RecorderOpener opener, QWidget* parent)
-    : QDialog(parent), m_studio(app, std::move(opener)), m_ui(std::make_unique<Ui::MixingStudioDialog>())
+MixingStudioDialog::MixingStudioDialog(AppData& app, MixingStudio::RecorderOpener opener, QWidget* parent,
+                                       QualityColour colour)
+    : QDialog(parent), m_studio(app, std::move(opener)), m_colour(std::move(colour)),
+      m_ui(std::make_unique<Ui::MixingStudioDialog>())
 {
     m_ui->setupUi(this);
     assignControlNumbers(this);
@@ -48,7 +50,7 @@ MixingStudioDialog::MixingStudioDialog(AppData& app, MixingStudio::RecorderOpene
     m_ui->IDC_STUDIO_PLAY_LIST->setIcon(style()->standardIcon(QStyle::SP_MediaPlay));
     m_ui->IDC_STUDIO_RECORDINGS->setColumnWidth(0, 80);
     m_ui->IDC_STUDIO_RECORDINGS->setColumnWidth(1, 80);
-    m_ui->IDC_STUDIO_RECORDINGS->setColumnWidth(2, 220);
+    m_ui->IDC_STUDIO_RECORDINGS->setColumnWidth(2, 190);
     m_ui->IDC_STUDIO_MERGE_LIST->setColumnWidth(0, 60);
     m_ui->IDC_STUDIO_MERGE_LIST->setColumnWidth(1, 70);
     m_ui->IDC_STUDIO_MERGE_LIST->setColumnWidth(2, 140);
@@ -145,6 +147,9 @@ void MixingStudioDialog::loadRecordings()
         item->setText(2, fromAnsi(r.subject));
         item->setText(3, fromAnsi(r.date));
         item->setText(4, fromAnsi(r.duration));
+        if (m_colour)
+            for (int column = 0; column < list->columnCount(); ++column)
+                item->setForeground(column, m_colour(r.quality));
     }
 }
 
@@ -236,9 +241,9 @@ void MixingStudioDialog::refresh()
     for (QWidget* w : std::initializer_list<QWidget*>{ui.IDC_EXTRACT_FROM_SLIDER, ui.IDC_EXTRACT_TO_SLIDER,
                                                       ui.IDC_EXTRACT_FROM_SPIN, ui.IDC_EXTRACT_TO_SPIN})
         w->setEnabled(e.positioning);
-    for (QWidget* w : std::initializer_list<QWidget*>{ui.IDC_STUDIO_10139, ui.IDC_STUDIO_10140, ui.IDC_STUDIO_10141,
-                                                      ui.IDC_STUDIO_RECORDINGS})
+    for (QWidget* w : std::initializer_list<QWidget*>{ui.IDC_STUDIO_10139, ui.IDC_STUDIO_10140, ui.IDC_STUDIO_10141})
         w->setEnabled(e.rowEdits);
+    ui.IDC_STUDIO_RECORDINGS->setEnabled(!m_studio.playingList());
     ui.IDC_STUDIO_PLAY_LIST->setEnabled(e.playList);
     ui.cancelButton->setEnabled(e.cancel);
     // The play-list button shows what pressing it will do.
@@ -257,7 +262,8 @@ void MixingStudioDialog::reject()
     QDialog::reject();
 }
 
-int runMixingStudio(AppData& app, QWidget* parent, std::function<bool(const std::string&)> openHelp)
+int runMixingStudio(AppData& app, QWidget* parent, std::function<bool(const std::string&)> openHelp,
+                    MixingStudioDialog::QualityColour colour)
 {
     if (!CallbackWindow::isClassRegistered())
         CallbackWindow::registerClass();
@@ -268,7 +274,7 @@ int runMixingStudio(AppData& app, QWidget* parent, std::function<bool(const std:
         filed |= runDictationRecorderOnWave(app, shown != nullptr ? static_cast<QWidget*>(shown) : owner, wave,
                                             openHelp);
     };
-    MixingStudioDialog dialog(app, opener, parent);
+    MixingStudioDialog dialog(app, opener, parent, std::move(colour));
     shown = &dialog;
     dialog.loadRecordings();
     dialog.exec();

@@ -5,6 +5,7 @@
 // res/ui/MixingStudioDialog.ui; MixingStudio does the work.
 #pragma once
 
+#include <QColor>
 #include <QDialog>
 
 #include <functional>
@@ -24,9 +25,13 @@ class MixingStudioDialog;
 class MixingStudioDialog : public QDialog {
     Q_OBJECT
 public:
+    // The text colour of a recording quality, as the main window's lists use.
+    using QualityColour = std::function<QColor(int)>;
+
     // opener: what the build button does with "build.wav" (the main window
     // passes the Dictation Recorder).
-    MixingStudioDialog(AppData& app, MixingStudio::RecorderOpener opener, QWidget* parent = nullptr);
+    MixingStudioDialog(AppData& app, MixingStudio::RecorderOpener opener, QWidget* parent = nullptr,
+                       QualityColour colour = {});
     ~MixingStudioDialog() override;
 
     MixingStudio& studio() { return m_studio; }
@@ -49,6 +54,7 @@ private:
     int selectedRow() const;
 
     MixingStudio m_studio;
+    QualityColour m_colour;
     std::unique_ptr<Ui::MixingStudioDialog> m_ui;
     QTimer* m_progressTimer = nullptr;
     long m_from = 0;
@@ -59,4 +65,5 @@ private:
 // Opens the studio modally over parent; the build opens the Dictation
 // Recorder on it (Help through openHelp). 1 when a recording was filed from
 // it, else 0.
-int runMixingStudio(AppData& app, QWidget* parent, std::function<bool(const std::string&)> openHelp = {});
+int runMixingStudio(AppData& app, QWidget* parent, std::function<bool(const std::string&)> openHelp = {},
+                    MixingStudioDialog::QualityColour colour = {});
