@@ -72,10 +72,14 @@ const Family kFamilies[] = {
 // Working folder
 
 MixingStudio::MixingStudio(AppData& app, RecorderOpener openRecorder)
-    : m_app(app), m_openRecorder(std::move(openRecorder)),
-      m_folder(components::workspacePath(app.TempDir, kFolderName))
+    : m_app(app), m_openRecorder(std::move(openRecorder))
 {
     std::error_code error;
+    // Without a workspace (no store open) the system's temporary folder
+    // stands in, never the root of the file system.
+    m_folder = app.TempDir.empty()
+                   ? (std::filesystem::temp_directory_path(error) / ("navo-" + std::string(kFolderName))).string()
+                   : components::workspacePath(app.TempDir, kFolderName);
     std::filesystem::create_directories(m_folder, error);
 }
 
