@@ -5,12 +5,14 @@
 #include "AudioTestSupport.h"
 #include "ScriptedPrompt.h"
 #include "StoreFixture.h"
+#include "audio/DictationRecorder.h"
 #include "audio/MixingStudio.h"
 #include "audio/MixingStudioDialog.h"
 #include "res/resource.h"
 #include "platform/CallbackWindow.h"
 #include "platform/FileOps.h"
 #include "platform/audio/WaveFormats.h"
+#include "maker/VXSAVE/VXSAVE.h"
 #include "store/RecIdAllocator.h"
 #include "store/RecordFiler.h"
 
@@ -154,6 +156,40 @@ TEST_F(MixingStudioTest, BuildJoinsTheExtractsInOrderOpensTheRecorderOnItAndClea
     }
     // Closing took every working file, and so the folder.
     EXPECT_FALSE(std::filesystem::exists(folder));
+}
+
+// What the user saves in the recorder opened on the build is a new
+// dictation holding the build's sound.
+TEST_F(MixingStudioTest, TheBuildIsFiledAsANewDictationThroughTheRecorder)
+{
+    long filedId = 0;
+    MixingStudio studio(app, [&](const std::string& wave) {
+        DictationRecorder recorder(app);
+        ASSERT_EQ(recorder.openNewFrom(wave), 0);
+        EXPECT_EQ(recorder.display().cutTo, 2250);
+        EXPECT_NE(recorder.unsavedPrompt({}), 0);  // leaving unsaved would ask
+        ASSERT_EQ(recorder.save({"joined", "", ""}), 0);
+        EXPECT_TRUE(recorder.filed());
+        filedId = recorder.recId();
+    });
+    fillList(studio);
+    studio.setTo(1, "");
+    studio.setTo(0, "2500");
+    ASSERT_EQ(studio.buildAndOpen(), 0);
+    ASSERT_NE(filedId, 0);
+    const std::string name = indexlineRecId(filedId) + ".vxz";
+    const std::string folder = root() + "/filed";
+    std::filesystem::create_directories(folder);
+    ASSERT_EQ(ExtractFile(app.DataStorePath.c_str(), name.c_str(), folder.c_str()), 0);
+    ASSERT_EQ(VXopenVXZ((folder + "/" + name).c_str(), folder.c_str()), 0);
+    std::vector<std::string> members;
+    ASSERT_EQ(VXlistMembers((folder + "/" + name).c_str(), &members), 0);
+    std::vector<char> filedWave;
+    for (const std::string& member : members)
+        if (member.size() > 4 && member.substr(member.size() - 4) == ".wav")
+            filedWave = audiotest::readFile(folder + "/" + member);
+    EXPECT_EQ(waveData(filedWave), waveData(audiotest::readFile(studio.buildWavePath())));
+    EXPECT_EQ(waveData(filedWave).size(), 2u * 18000);
 }
 
 TEST_F(MixingStudioTest, AnEmptyToEndsTheBuildAndLaterRowsAreIgnored)
