@@ -667,6 +667,15 @@ void MainWindow::registerCommands()
     m_commands.add(ID_TB_NEW_RECORDING, [this] { newRecording(m_app.CurrentListType); });
     m_commands.add(ID_RECORD_NEW_DICTATION, [this] { newRecording(kListDictation); },
                    [this] { return hasRecorder(kListDictation); });
+    m_commands.add(ID_MIXING_STUDIO, [this] {
+        // The studio's build is filed as a new dictation.
+        if (m_services.studio->run(m_app, this))
+            fillList(kListDictation);
+    }, [this] { return m_services.studio != nullptr && m_app.StoreUnusable == kStoreHealthy; });
+    if (QAction* studio = m_commands.action(ID_MIXING_STUDIO)) {
+        studio->setToolTip(fromAnsi(LoadString(654)));
+        studio->setStatusTip(studio->toolTip());
+    }
     m_commands.add(commandmenus::kInternetRepository, [this] { openInternetRepository(); });
     HelpPages::registerCommands(m_commands);
     registerPhoneCommands();

@@ -7,7 +7,9 @@
 #include "app/InertServices.h"
 #include "app/MainWindow.h"
 #include "app/NavoApp.h"
+#include "app/RecordListModel.h"
 #include "audio/RecorderLauncher.h"
+#include "audio/StudioLauncher.h"
 #include "platform/gui/QtPrompt.h"
 #include "store/DataStoreService.h"
 #include "telephony/AnswerMachine.h"
@@ -28,6 +30,7 @@ int main(int argc, char** argv)
     TelephonyService line;
     AnswerMachine answerMachine(line);
     RecorderLauncher recorders(&MainWindow::openHelpPage);
+    StudioLauncher studio(&MainWindow::openHelpPage, &RecordListModel::qualityColour);
     // The diary monitor and store compression are not in this build yet.
     InertServices notYetBuilt;
     StartupServices services = notYetBuilt.services();
@@ -35,6 +38,7 @@ int main(int argc, char** argv)
     services.line = &line;
     services.answerMachine = &answerMachine;
     services.recorder = &recorders;
+    services.studio = &studio;
     NavoApp app(theAppData(), services,
                 QFile::encodeName(QApplication::applicationFilePath()).toStdString());
     app.InitInstance();

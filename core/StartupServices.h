@@ -162,6 +162,14 @@ public:
     virtual bool record(AppData& app, int listType, QWidget* owner, bool prime) = 0;
 };
 
+class StudioService {
+public:
+    virtual ~StudioService() = default;
+    // Runs the Mixing Studio modally; true when a recording made in it was
+    // filed.
+    virtual bool run(AppData& app, QWidget* owner) = 0;
+};
+
 struct StartupServices {
     StoreService* store = nullptr;
     LineService* line = nullptr;
@@ -169,4 +177,5 @@ struct StartupServices {
     AnswerMachineService* answerMachine = nullptr;
     CompressionService* compression = nullptr;
     RecorderService* recorder = nullptr;  // none: New Recording stays grey
+    StudioService* studio = nullptr;      // none: the Mixing Studio item stays grey
 };
