@@ -7,6 +7,9 @@
 #include "app/InertServices.h"
 #include "app/MainWindow.h"
 #include "app/NavoApp.h"
+#include "app/PlayerLauncher.h"
+#include "audio/EffectsEngine.h"
+#include "audio/PlayerEffects.h"
 #include "audio/RecorderLauncher.h"
 #include "platform/gui/QtPrompt.h"
 #include "store/DataStoreService.h"
@@ -28,6 +31,10 @@ int main(int argc, char** argv)
     TelephonyService line;
     AnswerMachine answerMachine(line);
     RecorderLauncher recorders(&MainWindow::openHelpPage);
+    PlayerLauncher player;
+    // The registry stand-in reports an effects version only while this
+    // build has the engine.
+    playereffects::publishDirectXVersion(makeEffectsEngine() != nullptr);
     // The diary monitor and store compression are not in this build yet.
     InertServices notYetBuilt;
     StartupServices services = notYetBuilt.services();
@@ -35,6 +42,7 @@ int main(int argc, char** argv)
     services.line = &line;
     services.answerMachine = &answerMachine;
     services.recorder = &recorders;
+    services.player = &player;
     NavoApp app(theAppData(), services,
                 QFile::encodeName(QApplication::applicationFilePath()).toStdString());
     app.InitInstance();

@@ -162,6 +162,14 @@ public:
     virtual bool record(AppData& app, int listType, QWidget* owner, bool prime) = 0;
 };
 
+class PlayerService {
+public:
+    virtual ~PlayerService() = default;
+    // Runs the message player modally on recIds[index], Prev/Next walking
+    // recIds. The number of answer-machine messages it made heard.
+    virtual int play(AppData& app, const std::vector<std::string>& recIds, int index, QWidget* owner) = 0;
+};
+
 struct StartupServices {
     StoreService* store = nullptr;
     LineService* line = nullptr;
@@ -169,4 +177,5 @@ struct StartupServices {
     AnswerMachineService* answerMachine = nullptr;
     CompressionService* compression = nullptr;
     RecorderService* recorder = nullptr;  // none: New Recording stays grey
+    PlayerService* player = nullptr;      // none: Play stays grey
 };
