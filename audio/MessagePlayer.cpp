@@ -693,6 +693,8 @@ int MessagePlayer::newRecordingWithEffects()
                         start, start, "", "", std::to_string(m_app.RecordingQuality)};
     recording.keywords = m_record.keywords.substr(0, 4999);
     recording.extraText = " ";
+    // The sound is rendered with the effects as they stand now.
+    m_engine->setEffects(m_effects.data(), playereffects::kLibraryPairs);
     RenderedRecording source(*m_engine);
     RecordFiler filer(m_app);
     const int result = filer.save(recording, source);

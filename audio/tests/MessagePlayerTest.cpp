@@ -18,6 +18,7 @@
 #include "platform/CallbackWindow.h"
 #include "platform/Trace.h"
 #include "platform/audio/WaveFormats.h"
+#include "res/StringTable.h"
 #include "store/ComponentFiles.h"
 #include "store/IndexLine.h"
 #include "store/RecIdAllocator.h"
@@ -353,6 +354,42 @@ TEST_F(PlayerTest, EffectsLoadAsStoredAndASliderWhoseOnIsOffChangesNothingInTheL
     EXPECT_EQ(texts[1], "55");
     EXPECT_EQ(texts[3], "70");
     EXPECT_EQ(texts[2], "");
+}
+
+TEST_F(PlayerTest, ANewRecordingWithEffectsIsTheEffectedSoundFiledAsANewRecord)
+{
+    playereffects::publishDirectXVersion(true);
+    ProfileValues(app).setEffectTexts({});
+    const long source = fileSamples("to speed up", tone(440, 2000));
+    long created = 0;
+    TraceCapture traces;
+    {
+        MessagePlayer player(app, {indexline::recIdText(source)}, 0);
+        ASSERT_EQ(player.open(), 0);
+        ASSERT_EQ(player.switchEffectsOn(), MessagePlayer::EffectsResult::On);
+        // Twice the file's own rate: half as long, the pitch kept.
+        player.moveSpeed(2 * kRate);
+        EXPECT_EQ(player.effects()[playereffects::kSpeed][1], 2 * kRate);
+        prompt.answerMessage(IDYES);  // 805
+        prompt.answerMessage(IDOK);   // 804
+        ASSERT_EQ(player.newRecordingWithEffects(), 0);
+        created = player.lastNewRecId();
+        ASSERT_GT(created, source);
+    }
+    const std::vector<ScriptedPrompt::Message> asked = prompt.messages();
+    ASSERT_EQ(asked.size(), 2u);
+    EXPECT_EQ(asked[0].text, LoadString(805));
+    EXPECT_EQ(asked[1].text, LoadString(804));
+    for (const char* step : {"Navo file saved to repository", "Updating Index", "Index updated"})
+        EXPECT_TRUE(traces.contains(step)) << step;
+
+    MessagePlayer check(app, {indexline::recIdText(created)}, 0);
+    ASSERT_EQ(check.open(), 0);
+    EXPECT_EQ(check.display().subject, "to speed up");
+    EXPECT_NEAR(check.display().lengthMs, 1000, 40);
+    const std::vector<std::int16_t> wave =
+        audiotest::toSamples16(audiotest::waveData(audiotest::readFile(check.wavePath())));
+    EXPECT_NEAR(audiotest::peakFrequency(wave, kRate, 200, 2000, 5), 440, 10);
 }
 
 TEST(PlayerEffectsVersion, TheSecondFieldMustBeAboveEight)
