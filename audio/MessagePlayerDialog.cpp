@@ -161,8 +161,8 @@ void MessagePlayerDialog::refresh()
     Ui::MessagePlayerDialog& ui = *m_ui;
     const MessagePlayer::Display& d = m_player.display();
     const MessagePlayer::State state = m_player.state();
-    ui.IDC_PLAYER_RECID->setText(QString::fromStdString(d.recId));
-    ui.IDC_PLAYER_SUBJECT->setText(fromAnsi(d.subject));
+    ui.recIdText->setText(QString::fromStdString(d.recId));
+    ui.subjectText->setText(fromAnsi(d.subject));
     ui.positionText->setText(QString::fromStdString(d.position));
     ui.lengthText->setText(QString::fromStdString(d.length));
     {
