@@ -4,6 +4,8 @@
 // follows; and the dialog alone with its hot keys, posted messages and
 // effects panel.
 #include <QApplication>
+#include <QGuiApplication>
+#include <QProcess>
 #include <QLabel>
 #include <QPushButton>
 #include <QSlider>
@@ -13,15 +15,19 @@
 #include <QTreeView>
 #include <gtest/gtest.h>
 
+#include <iostream>
+
 #include "FakeServices.h"
 #include "RecordFactory.h"
 #include "ScriptedPrompt.h"
+#include "app/HotKeys.h"
 #include "app/MainWindow.h"
 #include "app/PlayerLauncher.h"
 #include "app/RecordListModel.h"
 #include "audio/MessagePlayerDialog.h"
 #include "audio/PlayerEffects.h"
 #include "platform/CallbackWindow.h"
+#include "platform/gui/GlobalHotKey.h"
 #include "platform/WindowMessages.h"
 #include "res/resource.h"
 #include "store/DataStoreService.h"
@@ -188,4 +194,91 @@ TEST_F(PlayerWindowTest, TheDialogTakesTheHotKeysWhileOpenAndObeysThemAndTheMini
         control<QPushButton>(&dialog, IDC_PLAYER_CANCEL)->click();
     }
     EXPECT_EQ(calls, (std::vector<std::string>{"register", "unregister"}));
+}
+
+namespace {
+
+const char* const kFocusHolderVariable = "NAVO_FOCUS_HOLDER";
+const char* const kFocusHolderTitle = "Navo focus holder";
+
+// The other X client, a second copy of this executable with a window of its
+// own; it stays until its input is closed.
+class FocusHolderRun : public ::testing::Test {
+    void TestBody() override
+    {
+        QWidget window;
+        window.setWindowTitle(QString::fromLatin1(kFocusHolderTitle));
+        window.resize(200, 100);
+        window.show();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+        std::cout << "holder: shown" << std::endl;
+        std::string line;
+        while (std::getline(std::cin, line)) {
+        }
+    }
+};
+[[maybe_unused]] const bool kFocusHolderRegistered = [] {
+    if (qEnvironmentVariableIsEmpty(kFocusHolderVariable))
+        return false;
+    ::testing::RegisterTest("FocusHolder", "Hold", nullptr, nullptr, __FILE__, __LINE__,
+                            []() -> ::testing::Test* { return new FocusHolderRun; });
+    return true;
+}();
+
+QString xdotool(const QStringList& arguments)
+{
+    QProcess process;
+    process.start(QStringLiteral("xdotool"), arguments);
+    if (!process.waitForFinished(10000) || process.exitCode() != 0)
+        return QStringLiteral("failed: ") + QString::fromLocal8Bit(process.readAllStandardError());
+    return QString::fromLocal8Bit(process.readAllStandardOutput()).trimmed();
+}
+
+}  // namespace
+
+TEST_F(PlayerWindowTest, X11AGrabbedKeyReachesThePlayerWhileAnotherProgramHasTheFocus)
+{
+    if (QGuiApplication::platformName() != QLatin1String("xcb")) {
+        if (qEnvironmentVariable("NAVO_EXPECT_X11") == QLatin1String("1"))
+            FAIL() << "expected an X display, but the platform is " << QGuiApplication::platformName().toStdString();
+        GTEST_SKIP() << "needs an X display; the player_x11 test runs this under Xvfb";
+    }
+    qputenv("NAVO_AUDIO_PACE", "realtime");
+    const long recId = RecordFactory(app, 80000).dictation("Steered from elsewhere");
+    MessagePlayerDialog::HotKeyHooks hooks;
+    hooks.registerKeys = [](HWND window) { return registerHotKeys(window); };
+    hooks.unregisterKeys = [](HWND window) { unregisterHotKeys(window); };
+    MessagePlayerDialog dialog(app, {indexline::recIdText(recId)}, 0, nullptr, hooks);
+    ASSERT_EQ(dialog.openPlayer(), 0) << "the six default keys were not all taken";
+    dialog.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&dialog));
+
+    // Another program, focused.
+    QProcess holder;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QString::fromLatin1(kFocusHolderVariable), QStringLiteral("1"));
+    holder.setProcessEnvironment(environment);
+    holder.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--gtest_filter=FocusHolder.Hold")});
+    QByteArray said;
+    while (!said.contains("holder: shown") && holder.waitForReadyRead(10000))
+        said += holder.readAllStandardOutput();
+    ASSERT_TRUE(said.contains("holder: shown")) << said.toStdString();
+    const QString other = xdotool({"search", "--name", QStringLiteral("^%1$").arg(kFocusHolderTitle)});
+    ASSERT_FALSE(other.startsWith(QLatin1String("failed"))) << other.toStdString();
+    xdotool({"windowfocus", "--sync", other});
+    ASSERT_EQ(xdotool({"getwindowfocus"}), other);
+
+    xdotool({"key", "ctrl+Page_Up"});  // Play
+    EXPECT_TRUE(pumpUntil([&] { return dialog.player().state() == MessagePlayer::State::Playing; }, 5000));
+    xdotool({"key", "ctrl+Page_Down"});  // Stop
+    EXPECT_TRUE(pumpUntil([&] { return dialog.player().state() == MessagePlayer::State::Stopped; }, 5000));
+    EXPECT_EQ(xdotool({"getwindowfocus"}), other) << "the keys took the focus away";
+
+    holder.closeWriteChannel();
+    if (!holder.waitForFinished(10000))
+        holder.kill();
+    control<QPushButton>(&dialog, IDC_PLAYER_CANCEL)->click();
+    // Closed, the player gives the keys back.
+    EXPECT_EQ(RegisterHotKey(handleOf(&dialog), 1, MOD_CONTROL, VK_PRIOR), TRUE);
+    UnregisterHotKey(handleOf(&dialog), 1);
 }
