@@ -78,6 +78,7 @@ int MessagePlayerDialog::openPlayer()
         return opened;
     for (const std::string& name : recordingcontrols::names())
         m_ui->IDC_RECORD_CONTROL->addItem(fromAnsi(name));
+    m_ui->IDC_RECORD_CONTROL->setPlaceholderText(QStringLiteral("(no control chosen)"));
     m_ui->IDC_RECORD_CONTROL->setCurrentIndex(-1);
     if (m_hotKeys.registerKeys) {
         const int refused = m_hotKeys.registerKeys(handle());
