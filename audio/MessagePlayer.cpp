@@ -538,6 +538,8 @@ void MessagePlayer::startEffects()
     // A new record while effects are on: the engine takes its sound.
     m_engine->stop();
     m_engine->clean();
+    if (m_reverse)
+        makeReversedCopy();
     int defaultSpeed = 0;
     if (m_engine->init(0, effectsWave(), &defaultSpeed, &m_speedLowest, &m_speedHighest) != 0) {
         m_effectsActive = false;
@@ -628,13 +630,8 @@ void MessagePlayer::setReverse(bool on)
     stop();
     m_engine->stop();
     m_engine->clean();
-    if (on && m_reversedPath.empty()) {
-        const std::string reversed = components::workspacePath(m_app.TempDir, m_record.baseName + ".rev.wav");
-        if (ReversePlay(m_wavePath.c_str(), reversed.c_str()) == 0)
-            m_reversedPath = reversed;
-        else
-            m_reverse = false;
-    }
+    if (on)
+        makeReversedCopy();
     int defaultSpeed = 0;
     if (m_engine->init(0, effectsWave(), &defaultSpeed, &m_speedLowest, &m_speedHighest) != 0) {
         m_engine->clean();
@@ -647,6 +644,17 @@ void MessagePlayer::setReverse(bool on)
         playEffects(m_display.positionMs);
         m_state = State::Playing;
     }
+}
+
+void MessagePlayer::makeReversedCopy()
+{
+    if (!m_reversedPath.empty())
+        return;
+    const std::string reversed = components::workspacePath(m_app.TempDir, m_record.baseName + ".rev.wav");
+    if (ReversePlay(m_wavePath.c_str(), reversed.c_str()) == 0)
+        m_reversedPath = reversed;
+    else
+        m_reverse = false;
 }
 
 int MessagePlayer::chooseRecordingControl(int input)

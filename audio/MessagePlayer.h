@@ -153,6 +153,7 @@ private:
     void showPosition(long ms);
     long currentPosition();
     void startEffects();
+    void makeReversedCopy();
     void playEffects(long fromMs);
     bool reopenDevice();
     void saveEffectTexts() const;

@@ -59,6 +59,8 @@ MessagePlayerDialog::MessagePlayerDialog(AppData& app, std::vector<std::string> 
 MessagePlayerDialog::~MessagePlayerDialog()
 {
     finish();
+    // The player outlives the widgets it would refresh.
+    m_player.disconnect(this);
 }
 
 HWND MessagePlayerDialog::handle()
@@ -269,8 +271,10 @@ bool MessagePlayerDialog::event(QEvent* event)
 
 void MessagePlayerDialog::onOk()
 {
-    if (m_player.save() == 0)
-        finish();
+    // What could not be saved stays here, with the message shown.
+    if (m_player.save() != 0)
+        return;
+    finish();
     done(QDialog::Accepted);
 }
 

@@ -392,6 +392,51 @@ TEST_F(PlayerTest, ANewRecordingWithEffectsIsTheEffectedSoundFiledAsANewRecord)
     EXPECT_NEAR(audiotest::peakFrequency(wave, kRate, 200, 2000, 5), 440, 10);
 }
 
+TEST_F(PlayerTest, ReverseGivesTheRecordingBackwardsAndFollowsToTheNextTrack)
+{
+    playereffects::publishDirectXVersion(true);
+    ProfileValues(app).setEffectTexts({});
+    std::vector<std::int16_t> rising = tone(400, 1000);
+    const std::vector<std::int16_t> high = tone(800, 1000);
+    rising.insert(rising.end(), high.begin(), high.end());
+    const std::string first = indexline::recIdText(fileSamples("rising", rising));
+    std::vector<std::int16_t> falling = high;
+    const std::vector<std::int16_t> low = tone(400, 1000);
+    falling.insert(falling.end(), low.begin(), low.end());
+    const std::string second = indexline::recIdText(fileSamples("falling", falling));
+
+    std::vector<long> created;
+    {
+        MessagePlayer player(app, {first, second}, 0);
+        ASSERT_EQ(player.open(), 0);
+        ASSERT_EQ(player.switchEffectsOn(), MessagePlayer::EffectsResult::On);
+        player.setReverse(true);
+        prompt.answerMessage(IDYES);
+        prompt.answerMessage(IDOK);
+        ASSERT_EQ(player.newRecordingWithEffects(), 0);
+        created.push_back(player.lastNewRecId());
+        ASSERT_TRUE(player.next());
+        player.stop();
+        prompt.answerMessage(IDYES);
+        prompt.answerMessage(IDOK);
+        ASSERT_EQ(player.newRecordingWithEffects(), 0);
+        created.push_back(player.lastNewRecId());
+    }
+    // Each new recording is its source backwards: the halves swap.
+    const std::vector<std::pair<double, double>> expected = {{800, 400}, {400, 800}};
+    for (std::size_t i = 0; i < created.size(); ++i) {
+        MessagePlayer check(app, {indexline::recIdText(created[i])}, 0);
+        ASSERT_EQ(check.open(), 0);
+        const std::vector<std::int16_t> wave =
+            audiotest::toSamples16(audiotest::waveData(audiotest::readFile(check.wavePath())));
+        ASSERT_EQ(wave.size(), 16000u);
+        EXPECT_NEAR(audiotest::peakFrequency({wave.begin(), wave.begin() + 7900}, kRate, 200, 2000, 5),
+                    expected[i].first, 5);
+        EXPECT_NEAR(audiotest::peakFrequency({wave.begin() + 8100, wave.end()}, kRate, 200, 2000, 5),
+                    expected[i].second, 5);
+    }
+}
+
 TEST(PlayerEffectsVersion, TheSecondFieldMustBeAboveEight)
 {
     EXPECT_TRUE(playereffects::versionEnablesEffects("4.09.00.0904"));
