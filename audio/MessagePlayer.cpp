@@ -530,6 +530,10 @@ MessagePlayer::EffectsResult MessagePlayer::switchEffectsOn()
     if (m_display.lengthMs > 0)
         m_engine->setPosition(static_cast<int>(at * 100 / m_display.lengthMs));
     showPosition(at);
+    // The chosen recording control must open for a new recording (207 when
+    // it cannot; the effects stay on).
+    if (m_recordingControl >= 0)
+        chooseRecordingControl(m_recordingControl);
     return EffectsResult::On;
 }
 

@@ -113,7 +113,8 @@ void MessagePlayerDialog::wire()
     connect(ui.IDC_PLAYER_FFWD, &QPushButton::clicked, player, &MessagePlayer::forward);
     connect(ui.IDC_PLAYER_PREV, &QPushButton::clicked, player, &MessagePlayer::previous);
     connect(ui.IDC_PLAYER_NEXT, &QPushButton::clicked, player, &MessagePlayer::next);
-    connect(ui.IDC_PLAYER_POSITION, &QSlider::sliderMoved, this, [this](int ms) { m_player.moveTo(ms); });
+    // Dragged or paged; the timer's own updates are not passed back.
+    connect(ui.IDC_PLAYER_POSITION, &QSlider::valueChanged, this, [this](int ms) { m_player.moveTo(ms); });
     connect(ui.IDC_PLAYER_MARK, &QPushButton::clicked, this, [this] {
         const QString comment = m_ui->markComment->text();
         m_player.addMark(toAnsi(comment.isEmpty() ? QStringLiteral("Mark") : comment));
