@@ -37,6 +37,7 @@ constexpr int kFirstCommand = 10310;
 constexpr int kEffectsQuestionString = 805;
 constexpr int kEffectsCreatedString = 804;
 constexpr int kInstallString = 865;
+constexpr int kDeviceFailedString = 806;
 const char* const kDownloadPage = "https://www.microsoft.com/directx";
 const char* const kNoLink = "Unable to link to the Micrsoft web site.\r\nStart your internet browser and enter ";
 
@@ -666,17 +667,21 @@ int MessagePlayer::chooseRecordingControl(int input)
     m_recordingControl = input;
     if (input < 0)
         return 0;
+    if (!recordingcontrols::select(input)) {
+        m_recordingControl = -1;
+        AfxMessageBox(LoadString(kDeviceFailedString), MB_ICONEXCLAMATION);
+        return kControlFailed;
+    }
     // A new, empty recording on the control, in the profile's format.
     WaveAudioDevice probe(0);
     std::string why;
-    if (!recordingcontrols::select(input) || !probe.open("") ||
-        probe.setRecordFormat(m_app.RecordingQuality, &why) != 0) {
-        probe.close();
+    const bool opened = probe.open("") && probe.setRecordFormat(m_app.RecordingQuality, &why) == 0;
+    probe.close();
+    if (!opened) {
         m_recordingControl = -1;
         ShowCodedMessage(kControlFailed, MB_ICONWARNING);
         return kControlFailed;
     }
-    probe.close();
     return 0;
 }
 

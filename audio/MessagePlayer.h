@@ -111,7 +111,8 @@ public:
     // The slider's last value for a pair, on or off.
     int sliderValue(int index) const { return m_sliderValues[static_cast<std::size_t>(index)]; }
     // The recording control for new effected recordings (an input device
-    // number, or -1 for none); 207 when it cannot be opened.
+    // number, or -1 for none): 0, or 207 after string 806 (it cannot be
+    // chosen) or error 207 (it cannot be opened).
     int chooseRecordingControl(int input);
     // "New": asks 805 and files the effected sound as a new record (804 on
     // success). 0, or the code of what failed; -1 when the user said no.
