@@ -492,6 +492,28 @@ void MainWindow::editSelectedRecord()
     fillList(m_app.CurrentListType);
 }
 
+void MainWindow::playSelectedRecord()
+{
+    if (!m_services.player || m_selectedId.empty())
+        return;
+    const SearchLogRows& data = m_model->rows();
+    std::vector<std::string> recIds;
+    for (std::size_t row = 0; row < data.size(); ++row)
+        recIds.push_back(data.recId(row));
+    // The focused row when it is selected, else the last selected one.
+    QItemSelectionModel* selection = m_ui->IDC_RECORD_LIST->selectionModel();
+    int index = m_focusedRow >= 0 && selection->isRowSelected(m_focusedRow, {}) ? m_focusedRow : -1;
+    if (index < 0) {
+        const auto chosen = std::find(recIds.begin(), recIds.end(), m_selectedId);
+        index = chosen == recIds.end() ? -1 : static_cast<int>(chosen - recIds.begin());
+    }
+    if (index < 0)
+        return;
+    const int listType = m_app.CurrentListType;
+    if (m_services.player->play(m_app, recIds, index, this) > 0)
+        fillList(listType);
+}
+
 void MainWindow::deleteSelectedRecords()
 {
     const std::vector<std::string> ids = selectedIds();
@@ -663,6 +685,10 @@ void MainWindow::registerCommands()
     // Of the editors, only the dictation's is in this build.
     m_commands.add(ID_RECORD_EDIT, [this] { editSelectedRecord(); },
                    [this] { return m_app.CurrentListType == kListDictation; });
+    if (m_services.player) {
+        m_commands.add(ID_TB_PLAY, [this] { playSelectedRecord(); });
+        m_commands.add(ID_RECORD_PLAY, [this] { playSelectedRecord(); });
+    }
     m_commands.add(ID_NEW_RECORDING, [this] { newRecording(m_app.CurrentListType); });
     m_commands.add(ID_TB_NEW_RECORDING, [this] { newRecording(m_app.CurrentListType); });
     m_commands.add(ID_RECORD_NEW_DICTATION, [this] { newRecording(kListDictation); },

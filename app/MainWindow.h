@@ -84,6 +84,10 @@ public:
     bool hasRecorder(int listType) const;
     // Edit (command 2101): the selected dictation's editor.
     void editSelectedRecord();
+    // Play (8018, 2105, a double click): the message player on the chosen
+    // row, walking the list shown; the list is refilled when a message
+    // became heard, so the Phone count and the line-state picture follow.
+    void playSelectedRecord();
 
     // The help page of a name ("166.htm") opened in the user's browser
     // (HelpPages::open, kept under this name for main()).

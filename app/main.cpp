@@ -8,6 +8,9 @@
 #include "app/MainWindow.h"
 #include "app/NavoApp.h"
 #include "app/RecordListModel.h"
+#include "app/PlayerLauncher.h"
+#include "audio/EffectsEngine.h"
+#include "audio/PlayerEffects.h"
 #include "audio/RecorderLauncher.h"
 #include "audio/StudioLauncher.h"
 #include "platform/gui/QtPrompt.h"
@@ -31,6 +34,10 @@ int main(int argc, char** argv)
     AnswerMachine answerMachine(line);
     RecorderLauncher recorders(&MainWindow::openHelpPage);
     StudioLauncher studio(&MainWindow::openHelpPage, &RecordListModel::qualityColour);
+    PlayerLauncher player;
+    // The registry stand-in reports an effects version only while this
+    // build has the engine.
+    playereffects::publishDirectXVersion(makeEffectsEngine() != nullptr);
     // The diary monitor and store compression are not in this build yet.
     InertServices notYetBuilt;
     StartupServices services = notYetBuilt.services();
@@ -39,6 +46,7 @@ int main(int argc, char** argv)
     services.answerMachine = &answerMachine;
     services.recorder = &recorders;
     services.studio = &studio;
+    services.player = &player;
     NavoApp app(theAppData(), services,
                 QFile::encodeName(QApplication::applicationFilePath()).toStdString());
     app.InitInstance();

@@ -170,6 +170,14 @@ public:
     virtual bool run(AppData& app, QWidget* owner) = 0;
 };
 
+class PlayerService {
+public:
+    virtual ~PlayerService() = default;
+    // Runs the message player modally on recIds[index], Prev/Next walking
+    // recIds. The number of answer-machine messages it made heard.
+    virtual int play(AppData& app, const std::vector<std::string>& recIds, int index, QWidget* owner) = 0;
+};
+
 struct StartupServices {
     StoreService* store = nullptr;
     LineService* line = nullptr;
@@ -178,4 +186,5 @@ struct StartupServices {
     CompressionService* compression = nullptr;
     RecorderService* recorder = nullptr;  // none: New Recording stays grey
     StudioService* studio = nullptr;      // none: the Mixing Studio item stays grey
+    PlayerService* player = nullptr;      // none: Play stays grey
 };

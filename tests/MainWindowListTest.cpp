@@ -221,7 +221,7 @@ TEST_F(ListWindowTest, RecordMenuFollowsListAndSelection)
     EXPECT_TRUE(requested(*menu, ID_RECORD_EXPORT_MP3));
     EXPECT_FALSE(requested(*menu, ID_RECORD_EXPORT_WMV));
     EXPECT_FALSE(requested(*menu, ID_RECORD_REDIAL));
-    // Delete works in this build; playing is not here yet and stays grey.
+    // Delete works; without a player service Play stays grey.
     EXPECT_TRUE(menu->findChild<QAction*>(QString::number(ID_RECORD_DELETE))->isEnabled());
     EXPECT_FALSE(menu->findChild<QAction*>(QString::number(ID_RECORD_PLAY))->isEnabled());
 
