@@ -286,32 +286,27 @@ void bindOptional(Statement& statement, int index, bool has, const std::string& 
         statement.bindNull(index);
 }
 
-int updateEntry(const Ek7IndexEntry* entry)
+const char* const kUpdateSql =
+    "UPDATE entry SET record_type = coalesce(?2, record_type),"
+    " start_time = coalesce(?3, start_time), line_position = ?4, reserved = ?5,"
+    " keywords = coalesce(?6, keywords), extra_text = coalesce(?7, extra_text),"
+    " subject = coalesce(?8, subject), line = coalesce(?9, line)"
+    " WHERE rec_id = ?1";
+
+int updateOne(sqlite3* db, Statement& update, const Ek7IndexEntry& entry)
 {
-    if (entry == nullptr || !validRecId(entry->recId))
+    if (!validRecId(entry.recId))
         return kEk7IndexBadArgument;
     StoredText text;
-    int code = prepareText(*entry, &text);
+    int code = prepareText(entry, &text);
     if (code != kEk7IndexOk)
         return code;
-    Writer writer;
-    code = writer.open(entry->storeLocation1);
-    if (code != kEk7IndexOk)
-        return code;
-    Statement update(writer.db(),
-                     "UPDATE entry SET record_type = coalesce(?2, record_type),"
-                     " start_time = coalesce(?3, start_time), line_position = ?4, reserved = ?5,"
-                     " keywords = coalesce(?6, keywords), extra_text = coalesce(?7, extra_text),"
-                     " subject = coalesce(?8, subject), line = coalesce(?9, line)"
-                     " WHERE rec_id = ?1");
-    code = prepareCode(update);
-    if (code != kEk7IndexOk)
-        return code;
-    update.bindInt64(1, entry->recId);
+    update.reset();
+    update.bindInt64(1, entry.recId);
     bindOptional(update, 2, text.hasType, text.type);
     bindOptional(update, 3, text.hasStartTime, text.startTime);
-    update.bindInt64(4, entry->linePosition);
-    update.bindInt64(5, entry->reserved);
+    update.bindInt64(4, entry.linePosition);
+    update.bindInt64(5, entry.reserved);
     bindOptional(update, 6, text.hasKeywords, text.keywords);
     bindOptional(update, 7, text.hasExtraText, text.extraText);
     bindOptional(update, 8, text.hasLine, text.subject);
@@ -320,8 +315,34 @@ int updateEntry(const Ek7IndexEntry* entry)
     else
         update.bindNull(9);
     code = runToEnd(update);
-    if (code == kEk7IndexOk && sqlite3_changes(writer.db()) == 0)
+    if (code == kEk7IndexOk && sqlite3_changes(db) == 0)
         code = kEk7IndexNotFound;
+    return code;
+}
+
+int updateEntries(const Ek7IndexEntry* entries, std::size_t count)
+{
+    if (entries == nullptr || count == 0)
+        return kEk7IndexBadArgument;
+    const char* path = entries[0].storeLocation1;
+    for (std::size_t i = 0; i < count; ++i) {
+        if (path == nullptr || entries[i].storeLocation1 == nullptr ||
+            std::strcmp(entries[i].storeLocation1, path) != 0 || !validRecId(entries[i].recId))
+            return kEk7IndexBadArgument;
+        // Bad arguments are refused before the file is touched.
+        StoredText text;
+        const int checked = prepareText(entries[i], &text);
+        if (checked != kEk7IndexOk)
+            return checked;
+    }
+    Writer writer;
+    int code = writer.open(path);
+    if (code != kEk7IndexOk)
+        return code;
+    Statement update(writer.db(), kUpdateSql);
+    code = prepareCode(update);
+    for (std::size_t i = 0; code == kEk7IndexOk && i < count; ++i)
+        code = updateOne(writer.db(), update, entries[i]);
     return code == kEk7IndexOk ? writer.commit() : code;
 }
 
@@ -626,7 +647,12 @@ int Ek7IndexDel(const Ek7IndexEntry* entry)
 
 int Ek7IndexUpd(const Ek7IndexEntry* entry)
 {
-    return asFlag(guarded([&] { return updateEntry(entry); }));
+    return asFlag(guarded([&] { return entry != nullptr ? updateEntries(entry, 1) : kEk7IndexBadArgument; }));
+}
+
+int Ek7IndexUpdBatch(const Ek7IndexEntry* entries, std::size_t count)
+{
+    return asFlag(guarded([&] { return updateEntries(entries, count); }));
 }
 
 int Ek7IndexSFS(const Ek7IndexEntry* entry)

@@ -98,6 +98,11 @@ int Ek7IndexDel(const Ek7IndexEntry* entry);
 // A new line also renews the subject that search looks in.
 int Ek7IndexUpd(const Ek7IndexEntry* entry);
 
+// Ek7IndexUpd for count entries in one transaction: all or none (a missing
+// RecID fails the batch). Every entry must name the same index file. Returns
+// non-zero on success.
+int Ek7IndexUpdBatch(const Ek7IndexEntry* entries, std::size_t count);
+
 // Stores the entry's search fields again: keywords and extra text (where not
 // null) and the subject from entry->line (or the stored line when null), and
 // rewrites their full-text rows even when nothing changed.

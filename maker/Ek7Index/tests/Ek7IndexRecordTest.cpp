@@ -159,6 +159,15 @@ TEST_F(RecordTest, UpdateOfAnAbsentRecIdFails)
     EXPECT_EQ(Ek7IndexSFS(&absent), 0);
     EXPECT_EQ(Ek7IndexLastError(), kEk7IndexNotFound);
     EXPECT_EQ(count(), 1u);
+
+    // A batch is all or nothing: the present entry keeps its position too.
+    const std::string before = read(30);
+    Ek7IndexEntry batch[] = {entry(30, "here", 802), entry(31, "not here", 1203)};
+    EXPECT_EQ(Ek7IndexUpdBatch(batch, 2), 0);
+    EXPECT_EQ(Ek7IndexLastError(), kEk7IndexNotFound);
+    EXPECT_EQ(read(30), before);
+    ASSERT_NE(Ek7IndexUpdBatch(batch, 1), 0) << Ek7IndexLastError();
+    EXPECT_EQ(field(3, read(30)), "802");
 }
 
 TEST_F(RecordTest, BadEntriesAreRefusedAndChangeNothing)
