@@ -114,6 +114,8 @@ private:
     void createToolBar();
     void addAboutItem();
     void checkStoreCompression();
+    // Command 2164 and the start-up question's Yes.
+    void compressStore();
     void setStatusText(const QString& text);
     void afterStoreCommand();
     void openOptions();

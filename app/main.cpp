@@ -6,6 +6,7 @@
 #include "core/AppData.h"
 #include "app/InertServices.h"
 #include "app/MainWindow.h"
+#include "app/StoreCompression.h"
 #include "app/NavoApp.h"
 #include "audio/RecorderLauncher.h"
 #include "platform/gui/QtPrompt.h"
@@ -28,13 +29,15 @@ int main(int argc, char** argv)
     TelephonyService line;
     AnswerMachine answerMachine(line);
     RecorderLauncher recorders(&MainWindow::openHelpPage);
-    // The diary monitor and store compression are not in this build yet.
+    StoreCompression compression(store);
+    // The diary monitor is not in this build yet.
     InertServices notYetBuilt;
     StartupServices services = notYetBuilt.services();
     services.store = &store;
     services.line = &line;
     services.answerMachine = &answerMachine;
     services.recorder = &recorders;
+    services.compression = &compression;
     NavoApp app(theAppData(), services,
                 QFile::encodeName(QApplication::applicationFilePath()).toStdString());
     app.InitInstance();
