@@ -67,24 +67,33 @@ public:
 
     // Reads each record's index data; a line whose record has no entry is
     // left for the repair at the next opening, which rebuilds it from the
-    // line at its new place.
-    void prepare(const std::vector<Moved>& moved)
+    // line at its new place. False when the index cannot be read.
+    bool prepare(const std::vector<Moved>& moved)
     {
-        std::vector<char> record(EK7_INDEX_RECORD_MAX, '\0');
+        std::vector<std::uint32_t> recIds;
+        recIds.reserve(moved.size());
+        for (const Moved& line : moved)
+            recIds.push_back(line.recId);
+        // Ek7IndexRead for each line, on one connection.
+        std::vector<std::string> records;
+        if (Ek7IndexReadBatch(recIds.data(), recIds.size(), m_index.c_str(), &records) != kEk7IndexOk)
+            return false;
         std::vector<char> field(EK7_INDEX_RECORD_MAX, '\0');
         m_texts.reserve(moved.size());
-        for (const Moved& line : moved) {
-            if (!Ek7IndexRead(line.recId, m_index.c_str(), record.data())) {
+        for (std::size_t i = 0; i < moved.size(); ++i) {
+            const Moved& line = moved[i];
+            if (records[i].empty()) {
                 OutputDebugString("No index entry to move for " + indexline::recIdText(line.recId) + "\n");
                 continue;
             }
-            Ek7IndexField(kKeywordsField, record.data(), field.data());
+            Ek7IndexField(kKeywordsField, records[i].c_str(), field.data());
             std::string start = indexline::field(line.line, kStartField) + " " + indexline::field(line.line, kEndField);
             if (start.size() > kEk7IndexStartTimeMax)
                 start.resize(kEk7IndexStartTimeMax);
             m_texts.push_back({indexline::field(line.line, 2), std::move(start), field.data()});
             m_lines.push_back(&line);
         }
+        return true;
     }
 
     bool apply(bool toNew)
@@ -185,8 +194,7 @@ int compressFamilyFile(const std::string& workspace, const std::string& storePat
         return fail(kNoTemporaryFile);
 
     IndexMoves index(workspace, storePath);
-    index.prepare(moved);
-    if (!index.apply(true))
+    if (!index.prepare(moved) || !index.apply(true))
         return fail(kIndexNotUpdated);
     if (fileops::renameFile(tempPath, familyPath) != 0) {
         // The index must point into the file that stays.

@@ -115,6 +115,12 @@ int Ek7IndexSFS(const Ek7IndexEntry* entry);
 // as eight digits. On failure buffer holds "".
 int Ek7IndexRead(std::uint32_t recId, const char* storeLocation1, char* buffer);
 
+// Ek7IndexRead for count RecIDs on one connection, in one read transaction:
+// (*records)[i] is the record of recIds[i], or "" when it has no entry.
+// Returns kEk7IndexOk or the reason (records then all "").
+int Ek7IndexReadBatch(const std::uint32_t* recIds, std::size_t count, const char* storeLocation1,
+                      std::vector<std::string>* records);
+
 // Copies field `number` (counted from 0) of a record from Ek7IndexRead, or of
 // an index line, into out, as it stands (0xAC stays). Returns its length.
 // out must hold at least strlen(record) + 1 bytes.
