@@ -295,7 +295,13 @@ void MainWindow::checkStoreCompression()
 
 void MainWindow::compressStore()
 {
+    m_compressing = true;
     const int saved = m_services.compression->runDialog(m_app, this);
+    m_compressing = false;
+    if (m_initialised && m_stopRequested) {
+        close();
+        return;
+    }
     if (saved > 0)
         ShowCodedMessage(saved, MB_ICONEXCLAMATION);
     // The lines moved: the list reads them again at their new places.
@@ -529,7 +535,9 @@ void MainWindow::handleWindowMessage(UINT message, WPARAM wParam, LPARAM)
     switch (message) {
     case WM_CLOSE:
         // Delivered inside a start-up question: DoModal closes afterwards.
-        if (m_initialised)
+        // Delivered while the store is being compressed: shutdown would save
+        // and remove the workspace under the compression, so it waits.
+        if (m_initialised && !m_compressing)
             close();
         else
             m_stopRequested = true;

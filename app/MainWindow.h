@@ -140,5 +140,7 @@ private:
     bool m_initialised = false;
     bool m_closed = false;
     bool m_stopRequested = false;
+    // The compression dialog is up: a close waits until it has finished.
+    bool m_compressing = false;
     std::unique_ptr<RecordTypeChooser> m_chooser;
 };

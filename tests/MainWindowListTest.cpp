@@ -30,6 +30,7 @@
 #include "res/StringTable.h"
 #include "store/IndexLine.h"
 #include "res/resource.h"
+#include "maker/ek7vxrps/ek7vxrps.h"
 #include "store/ComponentFiles.h"
 #include "store/DataStoreService.h"
 #include <QTreeWidget>
@@ -466,4 +467,22 @@ TEST_F(ListWindowTest, CompressionDialogColoursItsLinesAndLogsAFailedFamily)
     EXPECT_FALSE(log->topLevelItem(0)->icon(0).isNull());
     EXPECT_EQ(dialog.saveResult(), 0);
     EXPECT_EQ(CompressStoreDialog::colourOf(StoreCompressor::kInProgress), QColor(0, 128, 0));
+}
+
+TEST_F(ListWindowTest, AStopAskedForDuringCompressionWaitsForItsEnd)
+{
+    const long first = records->dictation("Gone");
+    records->dictation("Kept");
+    ASSERT_EQ(store.deleteRecords(app, {indexline::recIdText(first)}), 0);
+    // Delivered inside the dialog, while the worker runs.
+    PostMessage(window->handle(), WM_CLOSE, 0, 0);
+    window->runCommand(ID_COMPRESS_DATASTORE);
+
+    // Shut down after the compression, which the store holds, saved.
+    EXPECT_FALSE(std::filesystem::exists(app.TempDir));
+    const std::string check = dir.path().toStdString() + "/check";
+    std::filesystem::create_directories(check);
+    const char* family[] = {components::kDictation};
+    ASSERT_EQ(RPS_Get(app.DataStorePath.c_str(), check.c_str(), family, 1), 0);
+    EXPECT_EQ(std::filesystem::file_size(check + "/" + components::kDictation), 2 * indexline::kLineBytes);
 }
