@@ -13,9 +13,13 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 mkdir -p "$shots" "$work/tmp"
 cp "$navo" "$work/navo"
-fail() { echo "FAIL: $*" >&2; exit 1; }
+fail() {
+    echo "FAIL: $*" >&2
+    [ -f "$work/trace.txt" ] && tail -20 "$work/trace.txt" >&2
+    exit 1
+}
 
-"$demo" "$work" 60 --delete-every 2 || fail "could not build the demonstration store"
+"$demo" "$work" 30 --delete-every 2 || fail "could not build the demonstration store"
 store=$(ls "$work"/Profiles/*/NAVO.vxt)
 "$tool" list "$store" all | sort > "$work/before.txt"
 size_before=$(stat -c %s "$store")
@@ -40,7 +44,12 @@ NAVO_TAPI_MODULE="$(dirname "$navo")/libnavotapi.so"
     (echo "BEGIN EXCLUSIVE;"; sleep 3; echo "COMMIT;") | sqlite3 "$STORE" &
     holder=$!
     sleep 0.5
-    xdotool windowfocus --sync "$win" key alt+t
+    # Focusing a window the server is still mapping can fail; try again.
+    for _ in $(seq 10); do
+        xdotool windowfocus --sync "$win" 2>/dev/null && break
+        sleep 0.2
+    done
+    xdotool key alt+t
     sleep 0.5
     xdotool key c
     dialog=
@@ -52,7 +61,7 @@ NAVO_TAPI_MODULE="$(dirname "$navo")/libnavotapi.so"
     sleep 0.7
     import -window root "$SHOTS/compress.png"
     wait $holder
-    for _ in $(seq 100); do
+    for _ in $(seq 600); do
         xdotool search --name "^Please wait - Compressing your Data Store$" >/dev/null 2>&1 || break
         sleep 0.1
     done
