@@ -290,7 +290,23 @@ void MainWindow::checkStoreCompression()
     if (!ProfileStartup::needsCompression(size, reclaimable))
         return;
     if (ShowCodedMessage(24, MB_YESNO | MB_ICONQUESTION) == IDYES)
-        m_services.compression->runDialog(m_app, this);
+        compressStore();
+}
+
+void MainWindow::compressStore()
+{
+    m_compressing = true;
+    const int saved = m_services.compression->runDialog(m_app, this);
+    m_compressing = false;
+    if (m_initialised && m_stopRequested) {
+        close();
+        return;
+    }
+    if (saved > 0)
+        ShowCodedMessage(saved, MB_ICONEXCLAMATION);
+    // The lines moved: the list reads them again at their new places.
+    if (saved != kNotAvailable && m_app.CurrentListType != kListNone)
+        fillList(m_app.CurrentListType);
 }
 
 void MainWindow::OnClose()
@@ -541,7 +557,9 @@ void MainWindow::handleWindowMessage(UINT message, WPARAM wParam, LPARAM)
     switch (message) {
     case WM_CLOSE:
         // Delivered inside a start-up question: DoModal closes afterwards.
-        if (m_initialised)
+        // Delivered while the store is being compressed: shutdown would save
+        // and remove the workspace under the compression, so it waits.
+        if (m_initialised && !m_compressing)
             close();
         else
             m_stopRequested = true;
@@ -682,6 +700,8 @@ void MainWindow::registerCommands()
         afterStoreCommand();
     });
     m_commands.add(ID_RECORD_DELETE, [this] { deleteSelectedRecords(); });
+    // Without a usable store the compression service declines and says so.
+    m_commands.add(ID_COMPRESS_DATASTORE, [this] { compressStore(); });
     // Of the editors, only the dictation's is in this build.
     m_commands.add(ID_RECORD_EDIT, [this] { editSelectedRecord(); },
                    [this] { return m_app.CurrentListType == kListDictation; });

@@ -118,6 +118,8 @@ private:
     void createToolBar();
     void addAboutItem();
     void checkStoreCompression();
+    // Command 2164 and the start-up question's Yes.
+    void compressStore();
     void setStatusText(const QString& text);
     void afterStoreCommand();
     void openOptions();
@@ -142,5 +144,7 @@ private:
     bool m_initialised = false;
     bool m_closed = false;
     bool m_stopRequested = false;
+    // The compression dialog is up: a close waits until it has finished.
+    bool m_compressing = false;
     std::unique_ptr<RecordTypeChooser> m_chooser;
 };

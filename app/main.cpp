@@ -6,6 +6,7 @@
 #include "core/AppData.h"
 #include "app/InertServices.h"
 #include "app/MainWindow.h"
+#include "app/StoreCompression.h"
 #include "app/NavoApp.h"
 #include "app/RecordListModel.h"
 #include "app/PlayerLauncher.h"
@@ -38,7 +39,8 @@ int main(int argc, char** argv)
     // The registry stand-in reports an effects version only while this
     // build has the engine.
     playereffects::publishDirectXVersion(makeEffectsEngine() != nullptr);
-    // The diary monitor and store compression are not in this build yet.
+    StoreCompression compression(store);
+    // The diary monitor is not in this build yet.
     InertServices notYetBuilt;
     StartupServices services = notYetBuilt.services();
     services.store = &store;
@@ -47,6 +49,7 @@ int main(int argc, char** argv)
     services.recorder = &recorders;
     services.studio = &studio;
     services.player = &player;
+    services.compression = &compression;
     NavoApp app(theAppData(), services,
                 QFile::encodeName(QApplication::applicationFilePath()).toStdString());
     app.InitInstance();
