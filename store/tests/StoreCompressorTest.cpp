@@ -168,8 +168,9 @@ protected:
         indexrepair::reconcile(next, storePath());
         const std::string dictations = readAll(next + "/" + components::kDictation);
         const bool compressed = dictations != m_oldDictations;
-        if (compressed)
+        if (compressed) {
             EXPECT_EQ(dictations.size(), (m_live.size() + 1) * indexline::kLineBytes);
+        }
         // Each family file is the old one or the compressed one.
         const std::string phone = readAll(next + "/" + components::kPhone);
         EXPECT_TRUE(phone == m_oldPhone || phone.empty()) << phone.size();
