@@ -94,9 +94,18 @@ TEST_F(LineControllerTest, LineMessagesReachTheAnswerMachineOnlyWhenTheLineState
     // A ring, a busy number, the idle call and the parts not built need nothing.
     const std::size_t before = fake.calls.size();
     for (UINT message : {kEk7MsgRing, kEk7MsgBusy, kEk7MsgIdle, kEk7MsgPlayDone, kEk7MsgRecording,
-                         LineController::kOutgoingCallRecorder, LineController::kListRoutine})
+                         LineController::kListRoutine})
         EXPECT_EQ(controller.lineMessage(message, nullptr), Refresh::Nothing);
     EXPECT_EQ(fake.calls.size(), before);
+
+    // +155: with the chosen entry (lParam 0) the call is placed; asked for
+    // with nobody chosen (lParam 1) the user is told there is no recorder.
+    app.ChosenName = "Ada Lovelace";
+    app.ChosenNumber = "0161 496";
+    EXPECT_EQ(controller.lineMessage(LineController::kOutgoingCallRecorder, nullptr, 0), Refresh::Status);
+    EXPECT_EQ(controller.lineMessage(LineController::kOutgoingCallRecorder, nullptr, 1), Refresh::Status);
+    EXPECT_EQ(std::vector<std::string>(fake.calls.begin() + static_cast<long>(before), fake.calls.end()),
+              (std::vector<std::string>{"place call Ada Lovelace 0161 496", "no recorder for call"}));
 }
 
 TEST_F(LineControllerTest, CallerIdentityIsTracedAndForwarded)
