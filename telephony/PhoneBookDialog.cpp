@@ -81,15 +81,12 @@ void PhoneBookDialog::reload()
     m_remembered = nullptr;
     const std::vector<PhoneBookEntry> entries = m_book.load();
     const QIcon icon(QStringLiteral(":/res/images/type-phone.png"));
-    const QBrush text(QColor(kTextRed, kTextGreen, kTextBlue));
     QList<QTreeWidgetItem*> items;
     items.reserve(static_cast<int>(entries.size()));
     for (const PhoneBookEntry& entry : entries) {
         auto* item = new QTreeWidgetItem(QStringList{fromAnsi(entry.name), fromAnsi(entry.number),
                                                      QString::fromStdString(PhoneBook::offsetText(entry.offset))});
         item->setIcon(kNameColumn, icon);
-        item->setForeground(kNameColumn, text);
-        item->setForeground(kNumberColumn, text);
         items.push_back(item);
     }
     list->addTopLevelItems(items);  // one insertion for all
