@@ -45,9 +45,9 @@ void settle()
 
 int body(int argc, char** argv)
 {
-    const int entries = static_cast<int>(bench::option(argc, argv, "--entries", 5000));
-    const int repeats = static_cast<int>(bench::option(argc, argv, "--repeats", 7));
-    const std::string where = bench::textOption(argc, argv, "--dir", QDir::tempPath().toStdString());
+    const int entries = static_cast<int>(bench::option(argc, argv, "entries", 5000));
+    const int repeats = static_cast<int>(bench::option(argc, argv, "repeats", 7));
+    const std::string where = bench::textOption(argc, argv, "dir", QDir::tempPath().toStdString());
     QTemporaryDir dir(QString::fromStdString(where + "/navo-bench-XXXXXX"));
     if (!dir.isValid())
         bench::fail("cannot make a temporary folder in " + where);
