@@ -1,7 +1,6 @@
 #include "telephony/PhoneBookDialog.h"
 
 #include <QHeaderView>
-#include <QIcon>
 #include <QMenu>
 
 #include "core/AppData.h"
@@ -13,15 +12,8 @@
 #include "telephony/OutgoingCall.h"
 #include "telephony/PhoneBookEditDialog.h"
 #include "telephony/PhoneBookEntryDialog.h"
+#include "telephony/PhoneBookModel.h"
 #include "ui_PhoneBookDialog.h"
-
-namespace {
-
-constexpr int kNameColumn = 0;
-constexpr int kNumberColumn = 1;
-constexpr int kOffsetColumn = 2;
-
-}  // namespace
 
 PhoneBookDialog::PhoneBookDialog(AppData& app, const std::string& bookPath, HWND owner, QWidget* parent)
     : QDialog(parent), m_ui(std::make_unique<Ui::PhoneBookDialog>()), m_app(app), m_book(bookPath), m_owner(owner)
@@ -31,7 +23,9 @@ PhoneBookDialog::PhoneBookDialog(AppData& app, const std::string& bookPath, HWND
     m_ui->cancelButton->setObjectName(QString::number(IDCANCEL));
     assignControlNumbers(this);
 
-    QTreeWidget* list = m_ui->IDC_PB_LIST;
+    QTreeView* list = m_ui->IDC_PB_LIST;
+    m_model = new PhoneBookModel(this);
+    list->setModel(m_model);
     list->setIconSize(QSize(16, 16));
     QPalette palette = list->palette();
     palette.setColor(QPalette::Base, Qt::white);
@@ -39,22 +33,20 @@ PhoneBookDialog::PhoneBookDialog(AppData& app, const std::string& bookPath, HWND
     list->setPalette(palette);
     list->header()->setStretchLastSection(false);
     list->header()->setSectionsClickable(true);
-    list->setColumnWidth(kNameColumn, 145);
-    list->setColumnWidth(kNumberColumn, 145);
-    list->setColumnWidth(kOffsetColumn, 0);
-    list->header()->setSectionResizeMode(kOffsetColumn, QHeaderView::Fixed);
+    list->setColumnWidth(PhoneBookModel::kName, 145);
+    list->setColumnWidth(PhoneBookModel::kNumber, 145);
+    list->setColumnWidth(PhoneBookModel::kOffset, 0);
+    list->header()->setSectionResizeMode(PhoneBookModel::kOffset, QHeaderView::Fixed);
 
     connect(list->header(), &QHeaderView::sectionClicked, this, &PhoneBookDialog::sortBy);
     connect(m_ui->IDC_PB_NAME, &QLineEdit::textChanged, this, &PhoneBookDialog::typeAhead);
-    connect(list, &QTreeWidget::itemDoubleClicked, this, [this] { choose(focusedAndSelected()); });
-    connect(list, &QTreeWidget::itemClicked, this, [this](QTreeWidgetItem* item) { m_remembered = item; });
+    connect(list, &QTreeView::doubleClicked, this, [this] { choose(focusedAndSelected()); });
+    connect(list, &QTreeView::clicked, this, [this](const QModelIndex& index) { m_remembered = index.row(); });
     connect(list, &QWidget::customContextMenuRequested, this, [this](const QPoint& at) {
         if (auto menu = contextMenu())
             menu->exec(m_ui->IDC_PB_LIST->viewport()->mapToGlobal(at));
     });
-    connect(m_ui->okButton, &QPushButton::clicked, this, [this] {
-        choose(m_remembered != nullptr && m_remembered->isSelected() ? m_remembered : nullptr);
-    });
+    connect(m_ui->okButton, &QPushButton::clicked, this, [this] { choose(isSelected(m_remembered) ? m_remembered : -1); });
     connect(m_ui->cancelButton, &QPushButton::clicked, this, &QDialog::reject);
     connect(m_ui->newButton, &QPushButton::clicked, this, &PhoneBookDialog::newEntry);
     connect(m_ui->dialerButton, &QPushButton::clicked, this, [this] {
@@ -76,65 +68,61 @@ void PhoneBookDialog::run(AppData& app, const std::string& bookPath, HWND owner,
 
 void PhoneBookDialog::reload()
 {
-    QTreeWidget* list = m_ui->IDC_PB_LIST;
-    list->clear();
-    m_remembered = nullptr;
-    const std::vector<PhoneBookEntry> entries = m_book.load();
-    const QIcon icon(QStringLiteral(":/res/images/type-phone.png"));
-    QList<QTreeWidgetItem*> items;
-    items.reserve(static_cast<int>(entries.size()));
-    for (const PhoneBookEntry& entry : entries) {
-        auto* item = new QTreeWidgetItem(QStringList{fromAnsi(entry.name), fromAnsi(entry.number),
-                                                     QString::fromStdString(PhoneBook::offsetText(entry.offset))});
-        item->setIcon(kNameColumn, icon);
-        items.push_back(item);
-    }
-    list->addTopLevelItems(items);  // one insertion for all
+    m_remembered = -1;
+    std::vector<PhoneBookEntry> entries = m_book.load();
     m_count = static_cast<int>(entries.size());
+    m_model->setEntries(std::move(entries));
+}
+
+bool PhoneBookDialog::isSelected(int row) const
+{
+    return row >= 0 && m_ui->IDC_PB_LIST->selectionModel()->isRowSelected(row, {});
+}
+
+void PhoneBookDialog::select(int row, bool selected)
+{
+    if (row < 0)
+        return;
+    m_ui->IDC_PB_LIST->selectionModel()->select(
+        m_model->index(row, 0), (selected ? QItemSelectionModel::Select : QItemSelectionModel::Deselect) |
+                                     QItemSelectionModel::Rows);
 }
 
 void PhoneBookDialog::typeAhead(const QString& typed)
 {
-    QTreeWidget* list = m_ui->IDC_PB_LIST;
     const QString text = typed.left(49);
     if (text.isEmpty()) {
-        if (m_remembered != nullptr)
-            m_remembered->setSelected(false);
+        select(m_remembered, false);
         return;
     }
-    // The first name, from the top, that starts with the text; the list
-    // compares without regard to case.
-    QTreeWidgetItem* found = nullptr;
-    for (int i = 0, n = list->topLevelItemCount(); i < n && found == nullptr; ++i)
-        if (list->topLevelItem(i)->text(kNameColumn).startsWith(text, Qt::CaseInsensitive))
-            found = list->topLevelItem(i);
-    if (found == nullptr)
+    const int found = m_model->findName(text);
+    if (found < 0)
         return;
-    list->scrollToItem(found);
-    if (m_remembered != nullptr)
-        m_remembered->setSelected(false);
-    found->setSelected(true);
-    list->setCurrentItem(found, kNameColumn, QItemSelectionModel::NoUpdate);
+    QTreeView* list = m_ui->IDC_PB_LIST;
+    list->scrollTo(m_model->index(found, 0));
+    select(m_remembered, false);
+    select(found, true);
+    list->selectionModel()->setCurrentIndex(m_model->index(found, 0), QItemSelectionModel::NoUpdate);
     m_remembered = found;
 }
 
-QTreeWidgetItem* PhoneBookDialog::focusedAndSelected() const
+int PhoneBookDialog::focusedAndSelected() const
 {
-    QTreeWidgetItem* item = m_ui->IDC_PB_LIST->currentItem();
-    return item != nullptr && item->isSelected() ? item : nullptr;
+    const QModelIndex current = m_ui->IDC_PB_LIST->currentIndex();
+    return current.isValid() && isSelected(current.row()) ? current.row() : -1;
 }
 
-void PhoneBookDialog::choose(QTreeWidgetItem* item)
+void PhoneBookDialog::choose(int row)
 {
-    const std::string name = item != nullptr ? toAnsi(item->text(kNameColumn)) : std::string();
-    const std::string number = item != nullptr ? toAnsi(item->text(kNumberColumn)) : std::string();
+    const std::string name = row >= 0 ? m_model->entry(row).name : std::string();
+    const std::string number = row >= 0 ? m_model->entry(row).number : std::string();
     accept();
     outgoingcall::choose(m_app, m_owner, name, number);
 }
 
 std::unique_ptr<QMenu> PhoneBookDialog::contextMenu()
 {
-    QTreeWidgetItem* item = focusedAndSelected();
+    const int row = focusedAndSelected();
     auto menu = std::make_unique<QMenu>(this);
     menu->setObjectName(QString::number(IDR_PHONEBOOK_MENU));
     QAction* dial = menu->addAction(QStringLiteral("Dial"));
@@ -143,21 +131,21 @@ std::unique_ptr<QMenu> PhoneBookDialog::contextMenu()
     dial->setObjectName(QString::number(ID_PB_DIAL));
     edit->setObjectName(QString::number(ID_PB_EDIT));
     remove->setObjectName(QString::number(ID_PB_DELETE));
-    dial->setEnabled(item != nullptr && outgoingcall::canDial(m_app.lineState));
-    edit->setEnabled(item != nullptr);
-    remove->setEnabled(item != nullptr);
+    dial->setEnabled(row >= 0 && outgoingcall::canDial(m_app.lineState));
+    edit->setEnabled(row >= 0);
+    remove->setEnabled(row >= 0);
     connect(dial, &QAction::triggered, this, [this] { choose(focusedAndSelected()); });
     connect(edit, &QAction::triggered, this, [this] { editItem(focusedAndSelected()); });
     connect(remove, &QAction::triggered, this, [this] { deleteItem(focusedAndSelected()); });
     return menu;
 }
 
-void PhoneBookDialog::editItem(QTreeWidgetItem* item)
+void PhoneBookDialog::editItem(int row)
 {
-    if (item == nullptr)
+    if (row < 0)
         return;
-    PhoneBookEditDialog edit(toAnsi(item->text(kNameColumn)), toAnsi(item->text(kNumberColumn)),
-                             toAnsi(item->text(kOffsetColumn)), this);
+    const PhoneBookEntry& entry = m_model->entry(row);
+    PhoneBookEditDialog edit(entry.name, entry.number, PhoneBook::offsetText(entry.offset), this);
     if (edit.exec() != QDialog::Accepted)
         return;
     const std::uint64_t offset = std::strtoull(edit.offsetText().c_str(), nullptr, 10);
@@ -166,12 +154,11 @@ void PhoneBookDialog::editItem(QTreeWidgetItem* item)
     reload();
 }
 
-void PhoneBookDialog::deleteItem(QTreeWidgetItem* item)
+void PhoneBookDialog::deleteItem(int row)
 {
-    if (item == nullptr)
+    if (row < 0)
         return;
-    const std::uint64_t offset = std::strtoull(item->text(kOffsetColumn).toLatin1().constData(), nullptr, 10);
-    if (const int code = m_book.remove(offset); code > 0)
+    if (const int code = m_book.remove(m_model->entry(row).offset); code > 0)
         ShowCodedMessage(code, MB_ICONEXCLAMATION);
     reload();
 }
@@ -191,5 +178,6 @@ void PhoneBookDialog::sortBy(int column)
     // A second click on the same header turns the order round.
     m_sortAscending = column == m_sortColumn ? !m_sortAscending : true;
     m_sortColumn = column;
-    m_ui->IDC_PB_LIST->sortItems(column, m_sortAscending ? Qt::AscendingOrder : Qt::DescendingOrder);
+    m_remembered = -1;
+    m_model->sort(column, m_sortAscending ? Qt::AscendingOrder : Qt::DescendingOrder);
 }

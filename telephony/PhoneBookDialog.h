@@ -18,8 +18,8 @@
 #include "platform/WinTypes.h"
 #include "telephony/PhoneBook.h"
 
-class QTreeWidgetItem;
 class QMenu;
+class PhoneBookModel;
 struct AppData;
 
 namespace Ui {
@@ -49,10 +49,14 @@ public:
 
 private:
     void typeAhead(const QString& text);
-    QTreeWidgetItem* focusedAndSelected() const;
-    void choose(QTreeWidgetItem* item);
-    void editItem(QTreeWidgetItem* item);
-    void deleteItem(QTreeWidgetItem* item);
+    // The row that is both focused and selected, or -1.
+    int focusedAndSelected() const;
+    bool isSelected(int row) const;
+    void select(int row, bool selected);
+    // -1: nobody.
+    void choose(int row);
+    void editItem(int row);
+    void deleteItem(int row);
     void newEntry();
     void sortBy(int column);
 
@@ -61,7 +65,8 @@ private:
     PhoneBook m_book;
     HWND m_owner;
     int m_count = 0;
-    QTreeWidgetItem* m_remembered = nullptr;
+    PhoneBookModel* m_model = nullptr;
+    int m_remembered = -1;
     int m_sortColumn = -1;
     bool m_sortAscending = true;
 };
