@@ -637,7 +637,8 @@ void MainWindow::registerPhoneCommands()
         ID_RECORD_ADD_TO_PHONEBOOK,
         [this, bookPath, selectedCall] {
             std::string name, number;
-            if (!selectedCall(name, number))
+            // A caller who gave neither name nor number leaves nothing to keep.
+            if (!selectedCall(name, number) || (name.empty() && number.empty()))
                 return;
             if (const int code = PhoneBook(bookPath()).add(name, number); code > 0)
                 ShowCodedMessage(code, MB_ICONEXCLAMATION);

@@ -26,7 +26,9 @@
 #include "platform/WindowMessages.h"
 #include "res/resource.h"
 #include "store/DataStoreService.h"
+#include "store/ComponentFiles.h"
 #include "telephony/LineController.h"
+#include "telephony/PhoneBook.h"
 
 namespace {
 
@@ -310,6 +312,48 @@ TEST_F(PhoneWiring, UseDictationAsGreetingTakesTheOneSelectedDictation)
     EXPECT_FALSE(window->recordMenu()->findChild<QAction*>(QString::number(ID_RECORD_USE_AS_GREETING))->isEnabled());
     window->runCommand(ID_RECORD_USE_AS_GREETING);
     EXPECT_EQ(fake.calls.size(), 1u);
+}
+
+// Redial and Add to PhoneBook take the Phone list's selected call: its name
+// and number go to the phone book, and Redial asks for the call (+155 to the
+// window, which places it) only when the line can place it.
+TEST_F(PhoneWiring, RedialAndAddToPhoneBookTakeTheSelectedCall)
+{
+    RecordFactory records(app);
+    records.message("Ann Smith", "0161 496", true);
+    ASSERT_EQ(records.lastResult(), 0);
+    window->fillList(kListPhone);
+    QTreeView* list = window->findChild<QTreeView*>(QString::number(IDC_RECORD_LIST));
+    list->selectionModel()->setCurrentIndex(list->model()->index(0, 0),
+                                            QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    std::unique_ptr<QMenu> menu = window->recordMenu();
+    ASSERT_NE(menu, nullptr);
+    QAction* add = menu->findChild<QAction*>(QString::number(ID_RECORD_ADD_TO_PHONEBOOK));
+    QAction* redial = menu->findChild<QAction*>(QString::number(ID_RECORD_REDIAL));
+    ASSERT_TRUE(add != nullptr && redial != nullptr);
+    EXPECT_TRUE(add->isEnabled());
+    EXPECT_TRUE(redial->isEnabled());
+
+    add->trigger();
+    const std::vector<PhoneBookEntry> book =
+        PhoneBook(components::workspacePath(app.TempDir, components::kPhoneBook)).load();
+    ASSERT_EQ(book.size(), 1u);
+    EXPECT_EQ(book[0].name, "Ann Smith");
+    EXPECT_EQ(book[0].number, "0161 496");
+
+    {
+        ScriptedPrompt prompt;  // not monitoring: code 17, nothing placed
+        prompt.answerMessage(IDOK);
+        redial->trigger();
+        QCoreApplication::processEvents();
+        ASSERT_EQ(prompt.messages().size(), 1u);
+        EXPECT_EQ(prompt.messages()[0].text.rfind("Line monitoring must be active", 0), 0u);
+    }
+    block.Monitoring = 1;
+    block.DialReady = 1;
+    redial->trigger();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(fake.calls, (std::vector<std::string>{"place call Ann Smith 0161 496"}));
 }
 
 }  // namespace
