@@ -173,7 +173,7 @@ void TelephonyService::placeCall(const std::string& name, const std::string& num
 
 void TelephonyService::noRecorderForCall()
 {
-    m_callText = "Nobody chosen to call, and no phone recorder in this build to record a call";
+    m_callText = "Nobody chosen to call (no phone recorder in this build)";
 }
 
 bool TelephonyService::outgoingCallMessage(unsigned message)
@@ -187,7 +187,7 @@ bool TelephonyService::outgoingCallMessage(unsigned message)
     case kEk7MsgConnected:
         m_outgoingConnected = true;
         // Said plainly: nothing records this call yet.
-        m_callText = "Connected to " + m_callee + " (not recorded: no phone recorder in this build)";
+        m_callText = "Connected to " + m_callee + " (not recorded)";
         return true;
     case kEk7MsgBusy:
         m_callText = m_callee + " is busy";

@@ -94,7 +94,7 @@ public:
     void lineClosed(int reason) override;
     // Outgoing calls. Until the phone recorder exists the call is not
     // recorded: its progress is shown after the line status text ("Calling
-    // Ada (0161 496)", "Connected to ...", "... is busy", "No dial tone",
+    // Ada (0161 496)", "Connected to ... (not recorded)", "... is busy", "No dial tone",
     // "Call to ... ended"); Stop Monitoring hangs it up.
     void placeCall(const std::string& name, const std::string& number) override;
     void noRecorderForCall() override;

@@ -248,8 +248,7 @@ TEST_F(TelephonyServiceTest, OutgoingCallShowsItsProgressInTheStatusText)
     ASSERT_TRUE(log->waitFor(kEk7MsgConnected));
     EXPECT_EQ(shown, (std::vector<std::string>{
                          "Line monitoring active : Ada Lovelace (0161 496) is ringing",
-                         "Line monitoring active : Connected to Ada Lovelace (0161 496) (not recorded: no phone "
-                         "recorder in this build)"}));
+                         "Line monitoring active : Connected to Ada Lovelace (0161 496) (not recorded)"}));
     service.stopMonitoring();  // hangs up
     EXPECT_EQ(phone.finish(), 0);
     EXPECT_TRUE(phone.outputHas("Navo hung up"));
