@@ -145,12 +145,12 @@ int body(int argc, char** argv)
                 bench::milliseconds(bench::median(emptyTimes)).c_str());
     std::printf("awk printing both fields of every line:      %s\n",
                 bench::milliseconds(bench::median(awkTimes)).c_str());
-    bench::verdict(openMedian, bench::median(awkTimes), 1.0);
+    std::printf("ratio open / awk = %.2f (for comparison; the goal is the time)\n", openMedian / bench::median(awkTimes));
     std::printf("Type-ahead per key (search, select, paint):   median %s, worst %s over %zu keys\n",
                 bench::milliseconds(keyMedian).c_str(), bench::milliseconds(keyWorst).c_str(), keyTimes.size());
     std::printf("grep -m1 for the typed start:                %s\n",
                 bench::milliseconds(bench::median(grepTimes)).c_str());
-    bench::verdict(keyMedian, bench::median(grepTimes), 1.0);
+    std::printf("ratio key / grep = %.2f (for comparison; the goal is the time)\n", keyMedian / bench::median(grepTimes));
     const bool met = openMedian < kGoalSeconds && keyWorst < kGoalSeconds;
     std::printf("goal: open and every key under %s: %s\n", bench::milliseconds(kGoalSeconds).c_str(),
                 met ? "met" : "NOT met");
