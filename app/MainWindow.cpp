@@ -16,6 +16,10 @@
 #include "maker/Ek7Srch/Ek7Srch.h"
 #include "maker/Ek7Tapi/Ek7Tapi.h"
 #include "store/ComponentFiles.h"
+#include "telephony/DialerDialog.h"
+#include "telephony/OutgoingCall.h"
+#include "telephony/PhoneBook.h"
+#include "telephony/PhoneBookDialog.h"
 
 #include "app/AboutDialog.h"
 #include "app/CommandMenus.h"
@@ -552,7 +556,7 @@ void MainWindow::openInternetRepository()
     HelpPages::openInternetRepository(m_app);
 }
 
-void MainWindow::handleWindowMessage(UINT message, WPARAM wParam, LPARAM)
+void MainWindow::handleWindowMessage(UINT message, WPARAM wParam, LPARAM lParam)
 {
     switch (message) {
     case WM_CLOSE:
@@ -584,7 +588,7 @@ void MainWindow::handleWindowMessage(UINT message, WPARAM wParam, LPARAM)
         applyPhone(m_phone->lineClosed(static_cast<int>(wParam)));
         break;
     default:
-        applyPhone(m_phone->lineMessage(message, this));
+        applyPhone(m_phone->lineMessage(message, this, lParam));
         break;
     }
 }
@@ -626,7 +630,7 @@ void MainWindow::applyPhone(LineController::Refresh refresh)
         break;
     case LineController::Refresh::PhoneList:
         fillList(kListPhone);
-        showLineState();
+        showLineStatus();
         break;
     }
 }
@@ -640,6 +644,48 @@ void MainWindow::registerPhoneCommands()
     m_commands.add(ID_ANSWER_MACHINE_OFF, [this] { applyPhone(m_phone->switchOff()); });
     m_commands.add(ID_RECORD_USE_AS_GREETING,
                    [this] { m_phone->useDictationAsGreeting(m_selectedCount, m_selectedFile); });
+
+    // The phone book and calling out. The phone book file is a component of
+    // the open store, in the workspace.
+    const auto bookPath = [this] { return components::workspacePath(m_app.TempDir, components::kPhoneBook); };
+    // The Phone list's selected call: its number (column 1) and name (column 2).
+    const auto selectedCall = [this](std::string& name, std::string& number) {
+        const QModelIndexList rows = m_ui->IDC_RECORD_LIST->selectionModel()->selectedRows();
+        if (m_app.CurrentListType != kListPhone || rows.isEmpty())
+            return false;
+        const auto row = static_cast<std::size_t>(rows.back().row());
+        number = m_model->rows().cell(row, 1);
+        name = m_model->rows().cell(row, 2);
+        return true;
+    };
+    const auto inPhoneList = [this] { return m_app.CurrentListType == kListPhone; };
+    m_commands.add(ID_PHONE_BOOK, [this, bookPath] { PhoneBookDialog::run(m_app, bookPath(), handle(), this); });
+    m_commands.add(
+        ID_RECORD_REDIAL,
+        [this, bookPath, selectedCall] {
+            std::string name, number;
+            if (m_selectedCount != 1 || !selectedCall(name, number))
+                return;
+            // A call that left no number can only be redialled by typing it.
+            if (number.empty())
+                DialerDialog::run(m_app, bookPath(), handle(), this, name, number);
+            else
+                outgoingcall::choose(m_app, handle(), name, number);
+        },
+        inPhoneList);
+    m_commands.add(
+        ID_RECORD_ADD_TO_PHONEBOOK,
+        [this, bookPath, selectedCall] {
+            std::string name, number;
+            // A caller who gave neither name nor number leaves nothing to keep.
+            if (!selectedCall(name, number) || (name.empty() && number.empty()))
+                return;
+            if (const int code = PhoneBook(bookPath()).add(name, number); code > 0)
+                ShowCodedMessage(code, MB_ICONEXCLAMATION);
+            else
+                OutputDebugString("Added to the phone book\n");
+        },
+        inPhoneList);
 }
 
 void MainWindow::createToolBar()

@@ -62,6 +62,10 @@ struct AppData {
     std::string Currency = "\xA3";
 
     LineState* lineState = nullptr;
+    // The chosen-entry buffers: whom the phone book, the dialer or Redial
+    // asked to call (WM_USER+155 with lParam 0 reads them).
+    std::string ChosenName;
+    std::string ChosenNumber;
 
     static constexpr std::size_t kCurrencyMax = 200;
     void setCurrency(const std::string& sign) { Currency = sign.substr(0, kCurrencyMax); }

@@ -99,6 +99,14 @@ public:
     // WM_USER+157 (wParam the reason): the line stopped by itself and is
     // closed; the user is told why. Nothing to do for a build without a line.
     virtual void lineClosed(int /*reason*/) {}
+    // WM_USER+155 with a chosen entry: Ek7TapiDial(number); a failure is
+    // reported. The call's progress shows in statusText() from then on.
+    virtual void placeCall(const std::string& /*name*/, const std::string& /*number*/) {}
+    // WM_USER+155 asking for the phone recorder with nothing to dial.
+    virtual void noRecorderForCall() {}
+    // A line message about the outgoing call (+153, +107, +108, +109, +150):
+    // true when the status text changed.
+    virtual bool outgoingCallMessage(unsigned /*message*/) { return false; }
 };
 
 class DiaryService {

@@ -115,9 +115,12 @@ void LineController::useDictationAsGreeting(int selectedCount, const std::string
     m_machine.useDictationAsGreeting(m_app, recordFileName);
 }
 
-LineController::Refresh LineController::lineMessage(UINT message, QWidget* owner)
+LineController::Refresh LineController::lineMessage(UINT message, QWidget* owner, LPARAM lParam)
 {
     const LineState* line = m_app.lineState;
+    // An outgoing call's progress goes to the status text; the steps below
+    // still run for it (the wave devices at +107, the after-call update).
+    const bool outgoingShown = m_line.outgoingCallMessage(message);
     switch (message) {
     case kEk7MsgOffered:
         return incomingCall(owner);
@@ -132,13 +135,23 @@ LineController::Refresh LineController::lineMessage(UINT message, QWidget* owner
         // The phone recorder, which a call the machine does not have would
         // be handed to here, is not in this version.
         m_machine.callConnected(m_app);
-        return Refresh::LineState;
-    case kEk7MsgDisconnected:
-        return callEnded();
+        return outgoingShown ? Refresh::Status : Refresh::LineState;
+    case kEk7MsgDisconnected: {
+        const Refresh after = callEnded();
+        return outgoingShown && after != Refresh::PhoneList ? Refresh::Status : after;
+    }
     case kOutgoingCallRecorder:
-        OutputDebugString("The phone recorder is not in this build\n");
-        return Refresh::Nothing;
+        // The phone recorder would take the call from here; without it the
+        // call is placed and its progress shown, but nothing records it.
+        OutputDebugString("The phone recorder is not in this build: dialling without it\n");
+        if (lParam == 0)
+            m_line.placeCall(m_app.ChosenName, m_app.ChosenNumber);
+        else
+            m_line.noRecorderForCall();
+        return Refresh::Status;
     default:
+        if (outgoingShown)
+            return Refresh::Status;
         // +105 (a ring), +108 (busy), +156 (the list routine) and the
         // dialling, playing and idle messages need nothing here.
         return Refresh::Nothing;

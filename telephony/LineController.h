@@ -69,7 +69,9 @@ public:
     // A line message (WM_USER+105 to +156) posted to the window; owner
     // parents the incoming-call window. Messages that need nothing (a ring,
     // busy, dialling, playing, idle, and any other) give Nothing.
-    Refresh lineMessage(UINT message, QWidget* owner);
+    // +155 (the phone recorder for an outgoing call; lParam 0 the chosen
+    // entry, 1 nobody) places the call until the phone recorder exists.
+    Refresh lineMessage(UINT message, QWidget* owner, LPARAM lParam = 0);
     // WM_USER+157: the line stopped by itself (wParam the reason); the user
     // is told why and monitoring can be started again.
     Refresh lineClosed(int reason);

@@ -14,6 +14,7 @@
 #include "res/StringTable.h"
 #include "telephony/IncomingCallDialog.h"
 #include "telephony/LineFailureReport.h"
+#include "platform/Trace.h"
 #include "telephony/ModemSelectionDialog.h"
 #include "telephony/TapiBinding.h"
 
@@ -152,6 +153,60 @@ TelephonyService::StartResult TelephonyService::startMonitoring(QObject* mainWin
     return StartResult::OpenFailed;
 }
 
+void TelephonyService::placeCall(const std::string& name, const std::string& number)
+{
+    if (m_line == nullptr)
+        return;
+    m_callee = name.empty() ? number : name + " (" + number + ")";
+    m_line = Ek7TapiDial(number.c_str());
+    if (m_line->ErrorCode >= 1) {
+        m_outgoing = false;
+        m_callText = "Call to " + m_callee + " failed";
+        LineFailureReport::show(m_line->ErrorCode);
+        return;
+    }
+    OutputDebugString("Dialing " + number + "\n");
+    m_outgoing = true;
+    m_outgoingConnected = false;
+    m_callText = "Calling " + m_callee;
+}
+
+void TelephonyService::noRecorderForCall()
+{
+    m_callText = "Nobody chosen to call (no phone recorder in this build)";
+}
+
+bool TelephonyService::outgoingCallMessage(unsigned message)
+{
+    if (!m_outgoing || m_line == nullptr)
+        return false;
+    switch (message) {
+    case kEk7MsgRingBack:
+        m_callText = m_callee + " is ringing";
+        return true;
+    case kEk7MsgConnected:
+        m_outgoingConnected = true;
+        // Said plainly: nothing records this call yet.
+        m_callText = "Connected to " + m_callee + " (not recorded)";
+        return true;
+    case kEk7MsgBusy:
+        m_callText = m_callee + " is busy";
+        return true;
+    case kEk7MsgNoDialTone:
+        m_callText = "No dial tone: the call to " + m_callee + " could not be made";
+        return true;
+    case kEk7MsgDisconnected:
+        m_outgoing = false;
+        if (m_outgoingConnected)
+            m_callText = "Call to " + m_callee + " ended";
+        else if (m_callText.rfind("Calling ", 0) == 0 || m_callText.find(" is ringing") != std::string::npos)
+            m_callText = "Call to " + m_callee + " not answered";
+        return true;
+    default:
+        return false;
+    }
+}
+
 void TelephonyService::lineClosed(int reason)
 {
     // The library has closed the line already.
@@ -169,6 +224,8 @@ void TelephonyService::closeLine()
         lineDrop(m_line->CallHandle, nullptr, 0);
     m_line = Ek7TapiClose();
     m_status = kInactive;
+    m_callText.clear();
+    m_outgoing = false;
 }
 
 void TelephonyService::stopMonitoring()

@@ -65,7 +65,7 @@ public:
     // Exit: frees the incoming-call window, files a message being left,
     // drops a present call (lineDrop), Ek7TapiClose. The one-second wait after it is the caller's.
     void close(AppData& app) override;
-    std::string statusText() const override { return m_status; }
+    std::string statusText() const override { return m_callText.empty() ? m_status : m_status + " : " + m_callText; }
     bool monitoring() const override;
     bool answerMachineOn() const override;
     // A call is connected and the answer machine is not handling it.
@@ -92,6 +92,13 @@ public:
     // account or stopped answering): says why; status failed. The device
     // stays chosen, so monitoring can be started again.
     void lineClosed(int reason) override;
+    // Outgoing calls. Until the phone recorder exists the call is not
+    // recorded: its progress is shown after the line status text ("Calling
+    // Ada (0161 496)", "Connected to ... (not recorded)", "... is busy", "No dial tone",
+    // "Call to ... ended"); Stop Monitoring hangs it up.
+    void placeCall(const std::string& name, const std::string& number) override;
+    void noRecorderForCall() override;
+    bool outgoingCallMessage(unsigned message) override;
     IncomingCallDialog* incomingCallDialog() const { return m_incoming.data(); }
 
     // The answer machine whose message still being left is filed before the
@@ -115,6 +122,10 @@ private:
     LineState* m_line = nullptr;
     QObject* m_window = nullptr;
     std::string m_status = kInactive;
+    std::string m_callText;  // the outgoing call's progress, shown after m_status
+    std::string m_callee;    // "Ada (0161 496)"
+    bool m_outgoing = false;
+    bool m_outgoingConnected = false;
     QPointer<IncomingCallDialog> m_incoming;
     AnswerMachineService* m_answerMachine = nullptr;
     bool m_phoneRecorder = false;

@@ -149,6 +149,11 @@ public:
     }
     void forwardCallerId() override { calls.push_back("forward caller id"); }
     void callEnded() override { calls.push_back("line call ended"); }
+    void placeCall(const std::string& name, const std::string& number) override
+    {
+        calls.push_back("place call " + name + " " + number);
+    }
+    void noRecorderForCall() override { calls.push_back("no recorder for call"); }
     void lineClosed(int reason) override
     {
         calls.push_back("line closed " + std::to_string(reason));

@@ -26,7 +26,9 @@
 #include "platform/WindowMessages.h"
 #include "res/resource.h"
 #include "store/DataStoreService.h"
+#include "store/ComponentFiles.h"
 #include "telephony/LineController.h"
+#include "telephony/PhoneBook.h"
 
 namespace {
 
@@ -94,9 +96,18 @@ TEST_F(LineControllerTest, LineMessagesReachTheAnswerMachineOnlyWhenTheLineState
     // A ring, a busy number, the idle call and the parts not built need nothing.
     const std::size_t before = fake.calls.size();
     for (UINT message : {kEk7MsgRing, kEk7MsgBusy, kEk7MsgIdle, kEk7MsgPlayDone, kEk7MsgRecording,
-                         LineController::kOutgoingCallRecorder, LineController::kListRoutine})
+                         LineController::kListRoutine})
         EXPECT_EQ(controller.lineMessage(message, nullptr), Refresh::Nothing);
     EXPECT_EQ(fake.calls.size(), before);
+
+    // +155: with the chosen entry (lParam 0) the call is placed; asked for
+    // with nobody chosen (lParam 1) the user is told there is no recorder.
+    app.ChosenName = "Ada Lovelace";
+    app.ChosenNumber = "0161 496";
+    EXPECT_EQ(controller.lineMessage(LineController::kOutgoingCallRecorder, nullptr, 0), Refresh::Status);
+    EXPECT_EQ(controller.lineMessage(LineController::kOutgoingCallRecorder, nullptr, 1), Refresh::Status);
+    EXPECT_EQ(std::vector<std::string>(fake.calls.begin() + static_cast<long>(before), fake.calls.end()),
+              (std::vector<std::string>{"place call Ada Lovelace 0161 496", "no recorder for call"}));
 }
 
 TEST_F(LineControllerTest, CallerIdentityIsTracedAndForwarded)
@@ -301,6 +312,48 @@ TEST_F(PhoneWiring, UseDictationAsGreetingTakesTheOneSelectedDictation)
     EXPECT_FALSE(window->recordMenu()->findChild<QAction*>(QString::number(ID_RECORD_USE_AS_GREETING))->isEnabled());
     window->runCommand(ID_RECORD_USE_AS_GREETING);
     EXPECT_EQ(fake.calls.size(), 1u);
+}
+
+// Redial and Add to PhoneBook take the Phone list's selected call: its name
+// and number go to the phone book, and Redial asks for the call (+155 to the
+// window, which places it) only when the line can place it.
+TEST_F(PhoneWiring, RedialAndAddToPhoneBookTakeTheSelectedCall)
+{
+    RecordFactory records(app);
+    records.message("Ann Smith", "0161 496", true);
+    ASSERT_EQ(records.lastResult(), 0);
+    window->fillList(kListPhone);
+    QTreeView* list = window->findChild<QTreeView*>(QString::number(IDC_RECORD_LIST));
+    list->selectionModel()->setCurrentIndex(list->model()->index(0, 0),
+                                            QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    std::unique_ptr<QMenu> menu = window->recordMenu();
+    ASSERT_NE(menu, nullptr);
+    QAction* add = menu->findChild<QAction*>(QString::number(ID_RECORD_ADD_TO_PHONEBOOK));
+    QAction* redial = menu->findChild<QAction*>(QString::number(ID_RECORD_REDIAL));
+    ASSERT_TRUE(add != nullptr && redial != nullptr);
+    EXPECT_TRUE(add->isEnabled());
+    EXPECT_TRUE(redial->isEnabled());
+
+    add->trigger();
+    const std::vector<PhoneBookEntry> book =
+        PhoneBook(components::workspacePath(app.TempDir, components::kPhoneBook)).load();
+    ASSERT_EQ(book.size(), 1u);
+    EXPECT_EQ(book[0].name, "Ann Smith");
+    EXPECT_EQ(book[0].number, "0161 496");
+
+    {
+        ScriptedPrompt prompt;  // not monitoring: code 17, nothing placed
+        prompt.answerMessage(IDOK);
+        redial->trigger();
+        QCoreApplication::processEvents();
+        ASSERT_EQ(prompt.messages().size(), 1u);
+        EXPECT_EQ(prompt.messages()[0].text.rfind("Line monitoring must be active", 0), 0u);
+    }
+    block.Monitoring = 1;
+    block.DialReady = 1;
+    redial->trigger();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(fake.calls, (std::vector<std::string>{"place call Ann Smith 0161 496"}));
 }
 
 }  // namespace

@@ -73,7 +73,12 @@ struct LineState {
     std::int32_t CallAnsweredByUser;  // word 5
     std::int32_t Playing;             // word 6: 1 while a file plays into the call
     std::int32_t Recording;           // word 7: 1 while the caller is recorded (paused too)
-    std::int32_t DialReady;           // word 8: 1 while the line is open and free to place a call
+    // word 8: 1 when the line can place a call now: it is open, no call is
+    // present (from offered or dialled until idle), and it has a dial tone
+    // (a SIP line with an account: the registrar has accepted it; without
+    // an account, direct calls to an address always can). Ek7TapiDial does
+    // not require it: dialling without it reports what a modem would (+109).
+    std::int32_t DialReady;
     std::int32_t CallInProgress;      // word 9: from offered or dialled until idle
     std::int32_t WaveOutId;           // word 10: Ek7TapiGetWaveID's answer for "wave/out"
     std::int32_t WaveInId;            // word 11: ... and for "wave/in"

@@ -95,6 +95,11 @@ inline constexpr TAPIDWORD LINEDISCONNECTMODE_NODIALTONE = 0x1000;
 // LINE_LINEDEVSTATE: dwParam1 LINEDEVSTATE_RINGING, dwParam3 the provider's
 // count of rings for the offered call (1 for the first ring heard).
 inline constexpr TAPIDWORD LINEDEVSTATE_RINGING = 0x2;
+// LINE_LINEDEVSTATE: the line can place calls again (INSERVICE), or cannot
+// for now (OUTOFSERVICE: a SIP account not registered yet). A line opens in
+// service unless its provider says otherwise.
+inline constexpr TAPIDWORD LINEDEVSTATE_INSERVICE = 0x20;
+inline constexpr TAPIDWORD LINEDEVSTATE_OUTOFSERVICE = 0x40;
 
 // LINE_CALLINFO: dwParam1 LINECALLINFOSTATE_CALLERID when the caller's
 // identity is known; read it with lineGetCallInfoA.

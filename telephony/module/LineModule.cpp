@@ -56,6 +56,12 @@ public:
         m_module.report(call, LINE_DEVSPECIFIC, m_instance, NAVO_MEDIA_PLAYDONE);
     }
 
+    void inService(bool yes) override
+    {
+        m_module.report(m_line, LINE_LINEDEVSTATE, m_instance,
+                        yes ? LINEDEVSTATE_INSERVICE : LINEDEVSTATE_OUTOFSERVICE);
+    }
+
     void lineClosed(LONG reason) override
     {
         m_module.report(m_line, LINE_CLOSE, m_instance, static_cast<TAPIDWORD>(reason));

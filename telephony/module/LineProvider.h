@@ -25,6 +25,9 @@ public:
     // The offered call rang once more; count is 1 for the first ring.
     virtual void ringing(int count) = 0;
     virtual void playDone(HCALL call) = 0;
+    // Whether the line can place a call now (a dial tone); a line opens in
+    // service unless its provider says otherwise.
+    virtual void inService(bool yes) = 0;
     // The line stopped working by itself: why (a NAVOERR_ value, 0 unknown).
     // Reported once; the line is closed by its owner afterwards.
     virtual void lineClosed(LONG reason) = 0;

@@ -174,6 +174,8 @@ void SipLineProvider::setUp()
         m_openResult = LINEERR_OPERATIONFAILED;
         return;
     }
+    if (m_hasAccount)
+        m_events->inService(false);  // until the registrar accepts the account
     const auto used = m_core->getTransportsUsed();
     std::fprintf(stderr, "navotapi: SIP line listening on UDP port %d\n", used ? used->getUdpPort() : -1);
     m_openResult = 0;
@@ -214,6 +216,7 @@ LONG SipLineProvider::addAccount()
         return NAVOERR_LINESETTINGS;
     }
     m_core->setDefaultAccount(account);
+    m_hasAccount = true;
     return 0;
 }
 
@@ -332,6 +335,11 @@ void SipLineProvider::onCallState(const std::shared_ptr<linphone::Call>& call, i
 
 void SipLineProvider::onRegistration(int stateNumber, int reasonNumber)
 {
+    if (static_cast<linphone::RegistrationState>(stateNumber) == linphone::RegistrationState::Ok && !m_registered &&
+        !m_closing) {
+        m_registered = true;
+        m_events->inService(true);
+    }
     if (static_cast<linphone::RegistrationState>(stateNumber) != linphone::RegistrationState::Failed || m_closing ||
         m_lineLost)
         return;
@@ -449,24 +457,48 @@ LONG SipLineProvider::drop(HCALL call)
         LINEERR_OPERATIONFAILED);
 }
 
+std::string SipLineProvider::dialTarget(const std::string& number, bool& viaAccount) const
+{
+    viaAccount = false;
+    if (number.rfind("sip:", 0) == 0 || number.rfind("sips:", 0) == 0)
+        return number;
+    if (number.find('@') != std::string::npos)
+        return "sip:" + number;
+    // Telephone numbers are digits and the usual dialling signs; anything
+    // with a dot, a colon or a letter names a host.
+    const bool dialled = number.find_first_not_of("0123456789+*#-() ") == std::string::npos;
+    if (!dialled)
+        return "sip:" + number;
+    if (m_options.sipDomain.empty())
+        return {};
+    viaAccount = true;
+    std::string user;
+    for (char c : number)
+        if (c != ' ' && c != '-' && c != '(' && c != ')')
+            user += c;
+    return "sip:" + user + "@" + m_options.sipDomain;
+}
+
 LONG SipLineProvider::makeCall(const std::string& number, HCALL& call)
 {
     return m_thread.call<LONG>(
         [&]() -> LONG {
             if (m_call)
                 return LINEERR_CALLUNAVAIL;
-            std::string uri = number;
-            if (uri.rfind("sip:", 0) != 0) {
-                if (uri.find('@') == std::string::npos) {
-                    if (m_options.sipDomain.empty())
-                        return LINEERR_INVALADDRESS;
-                    uri += "@" + m_options.sipDomain;
-                }
-                uri = "sip:" + uri;
-            }
+            bool viaAccount = false;
+            const std::string uri = dialTarget(number, viaAccount);
+            if (uri.empty())
+                return LINEERR_INVALADDRESS;
             const auto address = m_core->createAddress(uri);
             if (!address)
                 return LINEERR_INVALADDRESS;
+            if (viaAccount && !m_registered) {
+                // No registrar has the account: no dial tone.
+                call = m_events->newCall(false);
+                m_events->callState(call, LINECALLSTATE_DISCONNECTED, LINEDISCONNECTMODE_NODIALTONE);
+                m_events->callState(call, LINECALLSTATE_IDLE);
+                return 0;
+            }
             m_handle = m_events->newCall(false);
             m_incoming = false;
             m_connected = false;

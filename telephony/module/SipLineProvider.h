@@ -15,6 +15,11 @@
 // The caller's level while recorded is the stack's receive meter, read once
 // a frame (InputLevel.h has what its readings mean).
 //
+// Outgoing calls go to a SIP address, to a host directly, or to a number
+// through the account. A call through an account the registrar has not yet
+// accepted finds no dial tone, as a modem on a dead line would; the line
+// reports itself out of service until then (LineState word 8).
+//
 // Settings (LineOptions): local UDP port, RTP port range, an optional account
 // at a registrar (user, domain, and a password file that only its owner may
 // read), the ring period and the folder for liblinphone's own files.
@@ -82,6 +87,11 @@ private:
     void finishRecording();
     void sampleLevel();
     std::string newCallRecordFile();
+    // Where a dialled text goes: "sip:..." as it is, "user@host", a bare
+    // host ("127.0.0.1:5080", "pbx.example"), or a number through the
+    // account. Empty when it names nothing callable. viaAccount is set when
+    // the call needs the account's registrar.
+    std::string dialTarget(const std::string& number, bool& viaAccount) const;
 
     LineOptions m_options;
     LineEvents* m_events = nullptr;
@@ -89,6 +99,8 @@ private:
     LONG m_openResult = 0;
     bool m_closing = false;
     bool m_lineLost = false;  // told Navo the line stopped (registration failed)
+    bool m_hasAccount = false;
+    bool m_registered = false;  // the account's registrar accepted it: calls through it can go
 
     std::shared_ptr<linphone::Core> m_core;
     std::shared_ptr<CoreWatcher> m_coreWatcher;

@@ -156,25 +156,60 @@ LONG TestLineProvider::makeCall(const std::string& number, HCALL& call)
             call = m_events->newCall(false);
             m_call = Call{};
             m_call.handle = call;
-            m_events->callState(call, LINECALLSTATE_DIALING);
-            m_events->callState(call, LINECALLSTATE_PROCEEDING);
             auto waiter = std::find_if(m_peers.begin(), m_peers.end(),
                                        [](const auto& peer) { return peer->waiting && !peer->gone; });
-            if (waiter == m_peers.end()) {
-                // Nobody to take it: the number is engaged.
-                endCall(LINEDISCONNECTMODE_BUSY, true, false);
+            Peer* phone = waiter == m_peers.end() ? nullptr : waiter->get();
+            if (phone != nullptr && phone->answer == Peer::Answer::NoDialTone) {
+                // The line is dead: the call never leaves.
+                phone->waiting = false;
+                send(*phone, 'T', number);
+                phone->closing = true;
+                endCall(LINEDISCONNECTMODE_NODIALTONE, true, false);
                 return 0;
             }
-            m_call.peer = waiter->get();
-            m_call.peer->waiting = false;
-            m_call.stage = Stage::Connected;
-            m_call.mediaClock = Clock::now();
-            send(*m_call.peer, 'I', number);
+            m_events->callState(call, LINECALLSTATE_DIALING);
+            m_events->callState(call, LINECALLSTATE_PROCEEDING);
+            if (phone == nullptr || phone->answer == Peer::Answer::Busy) {
+                // Nobody to take it, or a phone that is engaged.
+                if (phone != nullptr) {
+                    phone->waiting = false;
+                    send(*phone, 'B', number);
+                    phone->closing = true;
+                }
+                endCall(LINEDISCONNECTMODE_BUSY, true, false);  // the library says +108 for it
+                return 0;
+            }
+            m_call.peer = phone;
+            phone->waiting = false;
+            m_call.number = number;
+            m_call.ringsWanted = phone->ringsBeforeAnswer;
+            m_call.period = std::chrono::milliseconds(m_options.ringPeriodMs);
+            m_call.start = Clock::now();
+            m_call.stage = Stage::RingingOut;
             m_events->callState(call, LINECALLSTATE_RINGBACK);
-            m_events->callState(call, LINECALLSTATE_CONNECTED);
+            if (m_call.ringsWanted <= 0)
+                connectOutgoing();
             return 0;
         },
         LINEERR_OPERATIONFAILED);
+}
+
+void TestLineProvider::connectOutgoing()
+{
+    m_call.stage = Stage::Connected;
+    m_call.mediaClock = Clock::now();
+    send(*m_call.peer, 'I', m_call.number);
+    m_events->callState(m_call.handle, LINECALLSTATE_CONNECTED);
+}
+
+void TestLineProvider::ringOut(Clock::time_point now)
+{
+    if (m_call.handle == 0 || m_call.stage != Stage::RingingOut)
+        return;
+    if (now - m_call.start >= m_call.period * m_call.ringsWanted)
+        connectOutgoing();
+    else
+        m_thread.tickBy(m_call.start + m_call.period * m_call.ringsWanted);
 }
 
 LONG TestLineProvider::playFile(HCALL call, const std::string& path)
@@ -270,6 +305,7 @@ void TestLineProvider::tick()
         readPeer(*m_peers[i]);
     const Clock::time_point now = Clock::now();
     ringAndGiveUp(now);
+    ringOut(now);
     media(now);
     for (auto& peer : m_peers)
         flush(*peer);
@@ -320,9 +356,22 @@ void TestLineProvider::handleFrame(Peer& peer, char type, const std::string& pay
     case 'C':
         startIncoming(peer, payload);
         break;
-    case 'W':
+    case 'W': {
+        const std::vector<std::string> parts = splitTabs(payload);
+        const std::string mode = parts[0];
+        if (mode != "" && mode != "answer" && mode != "busy" && mode != "nodialtone") {
+            send(peer, 'E', "a wait is for answer, busy or nodialtone");
+            peer.closing = true;
+            break;
+        }
+        peer.answer = mode == "busy"         ? Peer::Answer::Busy
+                      : mode == "nodialtone" ? Peer::Answer::NoDialTone
+                                             : Peer::Answer::Pick;
+        peer.ringsBeforeAnswer = parts.size() > 1 ? std::clamp(std::atoi(parts[1].c_str()), 0, 100) : 0;
         peer.waiting = true;
+        send(peer, 'w');
         break;
+    }
     case 'A':
         if (m_call.peer == &peer && m_call.stage == Stage::Connected) {
             const auto* bytes = reinterpret_cast<const unsigned char*>(payload.data());
@@ -498,6 +547,8 @@ std::string TestLineProvider::status() const
     switch (m_call.stage) {
     case Stage::Ringing:
         return "ringing";
+    case Stage::RingingOut:
+        return "ringing out";
     case Stage::Connected:
         return "connected";
     default:

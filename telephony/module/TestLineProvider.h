@@ -52,17 +52,22 @@ private:
         TestLineFrames frames;
         std::string out;
         bool waiting = false;  // answers calls from Navo
+        enum class Answer { Pick, Busy, NoDialTone } answer = Answer::Pick;
+        int ringsBeforeAnswer = 0;
         bool closing = false;  // close once out is sent
         bool gone = false;
     };
 
-    enum class Stage { None, Ringing, Connected };
+    // Ringing: an incoming call rings Navo; RingingOut: Navo's call rings
+    // the waiting phone.
+    enum class Stage { None, Ringing, RingingOut, Connected };
 
     struct Call {
         HCALL handle = 0;
         Peer* peer = nullptr;
         Stage stage = Stage::None;
-        int ringsWanted = 0;  // 0: the caller waits for ever
+        int ringsWanted = 0;  // incoming: 0, the caller waits for ever; outgoing: rings before the answer
+        std::string number;   // outgoing: the number Navo dialled
         int ringsDone = 0;
         std::chrono::milliseconds period{3000};
         Clock::time_point start;
@@ -83,6 +88,8 @@ private:
     void handleFrame(Peer& peer, char type, const std::string& payload);
     void startIncoming(Peer& peer, const std::string& request);
     void ringAndGiveUp(Clock::time_point now);
+    void ringOut(Clock::time_point now);
+    void connectOutgoing();
     void media(Clock::time_point now);
     void send(Peer& peer, char type, const std::string& payload = {});
     void flush(Peer& peer);

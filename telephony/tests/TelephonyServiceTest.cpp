@@ -228,6 +228,40 @@ TEST_F(TelephonyServiceTest, ConnectedCallIsWaitingForTheUserUnlessTheAnswerMach
     EXPECT_FALSE(service.callWaitingForUser());
 }
 
+// An outgoing call with no phone recorder in the build: the call is placed
+// and each step shows after the line's status text; nothing pretends to
+// record it. A number that is busy says so; Stop Monitoring hangs up.
+TEST_F(TelephonyServiceTest, OutgoingCallShowsItsProgressInTheStatusText)
+{
+    service.chooseDevice(0);
+    ASSERT_EQ(service.startMonitoring(log.get()), TelephonyService::StartResult::Started);
+    std::vector<std::string> shown;
+    log->onMessage = [this, &shown](const LoggedMessage& m) {
+        if (service.outgoingCallMessage(m.message))
+            shown.push_back(service.statusText());
+    };
+    NavoLineProcess phone(setup.socketPath());
+    phone.start({"wait", "--answer-after", "1", "--hold", "5000", "--timeout", "10000"});
+    ASSERT_TRUE(phone.waitForOutput(QStringLiteral("waiting for a call")));
+    service.placeCall("Ada Lovelace", "0161 496");
+    EXPECT_EQ(service.statusText(), "Line monitoring active : Calling Ada Lovelace (0161 496)");
+    ASSERT_TRUE(log->waitFor(kEk7MsgConnected));
+    EXPECT_EQ(shown, (std::vector<std::string>{
+                         "Line monitoring active : Ada Lovelace (0161 496) is ringing",
+                         "Line monitoring active : Connected to Ada Lovelace (0161 496) (not recorded)"}));
+    service.stopMonitoring();  // hangs up
+    EXPECT_EQ(phone.finish(), 0);
+    EXPECT_TRUE(phone.outputHas("Navo hung up"));
+    EXPECT_EQ(service.statusText(), "Line monitoring inactive");
+
+    ASSERT_EQ(service.startMonitoring(log.get()), TelephonyService::StartResult::Started);
+    shown.clear();
+    service.placeCall("", "0800 000");  // nobody waits: engaged
+    ASSERT_TRUE(log->waitFor(kEk7MsgIdle));
+    ASSERT_FALSE(shown.empty());
+    EXPECT_EQ(shown.back(), "Line monitoring active : 0800 000 is busy");
+}
+
 TEST_F(TelephonyServiceTest, ExitDropsACallInProgressAndClosesTheLine)
 {
     service.chooseDevice(0);

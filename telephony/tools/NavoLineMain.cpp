@@ -20,7 +20,10 @@ const char* const kUsage =
     "              --number TEXT     caller's number (default 01234567890)\n"
     "              --name TEXT       caller's name (default \"Test Caller\")\n"
     "              --ring-period MS  length of one ring (default: the line's)\n"
-    "  wait      wait for Navo to call, and answer at once\n"
+    "  wait      wait for Navo to call, and answer it\n"
+    "              --answer-after N  let Navo's call ring N times first (default 0)\n"
+    "              --busy            be engaged: Navo's call finds the number busy\n"
+    "              --no-dial-tone    Navo's call finds no dial tone\n"
     "  hangup    end the call that is up\n"
     "  status    print idle, ringing or connected\n"
     "\n"
@@ -36,7 +39,8 @@ const char* const kUsage =
     "The line's socket: --socket, else NAVO_TEST_LINE_SOCKET, else\n"
     "$XDG_RUNTIME_DIR/navo-test-line.sock, else $TMPDIR/navo-test-line-$USER.sock.\n"
     "Exit: 0 answered, 1 usage, 2 no line, 3 busy, 4 not answered, 5 timed out,\n"
-    "6 unreadable WAV file.\n";
+    "6 unreadable WAV file,\n"
+    "7 Navo's call found no dial tone.\n";
 
 int usage()
 {
@@ -59,6 +63,10 @@ int main(int argc, char** argv)
         auto number = [&]() { return std::atoi(argv[++i]); };
         if (option == "--help" || option == "-h")
             return usage();
+        if (option == "--busy" || option == "--no-dial-tone") {
+            script.answerMode = option == "--busy" ? "busy" : "nodialtone";
+            continue;
+        }
         if (option.rfind("--", 0) == 0 && !hasValue)
             return usage();
         if (option == "--socket")
@@ -69,6 +77,8 @@ int main(int argc, char** argv)
             script.number = value();
         else if (option == "--name")
             script.name = value();
+        else if (option == "--answer-after")
+            script.answerAfterRings = number();
         else if (option == "--ring-period")
             script.ringPeriodMs = number();
         else if (option == "--say")

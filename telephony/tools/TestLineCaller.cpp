@@ -133,15 +133,33 @@ TestLineCaller::Outcome TestLineCaller::wait(const CallerScript& script)
     }
     if (!connectLine())
         return kNoLine;
-    sendFrame('W');
-    say("waiting for a call");
+    sendFrame('W', script.answerMode + "\t" + std::to_string(script.answerAfterRings));
     char type = 0;
     std::string payload;
     bool closed = false;
     while (readFrame(type, payload, script.timeoutMs, closed)) {
-        if (type == 'I') {
+        switch (type) {
+        case 'w':
+            // Said only now: whoever waits for this line may dial at once.
+            say("waiting for a call");
+            break;
+        case 'I':
             say("Navo calls " + payload);
             return converse(script, voice, 0);
+        case 'B':
+            say("Navo calls " + payload + ": busy");
+            return kBusy;
+        case 'T':
+            say("Navo found no dial tone calling " + payload);
+            return kNoDialTone;
+        case 'D':
+            say("Navo hung up before the answer");
+            return kNotAnswered;
+        case 'E':
+            std::fprintf(stderr, "navo-line: the line says: %s\n", payload.c_str());
+            return kUsage;
+        default:
+            break;
         }
     }
     say(closed ? "the line went away" : "timed out");

@@ -24,6 +24,10 @@ struct CallerScript {
     int lingerMs = 300;        // stay on after speaking, before hanging up
     int holdMs = 0;            // with nothing to say: stay on this long after the tone
     int timeoutMs = 120000;
+    // wait: how the phone takes Navo's call ("answer", "busy", "nodialtone")
+    // and, to answer, after how many rings.
+    std::string answerMode = "answer";
+    int answerAfterRings = 0;
 };
 
 class TestLineCaller {
@@ -37,6 +41,7 @@ public:
         kNotAnswered = 4,
         kTimedOut = 5,
         kBadFile = 6,
+        kNoDialTone = 7,    // wait --no-dial-tone: Navo's call found no dial tone
     };
 
     explicit TestLineCaller(QString socketPath);

@@ -171,6 +171,8 @@ LineState* LineLibrary::open(HWND window)
     m_line = line;
     m_window = window;
     m_state.Monitoring = 1;
+    // Until the provider says otherwise (its report is queued behind this).
+    m_inService = true;
     m_state.DialReady = 1;
     return result(kEk7Ok);
 }
@@ -419,6 +421,10 @@ void LineLibrary::drain()
         case LINE_LINEDEVSTATE:
             if (event.p1 == LINEDEVSTATE_RINGING)
                 onRinging();
+            if (event.p1 == LINEDEVSTATE_INSERVICE || event.p1 == LINEDEVSTATE_OUTOFSERVICE) {
+                m_inService = event.p1 == LINEDEVSTATE_INSERVICE;
+                m_state.DialReady = m_inService && m_state.CallHandle == 0 ? 1 : 0;
+            }
             break;
         case LINE_CALLINFO:
             if ((event.p1 & LINECALLINFOSTATE_CALLERID) != 0)
@@ -593,7 +599,7 @@ void LineLibrary::forgetCall()
     m_state.Playing = 0;
     m_state.Recording = 0;
     m_state.RingCount = 0;
-    m_state.DialReady = m_line != 0 ? 1 : 0;
+    m_state.DialReady = m_line != 0 && m_inService ? 1 : 0;
     m_answerPosted = false;
     m_paused = false;
     m_playingTone = false;

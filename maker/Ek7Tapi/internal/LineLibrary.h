@@ -97,6 +97,7 @@ private:
     bool m_wakePosted = false;
 
     // The present call, beyond what the block shows.
+    bool m_inService = true;  // the line has a dial tone (word 8 with no call)
     bool m_answerPosted = false;
     bool m_paused = false;
     bool m_recordedThisCall = false;

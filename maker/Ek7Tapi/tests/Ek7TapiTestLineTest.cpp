@@ -279,23 +279,55 @@ TEST_F(TestLineCall, RecordPauseAndResumeKeepOnlyWhatWasSaidWhileRecording)
     EXPECT_NEAR(kept.soundSeconds, 1.0, 0.1);  // 1.6 s said, 0.6 s of it paused
 }
 
-TEST_F(TestLineCall, DialledCallIsAnsweredByAWaitingPhoneOrFindsTheNumberBusy)
+TEST_F(TestLineCall, DialledCallFindsBusyOrNoDialToneAndWord8FollowsTheCall)
 {
     openLine(3);
+    EXPECT_EQ(state->DialReady, 1);
     // Nobody waits: engaged.
     EXPECT_EQ(Ek7TapiDial("0800 000")->ErrorCode, kEk7Ok);
     EXPECT_EQ(state->CallState, 2);
+    EXPECT_EQ(state->DialReady, 0);
     ASSERT_TRUE(log->waitFor(kEk7MsgIdle));
-    EXPECT_EQ(log->count(kEk7MsgDialStarted), 1);
-    EXPECT_EQ(log->count(kEk7MsgBusy), 1);
+    EXPECT_EQ(log->sequence(), (std::vector<UINT>{kEk7MsgDialStarted, kEk7MsgDialling, kEk7MsgProceeding,
+                                                  kEk7MsgBusy, kEk7MsgDisconnected, kEk7MsgIdle}));
+    ASSERT_TRUE(log->waitFor(kEk7MsgIdle));
+
+    // A phone that is engaged.
+    NavoLineProcess engaged(setup.socketPath());
+    engaged.start({"wait", "--busy", "--timeout", "10000"});
+    ASSERT_TRUE(engaged.waitForOutput(QStringLiteral("waiting for a call"))) << engaged.output().toStdString();
+    EXPECT_EQ(Ek7TapiDial("0800 222")->ErrorCode, kEk7Ok);
+    EXPECT_EQ(engaged.finish(), 3) << engaged.output().toStdString();
+    EXPECT_TRUE(engaged.outputHas("Navo calls 0800 222: busy"));
+    ASSERT_TRUE(log->waitFor(kEk7MsgIdle, 2));
+    EXPECT_EQ(log->count(kEk7MsgBusy), 2);
+
+    // A dead line: no dial tone, and nothing rings.
+    NavoLineProcess dead(setup.socketPath());
+    dead.start({"wait", "--no-dial-tone", "--timeout", "10000"});
+    ASSERT_TRUE(dead.waitForOutput(QStringLiteral("waiting for a call"))) << dead.output().toStdString();
+    EXPECT_EQ(Ek7TapiDial("0800 333")->ErrorCode, kEk7Ok);
+    EXPECT_EQ(dead.finish(), 7) << dead.output().toStdString();
+    ASSERT_TRUE(log->waitFor(kEk7MsgIdle, 3));
+    EXPECT_EQ(log->count(kEk7MsgNoDialTone), 1);
+    EXPECT_EQ(log->count(kEk7MsgDialling), 2);  // the dead line never dialled
     EXPECT_EQ(log->count(kEk7MsgConnected), 0);
+    const LoggedMessage* noTone = log->first(kEk7MsgNoDialTone);
+    EXPECT_EQ(noTone->state.CallState, 2);
+    EXPECT_EQ(noTone->state.CallInProgress, 1);
     log->pump(30);
     EXPECT_EQ(state->CallHandle, 0u);
+    EXPECT_EQ(state->CallInProgress, 0);
+    EXPECT_EQ(state->DialReady, 1);
+}
 
+TEST_F(TestLineCall, DialledPhoneRingsThenAnswersAndHearsWhatIsPlayed)
+{
+    openLine(3);
     const std::string heard = setup.path("heard.wav");
     NavoLineProcess phone(setup.socketPath());
-    phone.start({"wait", "--hear", QString::fromStdString(heard), "--timeout", "10000"});
-    log->pump(300);  // until it waits
+    phone.start({"wait", "--answer-after", "2", "--hear", QString::fromStdString(heard), "--timeout", "10000"});
+    ASSERT_TRUE(phone.waitForOutput(QStringLiteral("waiting for a call"))) << phone.output().toStdString();
     log->onMessage = [this](const LoggedMessage& m) {
         if (m.message == kEk7MsgConnected)
             Ek7TapiPlayFile(greeting.c_str());
@@ -306,6 +338,13 @@ TEST_F(TestLineCall, DialledCallIsAnsweredByAWaitingPhoneOrFindsTheNumberBusy)
     EXPECT_EQ(phone.finish(), 0) << phone.output().toStdString();
     EXPECT_TRUE(phone.outputHas("Navo calls 0800 111"));
     EXPECT_TRUE(phone.outputHas("Navo hung up"));
+    EXPECT_EQ(log->sequence(), (std::vector<UINT>{kEk7MsgDialStarted, kEk7MsgDialling, kEk7MsgProceeding,
+                                                  kEk7MsgRingBack, kEk7MsgConnected, kEk7MsgPlayDone}));
+    // Two rings of the line's period before the answer.
+    const qint64 rang = log->first(kEk7MsgConnected)->atMs - log->first(kEk7MsgRingBack)->atMs;
+    EXPECT_GE(rang, 2 * setup.ringPeriodMs() - 20);
+    EXPECT_LT(rang, 2 * setup.ringPeriodMs() + 300);
+    EXPECT_EQ(log->first(kEk7MsgConnected)->state.Connected, 1);
     EXPECT_NEAR(SineFiles::measure(readSamples(heard)).frequency, 400, 10);
 }
 

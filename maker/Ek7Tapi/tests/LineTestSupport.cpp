@@ -169,6 +169,21 @@ int NavoLineProcess::finish(int timeoutMs)
     return m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
 }
 
+bool NavoLineProcess::waitForOutput(const QString& text, int timeoutMs)
+{
+    QElapsedTimer timer;
+    timer.start();
+    for (;;) {
+        m_output += QString::fromLocal8Bit(m_process.readAll());
+        if (m_output.contains(text))
+            return true;
+        if (m_process.state() == QProcess::NotRunning || timer.elapsed() >= timeoutMs)
+            return false;
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+        m_process.waitForReadyRead(5);
+    }
+}
+
 void NavoLineProcess::kill()
 {
     m_process.kill();

@@ -88,6 +88,9 @@ public:
     void start(const QStringList& arguments);
     // Waits for the end; the exit code, or -1 when it did not end in time.
     int finish(int timeoutMs = 20000);
+    // Pumps the event loop until the output holds text; false on timeout or
+    // when the process ended without saying it.
+    bool waitForOutput(const QString& text, int timeoutMs = 10000);
     // The line drops: the process dies without hanging up.
     void kill();
     QString output() const { return m_output; }
