@@ -1,5 +1,5 @@
-// The recorders this build has, as the main window reaches them: today the
-// Dictation Recorder.
+// The recorders this build has, as the main window reaches them: the
+// Dictation Recorder and the Diary Recorder.
 #pragma once
 
 #include "core/StartupServices.h"
