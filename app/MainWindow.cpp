@@ -302,6 +302,8 @@ void MainWindow::OnClose()
     m_app.MainWindowAlive = 0;                                 // 1.
     QApplication::setOverrideCursor(Qt::WaitCursor);           // 2.
     m_app.DiaryMonitorRunning = 0;                             // 3.
+    if (m_services.diary)
+        m_services.diary->stop();
     for (QPointer<QWidget>& window : m_modeless)               // 4.
         delete window.data();
     m_modeless.clear();
@@ -478,6 +480,7 @@ void MainWindow::newRecording(int listType)
         return;
     const bool prime = ProfileValues(m_app).yesNo(settings::kPrime);
     m_services.recorder->record(m_app, listType, this, prime);
+    diaryChanged();
     // Recorders are modal: the list of that type is rebuilt when one closes.
     fillList(listType);
 }
@@ -504,6 +507,7 @@ void MainWindow::deleteSelectedRecords()
         AfxMessageBox("Failed to delete one or more messages", MB_ICONEXCLAMATION);
     else
         AfxMessageBox("Message(s) Deleted", MB_ICONINFORMATION);
+    diaryChanged();
     fillList(m_app.CurrentListType);
 }
 
@@ -514,7 +518,7 @@ void MainWindow::openInternetRepository()
     HelpPages::openInternetRepository(m_app);
 }
 
-void MainWindow::handleWindowMessage(UINT message, WPARAM wParam, LPARAM)
+void MainWindow::handleWindowMessage(UINT message, WPARAM wParam, LPARAM lParam)
 {
     switch (message) {
     case WM_CLOSE:
@@ -531,11 +535,14 @@ void MainWindow::handleWindowMessage(UINT message, WPARAM wParam, LPARAM)
         m_commands.setChecked(ID_DIARY_MONITOR, false);
         break;
     case kDiaryMonitorFailed:
-        ShowCodedMessage(static_cast<int>(wParam), MB_ICONEXCLAMATION);
         m_app.DiaryMonitorRunning = 0;
+        if (m_services.diary)
+            m_services.diary->stop();
+        ShowCodedMessage(static_cast<int>(wParam), MB_ICONEXCLAMATION);
         break;
     case kDiaryRemindersDue:
-        OutputDebugString("Diary reminders are due, but reminders are not in this build\n");
+        if (m_app.DiaryMonitorRunning && m_services.diary)
+            m_services.diary->reminderDue(m_app, this, wParam, lParam);
         break;
     case kTemplateRecording:
         OutputDebugString("Recording from a template is not in this build\n");
@@ -667,15 +674,41 @@ void MainWindow::registerCommands()
     m_commands.add(ID_TB_NEW_RECORDING, [this] { newRecording(m_app.CurrentListType); });
     m_commands.add(ID_RECORD_NEW_DICTATION, [this] { newRecording(kListDictation); },
                    [this] { return hasRecorder(kListDictation); });
+    m_commands.add(ID_DIARY_MONITOR, [this] { toggleDiaryMonitor(); });
     m_commands.add(commandmenus::kInternetRepository, [this] { openInternetRepository(); });
     HelpPages::registerCommands(m_commands);
     registerPhoneCommands();
+}
+
+void MainWindow::toggleDiaryMonitor()
+{
+    if (!m_services.diary)
+        return;
+    if (m_app.DiaryMonitorRunning) {
+        m_app.DiaryMonitorRunning = 0;
+        m_services.diary->stop();
+        return;
+    }
+    const int check = m_services.diary->check(m_app);
+    if (check > 0) {
+        ShowCodedMessage(check, MB_ICONEXCLAMATION);
+    } else if (check == 0) {
+        m_app.DiaryMonitorRunning = 1;
+        m_services.diary->start(m_app, handle());
+    }
+}
+
+void MainWindow::diaryChanged()
+{
+    if (m_app.DiaryMonitorRunning && m_services.diary)
+        m_services.diary->storeChanged(m_app);
 }
 
 void MainWindow::afterStoreCommand()
 {
     if (m_app.StoreUnusable != kStoreHealthy)
         return;
+    diaryChanged();
     setStatusText(QString::fromStdString(m_services.line->statusText()) + QStringLiteral(" : Using Navo File : ") +
                   QString::fromLocal8Bit(m_app.DataStorePath.c_str()));
     fillList(m_app.CurrentListType == kListNone ? kListDictation : m_app.CurrentListType);

@@ -116,6 +116,11 @@ private:
     void checkStoreCompression();
     void setStatusText(const QString& text);
     void afterStoreCommand();
+    // "&Diary Monitor" (2165): the monitor on or off; its thread's messages
+    // set the check mark.
+    void toggleDiaryMonitor();
+    // A recording, deletion or store change: the monitor reads the diary again.
+    void diaryChanged();
     void openOptions();
     // The Phone list's new messages counted without showing it; -1 without a store.
     int countNewPhoneMessages() const;

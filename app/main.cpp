@@ -7,6 +7,7 @@
 #include "app/InertServices.h"
 #include "app/MainWindow.h"
 #include "app/NavoApp.h"
+#include "audio/DiaryMonitor.h"
 #include "audio/RecorderLauncher.h"
 #include "platform/gui/QtPrompt.h"
 #include "store/DataStoreService.h"
@@ -28,13 +29,15 @@ int main(int argc, char** argv)
     TelephonyService line;
     AnswerMachine answerMachine(line);
     RecorderLauncher recorders(&MainWindow::openHelpPage);
-    // The diary monitor and store compression are not in this build yet.
+    DiaryMonitor diary;
+    // Store compression is not in this build yet.
     InertServices notYetBuilt;
     StartupServices services = notYetBuilt.services();
     services.store = &store;
     services.line = &line;
     services.answerMachine = &answerMachine;
     services.recorder = &recorders;
+    services.diary = &diary;
     NavoApp app(theAppData(), services,
                 QFile::encodeName(QApplication::applicationFilePath()).toStdString());
     app.InitInstance();

@@ -108,6 +108,14 @@ public:
     virtual int check(AppData& app) = 0;
     // Start the monitor thread at the lowest priority.
     virtual void start(AppData& app, std::uintptr_t mainWindow) = 0;
+    // Stop it and wait until it has ended (shutdown, "&Diary Monitor").
+    virtual void stop() {}
+    // The store or its diary changed: the monitor reads the diary again.
+    virtual void storeChanged(AppData& /*app*/) {}
+    // WM_USER+42 as the monitor posted it, for one due entry: ask, play,
+    // snooze.
+    virtual void reminderDue(AppData& /*app*/, QWidget* /*owner*/, std::uintptr_t /*wParam*/,
+                             std::intptr_t /*lParam*/) {}
 };
 
 class AnswerMachineService {

@@ -91,6 +91,19 @@ int RecordEditor::save(const EditableRecord& record, const std::string& subject,
         return kLocked;
     std::vector<std::string> fields = indexline::fields(record.line, 12);
     fields[4] = indexline::cleanField(subject.substr(0, kSubjectMax));
+    const std::string infoFile = RecordFiler::infoPath(m_app.TempDir, record.baseName);
+    RecordInfo info;
+    recordinfo::readFile(infoFile, &info);
+    info.extraText = comments.empty() ? " " : comments;
+    if (recordinfo::writeFile(infoFile, info) != 0)
+        return kNotWritten;
+    return saveFields(record, fields);
+}
+
+int RecordEditor::saveFields(const EditableRecord& record, const std::vector<std::string>& fields)
+{
+    if (record.locked)
+        return kLocked;
     const std::string line = indexline::build(fields);
     const std::string lineFile = RecordFiler::linePath(m_app.TempDir, record.baseName);
     const std::string infoFile = RecordFiler::infoPath(m_app.TempDir, record.baseName);
@@ -98,9 +111,6 @@ int RecordEditor::save(const EditableRecord& record, const std::string& subject,
         return kNotWritten;
     RecordInfo info;
     recordinfo::readFile(infoFile, &info);
-    info.extraText = comments.empty() ? " " : comments;
-    if (recordinfo::writeFile(infoFile, info) != 0)
-        return kNotWritten;
 
     const long position = family::replaceRecordLine(record.recordFileName, m_app.TempDir, m_app.DataStorePath, "",
                                                     components::familyFileForType(record.recordType), lineFile);
@@ -109,8 +119,8 @@ int RecordEditor::save(const EditableRecord& record, const std::string& subject,
 
     const std::string index = components::workspacePath(m_app.TempDir, components::kIndex);
     const std::string type = std::to_string(record.recordType);
-    const std::string start = fields[7];
-    const std::string extra = info.extraText;
+    const std::string start = fields.size() > 7 ? fields[7] : std::string();
+    const std::string extra = info.extraText.empty() ? " " : info.extraText;
     Ek7IndexEntry entry{index.c_str(), m_app.DataStorePath.c_str(), m_app.TempDir.c_str(),
                         static_cast<std::uint32_t>(std::atol(record.recId.c_str())), type.c_str(), start.c_str(),
                         record.keywords.c_str(), extra.c_str(), static_cast<std::uint32_t>(position), 0, line.c_str()};

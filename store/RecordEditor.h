@@ -4,6 +4,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 struct AppData;
 
@@ -38,6 +39,11 @@ public:
     // Writes the new subject and comments back. 0, 6 (locked), 109 (record
     // file or line not written) or 110 (index not updated).
     int save(const EditableRecord& record, const std::string& subject, const std::string& comments);
+
+    // Writes the record's line anew from fields (its places from 1, as
+    // stored), keeping its sound, comments and search text: the diary's
+    // snoozed reminder time. 0, 6, 109 or 110 as save().
+    int saveFields(const EditableRecord& record, const std::vector<std::string>& fields);
 
     // Removes the record's working copies from the workspace.
     void discard(const EditableRecord& record);

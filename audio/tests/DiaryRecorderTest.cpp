@@ -3,10 +3,13 @@
 // entry recorded in runs is filed with its sound, line and list row and is
 // found again after the store is reopened; the diary line's own fields round
 // trip; a filing that meets a failing disk at any write keeps the sound and
-// files it whole on the next try.
+// files it whole on the next try. Then the diary monitor on a clock the test
+// moves: reminders fire once at their minute, nag until listened to, and
+// are remembered across a restart.
 #include "AudioTestSupport.h"
 #include "StoreFixture.h"
 
+#include "audio/DiaryMonitor.h"
 #include "audio/DiaryRecorder.h"
 #include "audio/RecordingFlags.h"
 #include "audio/VXWave.h"
@@ -19,6 +22,9 @@
 #include "store/IndexLine.h"
 
 #include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
 #include <filesystem>
 
 namespace {
@@ -27,6 +33,68 @@ using audiotest::toSamples16;
 using audiotest::waveData;
 
 constexpr double kTone = 1000.0;
+
+// A clock that stands still until the test moves it. The monitor's sleeps
+// are counted, so the test knows when it has done its work.
+class FakeClock : public DiaryClock {
+public:
+    explicit FakeClock(long long start) : m_now(start) {}
+    long long now() override { return m_now; }
+    void waitUntil(Event& wake, long long until) override
+    {
+        {
+            std::lock_guard<std::mutex> lock(m_lock);
+            m_wake = &wake;
+            m_until = until;
+            ++m_sleeps;
+        }
+        m_changed.notify_all();
+        wake.wait(INFINITE);
+    }
+    int sleeps()
+    {
+        std::lock_guard<std::mutex> lock(m_lock);
+        return m_sleeps;
+    }
+    long long sleepingUntil()
+    {
+        std::lock_guard<std::mutex> lock(m_lock);
+        return m_until;
+    }
+    // Waits (for the monitor, not for time) until it slept n times.
+    bool asleep(int n)
+    {
+        std::unique_lock<std::mutex> lock(m_lock);
+        return m_changed.wait_for(lock, std::chrono::seconds(10), [&] { return m_sleeps >= n; });
+    }
+    // Moves time on with no monitor running.
+    void setNow(long long minute)
+    {
+        std::lock_guard<std::mutex> lock(m_lock);
+        m_now = minute;
+        m_wake = nullptr;
+    }
+    // Moves time on, wakes the monitor and waits until it sleeps again.
+    bool advanceTo(long long minute)
+    {
+        const int before = sleeps();
+        m_now = minute;
+        {
+            std::lock_guard<std::mutex> lock(m_lock);
+            if (m_wake != nullptr)
+                m_wake->set();
+        }
+        return asleep(before + 1);
+    }
+
+private:
+    std::atomic<long long> m_now;
+    std::mutex m_lock;
+    std::condition_variable m_changed;
+    Event* m_wake = nullptr;
+    long long m_until = 0;
+    int m_sleeps = 0;
+};
 
 class DiaryRecorderTest : public OpenStoreFixture {
 protected:
@@ -78,6 +146,29 @@ protected:
         e.keywords = "teeth\r\ncheck";
         e.comments = "bring the card";
         return e;
+    }
+
+    // A short entry filed for a day and time.
+    long fileEntry(int day, int hour, int minute, int reminder)
+    {
+        DiaryRecorder recorder(app, wave, flags);
+        EXPECT_EQ(recorder.openNew(), 0);
+        recordRun(recorder, 200);
+        EXPECT_EQ(recorder.save(entryAt(day, 3, 2027, hour, minute, reminder)), 0);
+        return recorder.recId();
+    }
+
+    // The RecIDs of the reminders posted so far, and forgets them.
+    std::vector<long> remindersPosted(audiotest::MessageWindow& window)
+    {
+        audiotest::drain();
+        std::vector<long> due;
+        for (const auto& m : window.messages)
+            if (m.message == DiaryMonitor::kDue)
+                due.push_back(static_cast<long>(m.wParam));
+        window.messages.clear();
+        std::sort(due.begin(), due.end());
+        return due;
     }
 
     // What a later start finds in the store file: the diary family file, its
@@ -243,4 +334,65 @@ TEST_F(DiaryRecorderTest, AFilingThatMeetsAFailingDiskKeepsTheSoundAndFilesItWho
     EXPECT_TRUE(reachedTheEnd);
     std::printf("filings that failed and kept their sound: %d\n", keptOpen);
     EXPECT_GT(keptOpen, 3);
+}
+
+TEST_F(DiaryRecorderTest, RemindersFireOnceAtTheirMinuteNagUntilListenedToAndAreRememberedAfterARestart)
+{
+    const long once = fileEntry(2, 10, 0, 1);
+    const long nag = fileEntry(2, 10, 0, 2);
+    fileEntry(2, 10, 1, 0);  // no reminder
+    const long tomorrow = fileEntry(3, 9, 0, 1);
+    const long long ten = diary::minutesOf(2027, 3, 2, 10, 0);
+
+    auto clock = std::make_shared<FakeClock>(ten - 1);
+    audiotest::MessageWindow window;
+    app.DataStoreName = "NAVO";
+    {
+        DiaryMonitor monitor(clock);
+        ASSERT_EQ(monitor.check(app), 0);
+        monitor.start(app, reinterpret_cast<std::uintptr_t>(window.handle()));
+        ASSERT_TRUE(clock->asleep(1));
+        audiotest::drain();
+        EXPECT_EQ(window.count(DiaryMonitor::kStarted), 1);
+        // It sleeps until the first due minute instead of polling.
+        EXPECT_EQ(clock->sleepingUntil(), ten);
+        EXPECT_TRUE(remindersPosted(window).empty());
+
+        ASSERT_TRUE(clock->advanceTo(ten));
+        EXPECT_EQ(remindersPosted(window), (std::vector<long>{once, nag}));
+        EXPECT_EQ(clock->sleepingUntil(), ten + diary::kNagMinutes);
+        ASSERT_TRUE(clock->advanceTo(ten + diary::kNagMinutes - 1));  // woken early: nothing
+        EXPECT_TRUE(remindersPosted(window).empty());
+        ASSERT_TRUE(clock->advanceTo(ten + diary::kNagMinutes));
+        EXPECT_EQ(remindersPosted(window), std::vector<long>{nag});
+
+        // Listened to: the nagging stops.
+        diary::ReminderLog log(DiaryMonitor::logPath(app));
+        ASSERT_TRUE(log.listenedTo({nag, ten, 2}, ten + 6));
+        const int sleeps = clock->sleeps();
+        monitor.storeChanged(app);
+        ASSERT_TRUE(clock->asleep(sleeps + 1));
+        EXPECT_EQ(clock->sleepingUntil(), diary::minutesOf(2027, 3, 3, 9, 0));
+        ASSERT_TRUE(clock->advanceTo(ten + 60));
+        EXPECT_TRUE(remindersPosted(window).empty());
+        monitor.stop();
+        audiotest::drain();
+        EXPECT_EQ(window.count(DiaryMonitor::kStopped), 1);
+    }
+    // Switched off, nothing reminds; started again the next day, only what
+    // was never reminded fires.
+    clock->setNow(diary::minutesOf(2027, 3, 3, 9, 30));
+    EXPECT_TRUE(remindersPosted(window).empty());
+    DiaryMonitor again(clock);
+    again.start(app, reinterpret_cast<std::uintptr_t>(window.handle()));
+    ASSERT_TRUE(clock->asleep(clock->sleeps() + 1));
+    EXPECT_EQ(remindersPosted(window), std::vector<long>{tomorrow});
+    again.stop();
+}
+
+TEST_F(DiaryRecorderTest, AReminderLogThatCannotBeOpenedIsError131)
+{
+    app.ProfileDir = root() + "/no/such/folder";
+    DiaryMonitor monitor(std::make_shared<FakeClock>(0));
+    EXPECT_EQ(monitor.check(app), 131);
 }
