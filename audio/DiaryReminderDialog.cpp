@@ -2,6 +2,7 @@
 
 #include <QCheckBox>
 #include <QPushButton>
+#include <QScreen>
 #include <QSpinBox>
 #include <QStyle>
 
@@ -86,6 +87,8 @@ int DiaryReminderDialog::openEntry()
     if (!DiaryEntry::fromLine(m_record.line, &entry) || entry.reminder == 0
         || diary::minutesOf(entry.year, entry.month, entry.day, entry.hour, entry.minute) != m_reminder.due)
         return 1;
+    m_reminder.reminder = entry.reminder;
+    m_ui->IDC_REMINDER_NAG_ME->setChecked(entry.reminder == 2);
     m_ui->subject->setText(fromAnsi(entry.subject.empty() ? recIdText : entry.subject));
     m_ui->when->setText(QString::fromStdString(entry.dateText() + "  " + entry.timeText()));
 
@@ -102,8 +105,9 @@ int DiaryReminderDialog::openEntry()
     }
     m_wavePath = components::workspacePath(m_app.TempDir, waveName);
 
-    const QPoint base = parentWidget() != nullptr ? parentWidget()->frameGeometry().topLeft() : QPoint();
-    move(base + cascade());
+    // Offsets on the screen, as several windows falling due together stack.
+    const QScreen* where = screen();
+    move((where != nullptr ? where->availableGeometry().topLeft() : QPoint()) + cascade());
     cascade() += QPoint(kCascadeStep, kCascadeStep);
 
     m_device = std::make_unique<WaveAudioDevice>(handleOf(this));

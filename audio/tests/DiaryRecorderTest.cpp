@@ -7,6 +7,7 @@
 // moves: reminders fire once at their minute, nag until listened to, and
 // are remembered across a restart.
 #include "AudioTestSupport.h"
+#include "FakeDiaryClock.h"
 #include "StoreFixture.h"
 
 #include "audio/DiaryMonitor.h"
@@ -22,9 +23,6 @@
 #include "store/IndexLine.h"
 
 #include <algorithm>
-#include <chrono>
-#include <condition_variable>
-#include <mutex>
 #include <filesystem>
 
 namespace {
@@ -33,68 +31,6 @@ using audiotest::toSamples16;
 using audiotest::waveData;
 
 constexpr double kTone = 1000.0;
-
-// A clock that stands still until the test moves it. The monitor's sleeps
-// are counted, so the test knows when it has done its work.
-class FakeClock : public DiaryClock {
-public:
-    explicit FakeClock(long long start) : m_now(start) {}
-    long long now() override { return m_now; }
-    void waitUntil(Event& wake, long long until) override
-    {
-        {
-            std::lock_guard<std::mutex> lock(m_lock);
-            m_wake = &wake;
-            m_until = until;
-            ++m_sleeps;
-        }
-        m_changed.notify_all();
-        wake.wait(INFINITE);
-    }
-    int sleeps()
-    {
-        std::lock_guard<std::mutex> lock(m_lock);
-        return m_sleeps;
-    }
-    long long sleepingUntil()
-    {
-        std::lock_guard<std::mutex> lock(m_lock);
-        return m_until;
-    }
-    // Waits (for the monitor, not for time) until it slept n times.
-    bool asleep(int n)
-    {
-        std::unique_lock<std::mutex> lock(m_lock);
-        return m_changed.wait_for(lock, std::chrono::seconds(10), [&] { return m_sleeps >= n; });
-    }
-    // Moves time on with no monitor running.
-    void setNow(long long minute)
-    {
-        std::lock_guard<std::mutex> lock(m_lock);
-        m_now = minute;
-        m_wake = nullptr;
-    }
-    // Moves time on, wakes the monitor and waits until it sleeps again.
-    bool advanceTo(long long minute)
-    {
-        const int before = sleeps();
-        m_now = minute;
-        {
-            std::lock_guard<std::mutex> lock(m_lock);
-            if (m_wake != nullptr)
-                m_wake->set();
-        }
-        return asleep(before + 1);
-    }
-
-private:
-    std::atomic<long long> m_now;
-    std::mutex m_lock;
-    std::condition_variable m_changed;
-    Event* m_wake = nullptr;
-    long long m_until = 0;
-    int m_sleeps = 0;
-};
 
 class DiaryRecorderTest : public OpenStoreFixture {
 protected:
