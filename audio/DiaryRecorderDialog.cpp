@@ -3,6 +3,7 @@
 #include <QCalendarWidget>
 #include <algorithm>
 #include <QCheckBox>
+#include <QCloseEvent>
 #include <QDateTime>
 #include <QFile>
 #include <QHBoxLayout>
@@ -234,6 +235,12 @@ void DiaryRecorderDialog::reject()
         return;
     }
     done(QDialog::Rejected);
+}
+
+void DiaryRecorderDialog::closeEvent(QCloseEvent* event)
+{
+    m_recorder.stop();
+    QDialog::closeEvent(event);
 }
 
 int runDiaryRecorder(AppData& app, QWidget* parent, DiaryRecorderDialog::HelpOpener openHelp)

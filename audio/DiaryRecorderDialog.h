@@ -52,6 +52,9 @@ public:
 
 protected:
     void reject() override;
+    // Closing the window (or Navo stopping) ends a run first, then leaves
+    // as Cancel does.
+    void closeEvent(QCloseEvent* event) override;
 
 private:
     void build(AppData& app);
