@@ -675,6 +675,8 @@ void MainWindow::registerCommands()
     m_commands.add(ID_RECORD_NEW_DICTATION, [this] { newRecording(kListDictation); },
                    [this] { return hasRecorder(kListDictation); });
     m_commands.add(ID_DIARY_MONITOR, [this] { toggleDiaryMonitor(); });
+    m_commands.add(ID_OFFLINE_MEETING, [this] { m_services.recorder->offlineMeeting(m_app, this); },
+                   [this] { return m_services.recorder && m_services.recorder->hasOfflineMeeting(); });
     m_commands.add(commandmenus::kInternetRepository, [this] { openInternetRepository(); });
     HelpPages::registerCommands(m_commands);
     registerPhoneCommands();

@@ -12,6 +12,7 @@
 #include <QTreeWidgetItem>
 
 #include "audio/DictationRecorderDialog.h"
+#include "audio/LevelBars.h"
 #include "audio/RecordingFlags.h"
 #include "audio/VXWave.h"
 #include "core/AppData.h"
@@ -28,7 +29,6 @@
 namespace {
 
 constexpr int kRecordingQuestion = 1;  // message code of string 628
-constexpr int kBarSpan = 20;           // of the 0..99 level, per bar
 
 }  // namespace
 
@@ -50,30 +50,13 @@ DiaryRecorderDialog::DiaryRecorderDialog(AppData& app, VXWave& wave, RecordingFl
 
 DiaryRecorderDialog::~DiaryRecorderDialog() = default;
 
-int DiaryRecorderDialog::levelBarId(int i)
-{
-    return i < kLevelBars - 1 ? IDC_LEVEL_BAR_FIRST + 2 * i : IDC_LEVEL_BAR_LAST;
-}
+int DiaryRecorderDialog::levelBarId(int i) { return LevelBars::controlId(i); }
 
 void DiaryRecorderDialog::build(AppData& app)
 {
     Ui::DiaryRecorderDialog& ui = *m_ui;
     ui.setupUi(this);
-    auto* bars = new QHBoxLayout(ui.levelBars);
-    bars->setContentsMargins(0, 0, 0, 0);
-    bars->setSpacing(2);
-    for (int i = 0; i < kLevelBars; ++i) {
-        auto* bar = new QProgressBar(ui.levelBars);
-        bar->setObjectName(QString::number(levelBarId(i)));
-        bar->setRange(0, kBarSpan);
-        bar->setValue(0);
-        bar->setTextVisible(false);
-        bar->setToolTip(i < kLevelBars / 2 ? QStringLiteral("Left") : QStringLiteral("Right"));
-        if (i == kLevelBars / 2)
-            bars->addSpacing(8);
-        bars->addWidget(bar);
-        m_bars.push_back(bar);
-    }
+    m_bars = std::make_unique<LevelBars>(ui.levelBars, m_flags);
     ui.IDC_INDEX_LIST->setColumnWidth(0, 200);
     ui.IDC_INDEX_LIST->setColumnWidth(1, 70);
     const QDateTime now = QDateTime::currentDateTime();
@@ -170,15 +153,7 @@ void DiaryRecorderDialog::followLevels()
 {
     if (m_recorder.state() == DiaryRecorder::State::Recording)
         m_ui->IDC_POSITION->setText(QString::fromStdString(m_recorder.lengthText()));
-    if (!m_flags.LevelUpdated)
-        return;
-    m_flags.LevelUpdated = 0;
-    const int levels[2] = {m_flags.LevelMeterOn ? m_flags.LeftLevel : 0, m_flags.LevelMeterOn ? m_flags.RightLevel : 0};
-    for (int i = 0; i < kLevelBars; ++i) {
-        const int level = levels[i < kLevelBars / 2 ? 0 : 1];
-        const int segment = i % (kLevelBars / 2);
-        m_bars[static_cast<std::size_t>(i)]->setValue(std::clamp(level - segment * kBarSpan, 0, kBarSpan));
-    }
+    m_bars->follow();
 }
 
 void DiaryRecorderDialog::refreshMarks()

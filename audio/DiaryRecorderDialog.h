@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "audio/DiaryRecorder.h"
+#include "audio/LevelBars.h"
 
 class QProgressBar;
 struct AppData;
@@ -28,7 +29,7 @@ public:
     using HelpOpener = std::function<bool(const std::string&)>;
 
     static constexpr const char* kHelpPage = "344.htm";
-    static constexpr int kLevelBars = 10;
+    static constexpr int kLevelBars = LevelBars::kCount;
     static constexpr int kRefreshMs = 100;
 
     // The engine and flags default to the application's.
@@ -43,11 +44,8 @@ public:
     DiaryRecorder& recorder() { return m_recorder; }
     // The entry as the controls say it now.
     DiaryEntry entry() const;
-    // The ten level bars: the first five follow the left level, the last
-    // five the right one, each lit by its fifth of the range.
-    const std::vector<QProgressBar*>& levelBars() const { return m_bars; }
-    // The control number of level bar i (0..9): every second number from
-    // 10118, the tenth being 10135.
+    // The ten level bars (LevelBars).
+    const std::vector<QProgressBar*>& levelBars() const { return m_bars->bars(); }
     static int levelBarId(int i);
 
 protected:
@@ -69,7 +67,7 @@ private:
     RecordingFlags& m_flags;
     HelpOpener m_openHelp;
     std::unique_ptr<Ui::DiaryRecorderDialog> m_ui;
-    std::vector<QProgressBar*> m_bars;
+    std::unique_ptr<LevelBars> m_bars;
     QTimer m_timer;
 };
 

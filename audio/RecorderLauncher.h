@@ -1,5 +1,5 @@
 // The recorders this build has, as the main window reaches them: the
-// Dictation Recorder and the Diary Recorder.
+// Dictation, Diary and Meeting Recorders.
 #pragma once
 
 #include "core/StartupServices.h"
@@ -11,6 +11,8 @@ public:
 
     bool hasRecorder(int listType) const override;
     bool record(AppData& app, int listType, QWidget* owner, bool prime) override;
+    bool hasOfflineMeeting() const override { return true; }
+    void offlineMeeting(AppData& app, QWidget* owner) override;
 
 private:
     DictationRecorderDialog::HelpOpener m_openHelp;

@@ -168,6 +168,9 @@ public:
     // Runs that recorder modally for a new recording; true when a recording
     // was filed. prime: start from the previous record's details.
     virtual bool record(AppData& app, int listType, QWidget* owner, bool prime) = 0;
+    // "Offline Meeting" (2168): the meeting cost timer and clock, modal.
+    virtual bool hasOfflineMeeting() const { return false; }
+    virtual void offlineMeeting(AppData& /*app*/, QWidget* /*owner*/) {}
 };
 
 struct StartupServices {
