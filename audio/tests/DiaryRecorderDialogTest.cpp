@@ -14,6 +14,7 @@
 #include "audio/DiaryMonitor.h"
 #include "audio/DiaryRecorderDialog.h"
 #include "audio/DiaryReminderDialog.h"
+#include "audio/MeetingRecorderDialog.h"
 #include "audio/RecorderDevice.h"
 #include "audio/RecorderLauncher.h"
 #include "core/AppData.h"
@@ -28,6 +29,7 @@
 
 #include <QCalendarWidget>
 #include <QCheckBox>
+#include <QLabel>
 #include <QSpinBox>
 #include <QElapsedTimer>
 #include <QLineEdit>
@@ -311,4 +313,56 @@ TEST_F(DiaryDialogTest, TwoEntriesDueTogetherOpenTwoPlayingWindowsFiftyPixelsApa
     EXPECT_EQ(apart, QPoint(50, 50));
     EXPECT_EQ(playing, 2);
     EXPECT_EQ(DiaryReminderDialog::cascadeOffset(), QPoint(0, 0));
+}
+
+TEST_F(DiaryDialogTest, NewRecordingOnTheMeetingListPrimesFromThePreviousMeetingAndShowsItsCost)
+{
+    ProfileSettings profile(app.IniPath, app.ProfileSection);
+    profile.write("MeetCost", "12.00");
+    profile.write("HighLight", "Y");
+    window->fillList(kListMeeting);
+    ASSERT_TRUE(window->commandAction(ID_TB_NEW_RECORDING)->isEnabled());
+    const auto recordMeeting = [&](const char* subject, bool* primed) {
+        whenShowing<MeetingRecorderDialog>(window.get(), [=](MeetingRecorderDialog& dialog) {
+            if (primed != nullptr)
+                *primed = control<QLineEdit>(dialog, IDC_DIARY_SUBJECT)->text() == "Budget review"
+                       && dialog.findChild<QLineEdit*>("attendees")->text() == "Ann and Bob";
+            dialog.showElapsed(90 * 60 * 1000);
+            auto* cost = dialog.findChild<QLabel*>("meetingCost");
+            EXPECT_EQ(cost->text(), QString::fromUtf8("\u00A3" "18.00"));
+            EXPECT_EQ(dialog.findChild<QLabel*>("meetingTime")->text(), "01:30:00");
+            EXPECT_TRUE(cost->property("highlighted").toBool());
+            control<QLineEdit>(dialog, IDC_DIARY_SUBJECT)->setText(subject);
+            dialog.findChild<QLineEdit*>("attendees")->setText("Ann and Bob");
+            auto* watch = new QTimer(&dialog);
+            QObject::connect(watch, &QTimer::timeout, [&dialog, watch] {
+                if (dialog.recorder().lengthMs() < 500)
+                    return;
+                watch->stop();
+                control<QPushButton>(dialog, IDC_DIARY_STOP)->click();
+                control<QPushButton>(dialog, IDC_REC_OK)->click();
+            });
+            control<QPushButton>(dialog, IDC_DIARY_PICKUP)->click();
+            watch->start(10);
+        });
+        window->runCommand(ID_TB_NEW_RECORDING);
+    };
+    recordMeeting("Budget review", nullptr);
+    ASSERT_EQ(list()->rowCount(), 1);
+    EXPECT_EQ(cell(0, 1), "Budget review");
+    profile.write("Prime", "Y");
+    bool primed = false;
+    recordMeeting("Second review", &primed);
+    EXPECT_TRUE(primed);
+    EXPECT_EQ(list()->rowCount(), 2);
+
+    // Offline Meeting: the same timers with nothing recorded.
+    bool offline = false;
+    whenShowing<OfflineMeetingDialog>(window.get(), [&](OfflineMeetingDialog& dialog) {
+        dialog.showElapsed(45 * 60 * 1000);
+        offline = dialog.findChild<QLabel*>("meetingCost")->text() == QString::fromUtf8("\u00A3" "9.00");
+        dialog.accept();
+    });
+    window->runCommand(ID_OFFLINE_MEETING);
+    EXPECT_TRUE(offline);
 }

@@ -12,12 +12,15 @@
 
 #include "audio/DiaryMonitor.h"
 #include "audio/DiaryRecorder.h"
+#include "audio/MeetingCost.h"
+#include "audio/MeetingRecorder.h"
 #include "audio/RecordingFlags.h"
 #include "audio/VXWave.h"
 #include "maker/Ek7Srch/Ek7Srch.h"
 #include "maker/VXSAVE/VXSAVE.h"
 #include "platform/CallbackWindow.h"
 #include "platform/FileOps.h"
+#include "core/ProfileValues.h"
 #include "platform/audio/WaveFormats.h"
 #include "store/ComponentFiles.h"
 #include "store/IndexLine.h"
@@ -53,7 +56,7 @@ protected:
 
     // One run of at least ms of sound; the loudest level the meter saw.
     int loudest = 0;
-    void recordRun(DiaryRecorder& recorder, long ms)
+    void recordRun(EngineRecorder& recorder, long ms)
     {
         const long before = recorder.lengthMs();
         loudest = 0;
@@ -115,13 +118,13 @@ protected:
         std::vector<std::string> cells;   // first row: ID, Subject, Diary Date, Diary Time, Duration
         std::vector<std::int16_t> samples;
     };
-    Reopened reopen(long recId)
+    Reopened reopen(long recId, const char* familyName = components::kDiary)
     {
         Reopened r;
         const std::string folder = root() + "/reopened-" + std::to_string(++reopened);
         std::filesystem::create_directories(folder);
-        EXPECT_EQ(ExtractFile(app.DataStorePath.c_str(), components::kDiary, folder.c_str()), 0);
-        const std::string family = folder + "/" + components::kDiary;
+        EXPECT_EQ(ExtractFile(app.DataStorePath.c_str(), familyName, folder.c_str()), 0);
+        const std::string family = folder + "/" + familyName;
         const std::string bytes = readAll(family);
         for (std::size_t at = 0; at + indexline::kLineBytes <= bytes.size(); at += indexline::kLineBytes) {
             const std::string line = bytes.substr(at, indexline::kLineBytes);
@@ -129,7 +132,7 @@ protected:
                 r.lines.push_back(line);
         }
         SearchLogRows rows;
-        SearchLog(family.c_str(), SearchLogRows::kDiary, &rows);
+        SearchLog(family.c_str(), familyName == components::kDiary ? SearchLogRows::kDiary : 2, &rows);
         if (rows.size() > 0)
             for (int c = 0; c < 5; ++c)
                 r.cells.push_back(rows.cell(0, c));
@@ -331,4 +334,57 @@ TEST_F(DiaryRecorderTest, AReminderLogThatCannotBeOpenedIsError131)
     app.ProfileDir = root() + "/no/such/folder";
     DiaryMonitor monitor(std::make_shared<FakeClock>(0));
     EXPECT_EQ(monitor.check(app), 131);
+}
+
+TEST_F(DiaryRecorderTest, AMeetingIsFiledAsTypeOneWithItsAttendeesCostAndSound)
+{
+    MeetingRecorder recorder(app, wave, flags);
+    ASSERT_EQ(recorder.openNew(), 0);
+    recordRun(recorder, 1000);
+    recorder.addMark("budget");
+    const long length = recorder.lengthMs();
+    MeetingEntry e;
+    e.subject = "Budget review";
+    e.attendees = "Ann Bob";
+    e.cost = MeetingCost("12.00", "\xA3", true).costText(90 * 60 * 1000);
+    ASSERT_EQ(recorder.save(e), 0);
+    const Reopened r = reopen(recorder.recId(), components::kMeeting);
+    ASSERT_EQ(r.lines.size(), 1u);
+    const std::vector<std::string> f = indexline::fields(r.lines[0], 12);
+    EXPECT_EQ(f[1], "1");
+    EXPECT_EQ(f[4], "Budget\xAC" "review");
+    EXPECT_EQ(f[5], "Ann\xAC" "Bob");
+    EXPECT_EQ(f[6], "budget");
+    EXPECT_EQ(f[10], "\xA3" "18.00");
+    ASSERT_GE(r.cells.size(), 2u);
+    EXPECT_EQ(r.cells[1], "Budget review");
+    const int rate = static_cast<int>(waveFormatForQuality(recorder.quality()).nSamplesPerSec);
+    EXPECT_EQ(static_cast<long>(r.samples.size()) * 1000 / rate, length);
+    EXPECT_NEAR(audiotest::peakFrequency(r.samples, rate, 200, 3000, 10), kTone, 15);
+    // The next meeting may start from this one's subject and attendees.
+    EXPECT_EQ(MeetingRecorder::previous(app).subject, "Budget review");
+    EXPECT_EQ(MeetingRecorder::previous(app).attendees, "Ann Bob");
+}
+
+TEST_F(DiaryRecorderTest, TheMeetingCostRunsAtTheHourlyRateInTheCurrencyOfTheProfile)
+{
+    const MeetingCost twelve("12.00", "\xA3", false);
+    EXPECT_EQ(twelve.costText(90 * 60 * 1000), "\xA3" "18.00");
+    EXPECT_EQ(MeetingCost::elapsedText(90 * 60 * 1000), "01:30:00");
+    EXPECT_EQ(twelve.costText(0), "\xA3" "0.00");
+    EXPECT_EQ(twelve.hundredthsAt(1500), 1);       // 0.5 hundredths rounds up
+    EXPECT_EQ(twelve.hundredthsAt(1499), 0);
+    EXPECT_EQ(MeetingCost("99.99", "$", false).costText(36000000), "$999.90");  // ten hours
+    for (const char* bad : {"", "abc", "12,50", "-3"})
+        EXPECT_EQ(MeetingCost(bad, "$", false).hundredthsAt(3600000), 0) << bad;
+    EXPECT_EQ(MeetingCost("12.5", "$", false).hundredthsAt(3600000), 1250);
+    // From the profile: missing values are written with their defaults.
+    ProfileValues values(app);
+    EXPECT_EQ(MeetingCost::fromProfile(values).costText(3600000), "\xA3" "0.00");
+    profile().write("MeetCost", "30.00");
+    profile().write("Currency", "\x80");
+    profile().write("HighLight", "Y");
+    const MeetingCost set = MeetingCost::fromProfile(values);
+    EXPECT_EQ(set.costText(30 * 60 * 1000), "\x80" "15.00");
+    EXPECT_TRUE(set.highlighted());
 }
