@@ -136,7 +136,7 @@ void DiaryMonitor::run(HWND window)
                 PostMessage(window, kFailed, diary::kLogError, 0);
                 break;
             }
-            if (!schedule.scan(paths.family))
+            if (!schedule.scan(paths.family, *log))
                 OutputDebugString("Diary monitor: no diary to read\n");
         }
         const long long now = m_clock->now();
@@ -148,7 +148,7 @@ void DiaryMonitor::run(HWND window)
             PostMessage(window, kFailed, diary::kLogError, 0);
             break;
         }
-        m_clock->waitUntil(m_wake, schedule.nextDue(now, *log));
+        m_clock->waitUntil(m_wake, schedule.nextDue());
     }
     PostMessage(window, kStopped, 0, 0);
 }

@@ -112,8 +112,10 @@ ReminderLog::State ReminderLog::state(long recId, long long due) const
 // ---------------------------------------------------------------------------
 // The schedule
 
-bool DiarySchedule::scan(const std::string& familyFile)
+bool DiarySchedule::scan(const std::string& familyFile, const ReminderLog& log)
 {
+    m_reminders.clear();
+    m_queue.clear();
     std::ifstream in(familyFile, std::ios::binary);
     if (!in)
         return false;
@@ -133,6 +135,11 @@ bool DiarySchedule::scan(const std::string& familyFile)
         found.push_back(r);
     }
     m_reminders = std::move(found);
+    for (std::size_t i = 0; i < m_reminders.size(); ++i) {
+        const long long at = fireAt(m_reminders[i], log);
+        if (at != kNever)
+            m_queue.emplace(at, i);
+    }
     return true;
 }
 
@@ -146,32 +153,24 @@ long long DiarySchedule::fireAt(const Reminder& r, const ReminderLog& log)
     return kNever;
 }
 
-std::vector<Reminder> DiarySchedule::takeDue(long long now, ReminderLog& log, bool* logFailed) const
+std::vector<Reminder> DiarySchedule::takeDue(long long now, ReminderLog& log, bool* logFailed)
 {
     std::vector<Reminder> due;
-    for (const Reminder& r : m_reminders) {
-        const long long at = fireAt(r, log);
-        if (at == kNever || at > now)
-            continue;
+    while (!m_queue.empty() && m_queue.begin()->first <= now) {
+        const std::size_t i = m_queue.begin()->second;
+        const Reminder& r = m_reminders[i];
         if (!log.reminded(r, now)) {
             if (logFailed != nullptr)
                 *logFailed = true;
             break;
         }
+        m_queue.erase(m_queue.begin());
         due.push_back(r);
+        const long long again = fireAt(r, log);
+        if (again != kNever)
+            m_queue.emplace(again, i);
     }
     return due;
-}
-
-long long DiarySchedule::nextDue(long long now, const ReminderLog& log) const
-{
-    long long next = kNever;
-    for (const Reminder& r : m_reminders) {
-        const long long at = fireAt(r, log);
-        if (at != kNever && at > now && (next == kNever || at < next))
-            next = at;
-    }
-    return next;
 }
 
 }  // namespace diary

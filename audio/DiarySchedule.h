@@ -60,23 +60,30 @@ private:
     std::map<std::pair<long, long long>, State> m_states;
 };
 
+// The reminders are read (scan) and their next firing times worked out
+// (plan) only when the diary or the log changed; between those, each wake
+// looks at the earliest firing time alone, however large the diary.
 class DiarySchedule {
 public:
     // The reminders of a diary family file's live lines (a partly written
-    // last line is left for the next scan). False when it cannot be read.
-    bool scan(const std::string& familyFile);
+    // last line is left for the next scan), planned against log. False when
+    // the file cannot be read (no reminders then).
+    bool scan(const std::string& familyFile, const ReminderLog& log);
     const std::vector<Reminder>& reminders() const { return m_reminders; }
 
-    // The reminders due at minute now, each logged as reminded. A log that
-    // cannot be written stops the taking (*logFailed set).
-    std::vector<Reminder> takeDue(long long now, ReminderLog& log, bool* logFailed = nullptr) const;
-    // The first minute after now at which something falls due, or kNever.
-    long long nextDue(long long now, const ReminderLog& log) const;
+    // The reminders due at minute now, each logged as reminded and planned
+    // again (a nag). A log that cannot be written stops the taking
+    // (*logFailed set).
+    std::vector<Reminder> takeDue(long long now, ReminderLog& log, bool* logFailed = nullptr);
+    // The earliest minute something falls due after takeDue, or kNever.
+    long long nextDue() const { return m_queue.empty() ? kNever : m_queue.begin()->first; }
 
-private:
     // When r fires next on its own terms, or kNever.
     static long long fireAt(const Reminder& r, const ReminderLog& log);
+
+private:
     std::vector<Reminder> m_reminders;
+    std::multimap<long long, std::size_t> m_queue;  // firing minute -> reminder
 };
 
 }  // namespace diary
