@@ -28,6 +28,7 @@
 #include "app/RecordListModel.h"
 #include "app/RecordLists.h"
 #include "app/RecordTypeChooser.h"
+#include "app/TemplatesDialog.h"
 #include "core/SettingsKeys.h"
 #include "core/ShowCodedMessage.h"
 #include "platform/Codepage.h"
@@ -545,7 +546,7 @@ void MainWindow::handleWindowMessage(UINT message, WPARAM wParam, LPARAM lParam)
             m_services.diary->reminderDue(m_app, this, wParam, lParam);
         break;
     case kTemplateRecording:
-        OutputDebugString("Recording from a template is not in this build\n");
+        recordFromTemplate(static_cast<int>(wParam));
         break;
     case kEk7MsgLineClosed:
         applyPhone(m_phone->lineClosed(static_cast<int>(wParam)));
@@ -675,6 +676,8 @@ void MainWindow::registerCommands()
     m_commands.add(ID_RECORD_NEW_DICTATION, [this] { newRecording(kListDictation); },
                    [this] { return hasRecorder(kListDictation); });
     m_commands.add(ID_DIARY_MONITOR, [this] { toggleDiaryMonitor(); });
+    m_commands.add(ID_TEMPLATES, [this] { openTemplates(); });
+    m_commands.add(ID_RECORD_FROM_TEMPLATE, [this] { openTemplates(); });
     m_commands.add(ID_OFFLINE_MEETING, [this] { m_services.recorder->offlineMeeting(m_app, this); },
                    [this] { return m_services.recorder && m_services.recorder->hasOfflineMeeting(); });
     m_commands.add(commandmenus::kInternetRepository, [this] { openInternetRepository(); });
@@ -698,6 +701,24 @@ void MainWindow::toggleDiaryMonitor()
         m_app.DiaryMonitorRunning = 1;
         m_services.diary->start(m_app, handle());
     }
+}
+
+void MainWindow::openTemplates()
+{
+    TemplatesDialog dialog(m_app, this);
+    if (dialog.exec() == QDialog::Accepted && dialog.chosen() >= 0)
+        PostMessage(handle(), kTemplateRecording, static_cast<WPARAM>(dialog.chosen()), 0);
+}
+
+void MainWindow::recordFromTemplate(int index)
+{
+    const std::vector<RecordTemplate> all = recordtemplates::load(m_app);
+    if (index < 0 || index >= static_cast<int>(all.size()) || !m_services.recorder)
+        return;
+    const RecordTemplate& t = all[static_cast<std::size_t>(index)];
+    m_services.recorder->recordWithTexts(m_app, t.listType, this, t.subject, t.keywords, t.comments);
+    diaryChanged();
+    fillList(t.listType);
 }
 
 void MainWindow::diaryChanged()

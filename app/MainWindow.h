@@ -119,6 +119,12 @@ private:
     // "&Diary Monitor" (2165): the monitor on or off; its thread's messages
     // set the check mark.
     void toggleDiaryMonitor();
+    // Templates (2167, 2110): the dialog; a template chosen for a new
+    // recording comes back as WM_USER+30 with its number.
+    void openTemplates();
+    // WM_USER+30: the recorder of the template's type, pre-filled, then that
+    // list filled again.
+    void recordFromTemplate(int index);
     // A recording, deletion or store change: the monitor reads the diary again.
     void diaryChanged();
     void openOptions();

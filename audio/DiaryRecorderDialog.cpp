@@ -100,6 +100,14 @@ void DiaryRecorderDialog::build(AppData& app)
     assignControlNumbers(this);
 }
 
+void DiaryRecorderDialog::setTexts(const std::string& subject, const std::string& keywords,
+                                 const std::string& comments)
+{
+    m_ui->IDC_DIARY_SUBJECT->setText(fromAnsi(subject));
+    m_ui->IDC_KEYWORDS->setText(fromAnsi(keywords));
+    m_ui->IDC_COMMENTS->setPlainText(fromAnsi(comments));
+}
+
 int DiaryRecorderDialog::openRecording()
 {
     const int opened = m_recorder.openNew();

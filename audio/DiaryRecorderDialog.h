@@ -41,6 +41,8 @@ public:
     // Takes the RecID and shows the dialog's first state: 0, or what was
     // shown (the dialog then need not run).
     int openRecording();
+    // A template's texts to start from.
+    void setTexts(const std::string& subject, const std::string& keywords, const std::string& comments);
     DiaryRecorder& recorder() { return m_recorder; }
     // The entry as the controls say it now.
     DiaryEntry entry() const;

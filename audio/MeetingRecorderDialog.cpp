@@ -107,6 +107,14 @@ void MeetingRecorderDialog::build(AppData& app, bool prime)
     assignControlNumbers(this);
 }
 
+void MeetingRecorderDialog::setTexts(const std::string& subject, const std::string& keywords,
+                                 const std::string& comments)
+{
+    m_ui->IDC_DIARY_SUBJECT->setText(fromAnsi(subject));
+    m_ui->IDC_KEYWORDS->setText(fromAnsi(keywords));
+    m_ui->IDC_COMMENTS->setPlainText(fromAnsi(comments));
+}
+
 int MeetingRecorderDialog::openRecording()
 {
     const int opened = m_recorder.openNew();

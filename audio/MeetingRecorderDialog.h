@@ -43,6 +43,8 @@ public:
     ~MeetingRecorderDialog() override;
 
     int openRecording();
+    // A template's texts to start from.
+    void setTexts(const std::string& subject, const std::string& keywords, const std::string& comments);
     MeetingRecorder& recorder() { return m_recorder; }
     MeetingEntry entry() const;
     const MeetingCost& costTimer() const { return m_cost; }

@@ -11,6 +11,8 @@ public:
 
     bool hasRecorder(int listType) const override;
     bool record(AppData& app, int listType, QWidget* owner, bool prime) override;
+    bool recordWithTexts(AppData& app, int listType, QWidget* owner, const std::string& subject,
+                         const std::string& keywords, const std::string& comments) override;
     bool hasOfflineMeeting() const override { return true; }
     void offlineMeeting(AppData& app, QWidget* owner) override;
 

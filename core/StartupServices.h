@@ -168,6 +168,14 @@ public:
     // Runs that recorder modally for a new recording; true when a recording
     // was filed. prime: start from the previous record's details.
     virtual bool record(AppData& app, int listType, QWidget* owner, bool prime) = 0;
+    // A new recording of a list type whose texts start as a template's
+    // (WM_USER+30); true when one was filed.
+    virtual bool recordWithTexts(AppData& /*app*/, int /*listType*/, QWidget* /*owner*/,
+                                 const std::string& /*subject*/, const std::string& /*keywords*/,
+                                 const std::string& /*comments*/)
+    {
+        return false;
+    }
     // "Offline Meeting" (2168): the meeting cost timer and clock, modal.
     virtual bool hasOfflineMeeting() const { return false; }
     virtual void offlineMeeting(AppData& /*app*/, QWidget* /*owner*/) {}

@@ -11,6 +11,7 @@
 #include "ScriptedPrompt.h"
 
 #include "app/MainWindow.h"
+#include "app/TemplatesDialog.h"
 #include "audio/DiaryMonitor.h"
 #include "audio/DiaryRecorderDialog.h"
 #include "audio/DiaryReminderDialog.h"
@@ -26,9 +27,12 @@
 #include "store/ComponentFiles.h"
 #include "store/DataStoreService.h"
 #include "store/IndexLine.h"
+#include "store/RecordTemplates.h"
 
 #include <QCalendarWidget>
 #include <QCheckBox>
+#include <QComboBox>
+#include <QPlainTextEdit>
 #include <QLabel>
 #include <QSpinBox>
 #include <QElapsedTimer>
@@ -365,4 +369,54 @@ TEST_F(DiaryDialogTest, NewRecordingOnTheMeetingListPrimesFromThePreviousMeeting
     });
     window->runCommand(ID_OFFLINE_MEETING);
     EXPECT_TRUE(offline);
+}
+
+TEST_F(DiaryDialogTest, ATemplateKeptInTheStoreStartsANewDiaryEntryWithItsTexts)
+{
+    whenShowing<TemplatesDialog>(window.get(), [&](TemplatesDialog& dialog) {
+        dialog.findChild<QLineEdit*>("name")->setText("Weekly dentist");
+        auto* type = dialog.findChild<QComboBox*>("type");
+        type->setCurrentIndex(type->findData(kListDiary));
+        dialog.findChild<QLineEdit*>("subject")->setText("Dentist check");
+        dialog.findChild<QLineEdit*>("keywords")->setText("teeth");
+        dialog.findChild<QPlainTextEdit*>("comments")->setPlainText("Bring the card");
+        EXPECT_TRUE(dialog.saveTemplate());
+        dialog.recordFromTemplate();
+    });
+    bool prefilled = false;
+    whenShowing<DiaryRecorderDialog>(window.get(), [&](DiaryRecorderDialog& dialog) {
+        prefilled = control<QLineEdit>(dialog, IDC_DIARY_SUBJECT)->text() == "Dentist check"
+                 && control<QLineEdit>(dialog, IDC_KEYWORDS)->text() == "teeth"
+                 && control<QPlainTextEdit>(dialog, IDC_COMMENTS)->toPlainText() == "Bring the card";
+        auto* watch = new QTimer(&dialog);
+        QObject::connect(watch, &QTimer::timeout, [&dialog, watch] {
+            if (dialog.recorder().lengthMs() < 300)
+                return;
+            watch->stop();
+            control<QPushButton>(dialog, IDC_DIARY_STOP)->click();
+            control<QPushButton>(dialog, IDC_REC_OK)->click();
+        });
+        control<QPushButton>(dialog, IDC_DIARY_PICKUP)->click();
+        watch->start(10);
+    });
+    window->runCommand(ID_TEMPLATES);
+    // WM_USER+30 opens the recorder of the template's type, then its list.
+    ASSERT_TRUE(audiotest::pumpUntil([&] { return app.CurrentListType == kListDiary && list()->rowCount() == 1; },
+                                     10000));
+    EXPECT_TRUE(prefilled);
+    EXPECT_EQ(cell(0, 1), "Dentist check");
+
+    // The template is in the store file itself.
+    const std::string folder = dir.filePath("stored-templates").toStdString();
+    std::filesystem::create_directories(folder);
+    ASSERT_EQ(ExtractFile(app.DataStorePath.c_str(), components::kTemplates, folder.c_str()), 0);
+    std::ifstream in(folder + "/" + components::kTemplates);
+    std::string line;
+    ASSERT_TRUE(std::getline(in, line));
+    RecordTemplate stored;
+    ASSERT_TRUE(recordtemplates::parse(line, &stored));
+    EXPECT_EQ(stored.name, "Weekly dentist");
+    EXPECT_EQ(stored.listType, kListDiary);
+    EXPECT_EQ(stored.comments, "Bring the card");
+    EXPECT_FALSE(std::getline(in, line));
 }
