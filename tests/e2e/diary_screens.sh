@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
-# End to end: the real navo on a demonstration store under Xvfb, with the
+# Screenshots, by hand (not a CTest: it clicks at fixed positions and waits
+# on real time): the real navo on a demonstration store under Xvfb, with the
 # diary monitor started at start-up ("ADiary"). The Diary list chosen, New
 # Recording opens the Diary Recorder and PICKUP records from the virtual
 # input (screenshot diary.png); OK files an entry due now, the monitor
 # reminds of it and the Diary Reminder plays it (reminder.png); then the
 # Meeting Recorder records with its cost timers (meeting.png).
-#   diary_e2e.sh <navo> <navo-demo-store> <folder for screenshots>
+#   diary_screens.sh <navo> <navo-demo-store> <folder for screenshots>
 set -euo pipefail
 navo=$1
 demo=$2
