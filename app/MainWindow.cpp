@@ -32,6 +32,7 @@
 #include "app/RecordListModel.h"
 #include "app/RecordLists.h"
 #include "app/RecordTypeChooser.h"
+#include "app/TemplatesDialog.h"
 #include "core/SettingsKeys.h"
 #include "core/ShowCodedMessage.h"
 #include "platform/Codepage.h"
@@ -322,6 +323,8 @@ void MainWindow::OnClose()
     m_app.MainWindowAlive = 0;                                 // 1.
     QApplication::setOverrideCursor(Qt::WaitCursor);           // 2.
     m_app.DiaryMonitorRunning = 0;                             // 3.
+    if (m_services.diary)
+        m_services.diary->stop();
     for (QPointer<QWidget>& window : m_modeless)               // 4.
         delete window.data();
     m_modeless.clear();
@@ -498,6 +501,7 @@ void MainWindow::newRecording(int listType)
         return;
     const bool prime = ProfileValues(m_app).yesNo(settings::kPrime);
     m_services.recorder->record(m_app, listType, this, prime);
+    diaryChanged();
     // Recorders are modal: the list of that type is rebuilt when one closes.
     fillList(listType);
 }
@@ -546,6 +550,7 @@ void MainWindow::deleteSelectedRecords()
         AfxMessageBox("Failed to delete one or more messages", MB_ICONEXCLAMATION);
     else
         AfxMessageBox("Message(s) Deleted", MB_ICONINFORMATION);
+    diaryChanged();
     fillList(m_app.CurrentListType);
 }
 
@@ -575,14 +580,17 @@ void MainWindow::handleWindowMessage(UINT message, WPARAM wParam, LPARAM lParam)
         m_commands.setChecked(ID_DIARY_MONITOR, false);
         break;
     case kDiaryMonitorFailed:
-        ShowCodedMessage(static_cast<int>(wParam), MB_ICONEXCLAMATION);
         m_app.DiaryMonitorRunning = 0;
+        if (m_services.diary)
+            m_services.diary->stop();
+        ShowCodedMessage(static_cast<int>(wParam), MB_ICONEXCLAMATION);
         break;
     case kDiaryRemindersDue:
-        OutputDebugString("Diary reminders are due, but reminders are not in this build\n");
+        if (m_app.DiaryMonitorRunning && m_services.diary)
+            m_services.diary->reminderDue(m_app, this, wParam, lParam);
         break;
     case kTemplateRecording:
-        OutputDebugString("Recording from a template is not in this build\n");
+        recordFromTemplate(static_cast<int>(wParam));
         break;
     case kEk7MsgLineClosed:
         applyPhone(m_phone->lineClosed(static_cast<int>(wParam)));
@@ -768,15 +776,63 @@ void MainWindow::registerCommands()
         studio->setToolTip(fromAnsi(LoadString(654)));
         studio->setStatusTip(studio->toolTip());
     }
+    m_commands.add(ID_DIARY_MONITOR, [this] { toggleDiaryMonitor(); });
+    m_commands.add(ID_TEMPLATES, [this] { openTemplates(); });
+    m_commands.add(ID_RECORD_FROM_TEMPLATE, [this] { openTemplates(); });
+    m_commands.add(ID_OFFLINE_MEETING, [this] { m_services.recorder->offlineMeeting(m_app, this); },
+                   [this] { return m_services.recorder && m_services.recorder->hasOfflineMeeting(); });
     m_commands.add(commandmenus::kInternetRepository, [this] { openInternetRepository(); });
     HelpPages::registerCommands(m_commands);
     registerPhoneCommands();
+}
+
+void MainWindow::toggleDiaryMonitor()
+{
+    if (!m_services.diary)
+        return;
+    if (m_app.DiaryMonitorRunning) {
+        m_app.DiaryMonitorRunning = 0;
+        m_services.diary->stop();
+        return;
+    }
+    const int check = m_services.diary->check(m_app);
+    if (check > 0) {
+        ShowCodedMessage(check, MB_ICONEXCLAMATION);
+    } else if (check == 0) {
+        m_app.DiaryMonitorRunning = 1;
+        m_services.diary->start(m_app, handle());
+    }
+}
+
+void MainWindow::openTemplates()
+{
+    TemplatesDialog dialog(m_app, this);
+    if (dialog.exec() == QDialog::Accepted && dialog.chosen() >= 0)
+        PostMessage(handle(), kTemplateRecording, static_cast<WPARAM>(dialog.chosen()), 0);
+}
+
+void MainWindow::recordFromTemplate(int index)
+{
+    const std::vector<RecordTemplate> all = recordtemplates::load(m_app);
+    if (index < 0 || index >= static_cast<int>(all.size()) || !m_services.recorder)
+        return;
+    const RecordTemplate& t = all[static_cast<std::size_t>(index)];
+    m_services.recorder->recordWithTexts(m_app, t.listType, this, t.subject, t.keywords, t.comments);
+    diaryChanged();
+    fillList(t.listType);
+}
+
+void MainWindow::diaryChanged()
+{
+    if (m_app.DiaryMonitorRunning && m_services.diary)
+        m_services.diary->storeChanged(m_app);
 }
 
 void MainWindow::afterStoreCommand()
 {
     if (m_app.StoreUnusable != kStoreHealthy)
         return;
+    diaryChanged();
     setStatusText(QString::fromStdString(m_services.line->statusText()) + QStringLiteral(" : Using Navo File : ") +
                   QString::fromLocal8Bit(m_app.DataStorePath.c_str()));
     fillList(m_app.CurrentListType == kListNone ? kListDictation : m_app.CurrentListType);

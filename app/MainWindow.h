@@ -122,6 +122,17 @@ private:
     void compressStore();
     void setStatusText(const QString& text);
     void afterStoreCommand();
+    // "&Diary Monitor" (2165): the monitor on or off; its thread's messages
+    // set the check mark.
+    void toggleDiaryMonitor();
+    // Templates (2167, 2110): the dialog; a template chosen for a new
+    // recording comes back as WM_USER+30 with its number.
+    void openTemplates();
+    // WM_USER+30: the recorder of the template's type, pre-filled, then that
+    // list filled again.
+    void recordFromTemplate(int index);
+    // A recording, deletion or store change: the monitor reads the diary again.
+    void diaryChanged();
     void openOptions();
     // The Phone list's new messages counted without showing it; -1 without a store.
     int countNewPhoneMessages() const;

@@ -12,6 +12,7 @@
 #include "app/PlayerLauncher.h"
 #include "audio/EffectsEngine.h"
 #include "audio/PlayerEffects.h"
+#include "audio/DiaryMonitor.h"
 #include "audio/RecorderLauncher.h"
 #include "audio/StudioLauncher.h"
 #include "platform/gui/QtPrompt.h"
@@ -40,7 +41,7 @@ int main(int argc, char** argv)
     // build has the engine.
     playereffects::publishDirectXVersion(makeEffectsEngine() != nullptr);
     StoreCompression compression(store);
-    // The diary monitor is not in this build yet.
+    DiaryMonitor diary;
     InertServices notYetBuilt;
     StartupServices services = notYetBuilt.services();
     services.store = &store;
@@ -50,6 +51,7 @@ int main(int argc, char** argv)
     services.studio = &studio;
     services.player = &player;
     services.compression = &compression;
+    services.diary = &diary;
     NavoApp app(theAppData(), services,
                 QFile::encodeName(QApplication::applicationFilePath()).toStdString());
     app.InitInstance();

@@ -116,6 +116,14 @@ public:
     virtual int check(AppData& app) = 0;
     // Start the monitor thread at the lowest priority.
     virtual void start(AppData& app, std::uintptr_t mainWindow) = 0;
+    // Stop it and wait until it has ended (shutdown, "&Diary Monitor").
+    virtual void stop() {}
+    // The store or its diary changed: the monitor reads the diary again.
+    virtual void storeChanged(AppData& /*app*/) {}
+    // WM_USER+42 as the monitor posted it, for one due entry: ask, play,
+    // snooze.
+    virtual void reminderDue(AppData& /*app*/, QWidget* /*owner*/, std::uintptr_t /*wParam*/,
+                             std::intptr_t /*lParam*/) {}
 };
 
 class AnswerMachineService {
@@ -168,6 +176,17 @@ public:
     // Runs that recorder modally for a new recording; true when a recording
     // was filed. prime: start from the previous record's details.
     virtual bool record(AppData& app, int listType, QWidget* owner, bool prime) = 0;
+    // A new recording of a list type whose texts start as a template's
+    // (WM_USER+30); true when one was filed.
+    virtual bool recordWithTexts(AppData& /*app*/, int /*listType*/, QWidget* /*owner*/,
+                                 const std::string& /*subject*/, const std::string& /*keywords*/,
+                                 const std::string& /*comments*/)
+    {
+        return false;
+    }
+    // "Offline Meeting" (2168): the meeting cost timer and clock, modal.
+    virtual bool hasOfflineMeeting() const { return false; }
+    virtual void offlineMeeting(AppData& /*app*/, QWidget* /*owner*/) {}
 };
 
 class StudioService {

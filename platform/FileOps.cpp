@@ -120,6 +120,7 @@ int openFile(const std::string& path, Access access, unsigned mode)
     case Access::ReadWrite: flags |= O_RDWR; break;
     case Access::ReadWriteCreate: flags |= O_RDWR | O_CREAT; break;
     case Access::CreateTruncate: flags |= O_RDWR | O_CREAT | O_TRUNC; break;
+    case Access::Append: flags |= O_WRONLY | O_CREAT | O_APPEND; break;
     case Access::Folder: flags |= O_RDONLY | O_DIRECTORY; break;
     }
     if ((flags & O_CREAT) != 0) {

@@ -82,6 +82,7 @@ enum class Access {
     ReadWrite,        // an existing file
     ReadWriteCreate,  // created when missing, never truncated
     CreateTruncate,   // read and write, created or emptied
+    Append,           // write only, created when missing, every write at the end
     Folder,           // a folder, to sync it
 };
 

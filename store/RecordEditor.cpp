@@ -101,6 +101,14 @@ int RecordEditor::save(const EditableRecord& record, const std::string& subject,
     return replaceLine(&edited, fields);
 }
 
+int RecordEditor::saveFields(const EditableRecord& record, const std::vector<std::string>& fields)
+{
+    if (record.locked)
+        return kLocked;
+    EditableRecord edited = record;
+    return replaceLine(&edited, fields);
+}
+
 int RecordEditor::replaceLine(EditableRecord* record, const std::vector<std::string>& fields,
                               const std::string& newMember)
 {

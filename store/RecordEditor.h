@@ -49,6 +49,10 @@ public:
     // record->position are the new ones.
     int replaceLine(EditableRecord* record, const std::vector<std::string>& fields,
                     const std::string& newMember = "");
+    // Writes the record's line anew from fields (its places from 1, as
+    // stored), keeping its sound, comments and search text: the diary's
+    // snoozed reminder time. 0, 6, 109 or 110 as save().
+    int saveFields(const EditableRecord& record, const std::vector<std::string>& fields);
 
     // Removes the record's working copies from the workspace.
     void discard(const EditableRecord& record);

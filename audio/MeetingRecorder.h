@@ -1,0 +1,34 @@
+// The Meeting Recorder's work, without a window: an EngineRecorder that
+// files its recording as a meeting record (type "1", VXsaveM) with its
+// subject, attendees and what the meeting cost.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "audio/EngineRecorder.h"
+
+struct MeetingEntry {
+    std::string subject;
+    std::string attendees;
+    std::string keywords;
+    std::string comments;
+    std::string cost;  // the cost timer's text when the meeting ended
+};
+
+class MeetingRecorder : public EngineRecorder {
+public:
+    static constexpr std::size_t kAttendeesMax = 100;
+
+    using EngineRecorder::EngineRecorder;
+
+    // The line: RecID, "1", "0", "", subject, attendees, marks, start, end,
+    // duration, cost, quality.
+    std::vector<std::string> lineFields(const MeetingEntry& entry) const;
+    // OK: 0, 110, or kKeptOpen (see EngineRecorder::file).
+    int save(const MeetingEntry& entry);
+
+    // "Prime": the subject and attendees of the last meeting filed in the
+    // open store (empty when there is none).
+    static MeetingEntry previous(const AppData& app);
+};
