@@ -33,6 +33,8 @@
 #include <QTreeWidget>
 #include <gtest/gtest.h>
 
+#include <functional>
+
 
 namespace {
 
@@ -108,7 +110,10 @@ protected:
 
     // Presses Record, and Stop once the level meter moved and the recording
     // reached atLeastMs.
-    static void recordWithMeter(DictationRecorderDialog& dialog, long atLeastMs, int* loudest)
+    // whileRecording runs once, at the first tick after Record, before any
+    // Stop: a timer of its own could fire after the watch has stopped.
+    static void recordWithMeter(DictationRecorderDialog& dialog, long atLeastMs, int* loudest,
+                                std::function<void()> whileRecording = {})
     {
         auto* meter = dialog.findChild<LevelMeter*>("levelMeter");
         ASSERT_NE(meter, nullptr);
@@ -116,6 +121,10 @@ protected:
         QElapsedTimer clock;
         clock.start();
         QObject::connect(&watch, &QTimer::timeout, [&] {
+            if (whileRecording) {
+                whileRecording();
+                whileRecording = nullptr;
+            }
             *loudest = std::max(*loudest, meter->leftLevel());
             const bool long_enough = static_cast<long>(dialog.recorder().device().length()) >= atLeastMs;
             if ((long_enough && *loudest > 0) || clock.elapsed() > 10000)
@@ -194,12 +203,11 @@ TEST_F(RecorderDialogTest, ARecordedDictationAppearsInTheDictationList)
         control<QLineEdit>(dialog, IDC_INDEX_COMMENT)->setText("opening");
         control<QPushButton>(dialog, IDC_MARK)->click();
         EXPECT_TRUE(control<QLineEdit>(dialog, IDC_INDEX_COMMENT)->text().isEmpty());
-        QTimer::singleShot(20, [&] {
+        recordWithMeter(dialog, 2000, &loudest, [&] {
             stopOnlyWhileRecording = control<QWidget>(dialog, IDC_REC_STOP)->isEnabled()
                                   && !control<QWidget>(dialog, IDC_REC_OK)->isEnabled()
                                   && !control<QWidget>(dialog, IDC_REC_RECORD)->isEnabled();
         });
-        recordWithMeter(dialog, 2000, &loudest);
         EXPECT_FALSE(control<QWidget>(dialog, IDC_REC_STOP)->isEnabled());
         EXPECT_EQ(control<QTreeWidget>(dialog, IDC_INDEX_LIST)->topLevelItemCount(), 1);
         EXPECT_EQ(control<QTreeWidget>(dialog, IDC_INDEX_LIST)->topLevelItem(0)->text(0), "opening");
