@@ -12,6 +12,7 @@
 #include <QTreeWidgetItem>
 
 #include "audio/DictationRecorderDialog.h"
+#include "audio/EngineRecorderView.h"
 #include "audio/LevelBars.h"
 #include "audio/RecordingFlags.h"
 #include "audio/VXWave.h"
@@ -135,26 +136,7 @@ DiaryEntry DiaryRecorderDialog::entry() const
 
 void DiaryRecorderDialog::refresh()
 {
-    Ui::DiaryRecorderDialog& ui = *m_ui;
-    const DiaryRecorder::State state = m_recorder.state();
-    const bool running = state == DiaryRecorder::State::Recording || state == DiaryRecorder::State::Paused;
-    const bool idle = state == DiaryRecorder::State::Idle;
-    ui.IDC_RECID->setText(QString::fromStdString(m_recorder.recIdText()));
-    ui.IDC_START_TIME->setText(fromAnsi(m_recorder.startTime()));
-    ui.IDC_POSITION->setText(QString::fromStdString(m_recorder.lengthText()));
-    ui.IDC_DIARY_PICKUP->setEnabled(idle);
-    ui.IDC_DIARY_PAUSE->setEnabled(running);
-    ui.IDC_DIARY_PAUSE->setChecked(state == DiaryRecorder::State::Paused);
-    ui.IDC_DIARY_STOP->setEnabled(running);
-    ui.IDC_MARK->setEnabled(idle || running);
-    ui.IDC_INSERT_PICTURE->setEnabled(idle);
-    ui.IDC_REMOVE_PICTURE->setEnabled(idle && !m_recorder.picturePath().empty());
-    ui.IDC_REC_OK->setEnabled(idle);
-    ui.IDC_REC_CANCEL->setEnabled(idle || state == DiaryRecorder::State::Closed);
-    ui.stateIcon->setText(state == DiaryRecorder::State::Recording ? QStringLiteral("\u25CF")
-                          : state == DiaryRecorder::State::Paused ? QStringLiteral("II")
-                                                                  : QString());
-    ui.stateIcon->setStyleSheet(QStringLiteral("color: rgb(220, 0, 0); font-weight: bold;"));
+    enginerecorderview::showState(*m_ui, m_recorder);
 }
 
 void DiaryRecorderDialog::followLevels()
@@ -166,23 +148,12 @@ void DiaryRecorderDialog::followLevels()
 
 void DiaryRecorderDialog::refreshMarks()
 {
-    QTreeWidget* list = m_ui->IDC_INDEX_LIST;
-    list->clear();
-    for (const IndexMark& mark : m_recorder.marks())
-        new QTreeWidgetItem(list, {fromAnsi(mark.comment), QString::fromStdString(mark.time),
-                                   QString::fromStdString(mark.flag)});
-    if (list->topLevelItemCount() > 0)
-        list->scrollToItem(list->topLevelItem(list->topLevelItemCount() - 1));
+    enginerecorderview::showMarks(*m_ui, m_recorder);
 }
 
 void DiaryRecorderDialog::refreshPicture()
 {
-    const std::string& path = m_recorder.picturePath();
-    QPixmap picture(path.empty() ? QString::fromLatin1(DictationRecorderDialog::kDefaultPicture)
-                                 : QFile::decodeName(path.c_str()));
-    const QSize room = m_ui->IDC_PICTURE->minimumSize();
-    m_ui->IDC_PICTURE->setPixmap(picture.isNull() ? QPixmap()
-                                                  : picture.scaled(room, Qt::KeepAspectRatio, Qt::SmoothTransformation));
+    enginerecorderview::showPicture(*m_ui, m_recorder);
     refresh();
 }
 

@@ -9,6 +9,7 @@
 #include <QTreeWidgetItem>
 
 #include "audio/DictationRecorderDialog.h"
+#include "audio/EngineRecorderView.h"
 #include "audio/RecordingFlags.h"
 #include "audio/VXWave.h"
 #include "core/AppData.h"
@@ -156,41 +157,13 @@ void MeetingRecorderDialog::onPickup()
 
 void MeetingRecorderDialog::refresh()
 {
-    Ui::MeetingRecorderDialog& ui = *m_ui;
-    const MeetingRecorder::State state = m_recorder.state();
-    const bool running = state == MeetingRecorder::State::Recording || state == MeetingRecorder::State::Paused;
-    const bool idle = state == MeetingRecorder::State::Idle;
-    ui.IDC_RECID->setText(QString::fromStdString(m_recorder.recIdText()));
-    ui.IDC_START_TIME->setText(fromAnsi(m_recorder.startTime()));
-    ui.IDC_POSITION->setText(QString::fromStdString(m_recorder.lengthText()));
-    ui.IDC_DIARY_PICKUP->setEnabled(idle);
-    ui.IDC_DIARY_PAUSE->setEnabled(running);
-    ui.IDC_DIARY_PAUSE->setChecked(state == MeetingRecorder::State::Paused);
-    ui.IDC_DIARY_STOP->setEnabled(running);
-    ui.IDC_MARK->setEnabled(idle || running);
-    ui.IDC_INSERT_PICTURE->setEnabled(idle);
-    ui.IDC_REMOVE_PICTURE->setEnabled(idle && !m_recorder.picturePath().empty());
-    ui.IDC_REC_OK->setEnabled(idle);
-    ui.IDC_REC_CANCEL->setEnabled(idle || state == MeetingRecorder::State::Closed);
-    ui.stateIcon->setText(state == MeetingRecorder::State::Recording ? QStringLiteral("\u25CF")
-                          : state == MeetingRecorder::State::Paused ? QStringLiteral("II")
-                                                                    : QString());
-    ui.stateIcon->setStyleSheet(QStringLiteral("color: rgb(220, 0, 0); font-weight: bold;"));
-    const std::string& path = m_recorder.picturePath();
-    QPixmap picture(path.empty() ? QString::fromLatin1(DictationRecorderDialog::kDefaultPicture)
-                                 : QFile::decodeName(path.c_str()));
-    ui.IDC_PICTURE->setPixmap(picture.isNull() ? QPixmap()
-                                               : picture.scaled(ui.IDC_PICTURE->minimumSize(), Qt::KeepAspectRatio,
-                                                                Qt::SmoothTransformation));
+    enginerecorderview::showState(*m_ui, m_recorder);
+    enginerecorderview::showPicture(*m_ui, m_recorder);
 }
 
 void MeetingRecorderDialog::refreshMarks()
 {
-    QTreeWidget* list = m_ui->IDC_INDEX_LIST;
-    list->clear();
-    for (const IndexMark& mark : m_recorder.marks())
-        new QTreeWidgetItem(list, {fromAnsi(mark.comment), QString::fromStdString(mark.time),
-                                   QString::fromStdString(mark.flag)});
+    enginerecorderview::showMarks(*m_ui, m_recorder);
 }
 
 void MeetingRecorderDialog::onSave()
