@@ -21,6 +21,8 @@
 #include "app/CommandMenus.h"
 #include "app/DictationEditorDialog.h"
 #include "app/HotKeysDialog.h"
+#include "app/ListPrinting.h"
+#include "app/SearchDialog.h"
 #include "core/AppData.h"
 #include "app/OptionsDialog.h"
 #include "core/ProfileValues.h"
@@ -668,8 +670,28 @@ void MainWindow::registerCommands()
     m_commands.add(ID_RECORD_NEW_DICTATION, [this] { newRecording(kListDictation); },
                    [this] { return hasRecorder(kListDictation); });
     m_commands.add(commandmenus::kInternetRepository, [this] { openInternetRepository(); });
+    m_commands.add(ID_TB_SEARCH, [this] { openSearch(); });
+    m_commands.add(ID_RECORD_PRINT, [this] { printList(); });
     HelpPages::registerCommands(m_commands);
     registerPhoneCommands();
+}
+
+void MainWindow::openSearch()
+{
+    SearchDialog dialog(m_app, m_services.store, this);
+    dialog.exec();
+    // Records deleted from the results leave the list too.
+    if (recordlists::specFor(m_app.CurrentListType) != nullptr)
+        fillList(m_app.CurrentListType);
+}
+
+void MainWindow::printList()
+{
+    const recordlists::ListSpec* spec = recordlists::specFor(m_app.CurrentListType);
+    if (spec == nullptr)
+        return;
+    listprinting::preview(this, listprinting::describe(m_app, *m_model, *m_ui->IDC_RECORD_LIST,
+                                                       QString::fromLatin1(spec->heading)));
 }
 
 void MainWindow::afterStoreCommand()
