@@ -240,6 +240,8 @@ void SearchDialog::showAnswer(SearchAnswer answer, int generation)
                                     : QStringLiteral("%1 records found").arg(answer.total);
     if (answer.code == 0 && answer.total > static_cast<std::uint64_t>(m_model->rowCount()))
         text += QStringLiteral(", the first %1 shown").arg(m_model->rowCount());
+    if (answer.unranked)
+        text += QStringLiteral(" (too many to rank: newest first; add a word to narrow)");
     m_count->setText(text);
 }
 

@@ -44,6 +44,10 @@ SearchAnswer RecordSearch::run(const SearchRequest& request) const
     query.limit = request.limit;
     std::vector<Ek7IndexHit> hits;
     answer.code = Ek7IndexFind(m_index.c_str(), query, &hits, &answer.total);
+    const bool wordsAlone = request.families == 0 && query.from == 0 && query.to == 0 && !request.newMessagesOnly;
+    answer.unranked = answer.code == 0 && !request.newestFirst && wordsAlone &&
+                      request.words.find_first_not_of(" \t\xAC") != std::string::npos &&
+                      answer.total > query.rankLimit;
     for (const Ek7IndexHit& hit : hits) {
         if (!hit.line.empty()) {
             answer.rows.add(hit.line);

@@ -24,6 +24,7 @@ struct SearchAnswer {
     SearchLogRows rows;        // in the order asked for
     std::uint64_t total = 0;   // every match, beyond the rows shown
     int listType = 1;          // the list whose columns the rows are shown with
+    bool unranked = false;     // relevance was asked for, but the words were too common to rank
 };
 
 class RecordSearch {

@@ -164,6 +164,10 @@ struct Ek7IndexQuery {
     enum Order { Relevance, Newest } order = Relevance;  // without words, relevance is newest first
     std::size_t offset = 0;
     std::size_t limit = 100;  // 0: every match
+    // Words alone matching more records than this come newest first even
+    // when relevance is asked for: ranking them all would cost more than it
+    // tells. 0: always rank.
+    std::size_t rankLimit = 5000;
 };
 
 struct Ek7IndexHit {

@@ -9,6 +9,7 @@
 
 #include <sqlite3.h>
 
+#include <memory>
 #include <new>
 #include <string>
 
@@ -117,14 +118,19 @@ int find(const char* path, const Ek7IndexQuery& query, std::vector<Ek7IndexHit>*
     hits->clear();
     if (total != nullptr)
         *total = 0;
-    int code = upgrade(path);
-    if (code != kEk7IndexOk)
-        return code;
-    IndexDatabase db;
+    auto db = std::make_unique<IndexDatabase>();
     bool empty = false;
-    code = db.open(path, IndexDatabase::Access::Read);
+    int code = db->open(path, IndexDatabase::Access::Read);
     if (code == kEk7IndexOk)
-        code = db.check(&empty);
+        code = db->check(&empty);
+    if (code == kEk7IndexOk && !empty && db->needsUpgrade()) {
+        db = std::make_unique<IndexDatabase>();
+        code = upgrade(path);
+        if (code == kEk7IndexOk)
+            code = db->open(path, IndexDatabase::Access::Read);
+        if (code == kEk7IndexOk)
+            code = db->check(&empty);
+    }
     if (code != kEk7IndexOk || empty)
         return code;
 
@@ -141,13 +147,50 @@ int find(const char* path, const Ek7IndexQuery& query, std::vector<Ek7IndexHit>*
     if (query.newMessagesOnly)
         from += " AND e.new_message = 1";
     const bool relevance = byWords && query.order == Ek7IndexQuery::Relevance;
-    std::string sql = "SELECT e.rec_id, e.record_type, e.line" + from +
-                      (relevance ? " ORDER BY entry_search.rank, e.start_key DESC, e.rec_id DESC"
-                                 : " ORDER BY e.start_key DESC, e.rec_id DESC");
+    // Words alone: the full-text table answers by itself (its own ranking
+    // and count), and only the page's entries are read. Joining every match
+    // to its entry first costs a lookup per match.
+    const bool wordsAlone = byWords && query.families == 0 && query.from == 0 && query.to == 0 &&
+                            !query.newMessagesOnly;
+    std::string page;
     if (query.limit != 0)
-        sql += " LIMIT " + std::to_string(query.limit) + " OFFSET " + std::to_string(query.offset);
+        page = " LIMIT " + std::to_string(query.limit) + " OFFSET " + std::to_string(query.offset);
     else if (query.offset != 0)
-        sql += " LIMIT -1 OFFSET " + std::to_string(query.offset);
+        page = " LIMIT -1 OFFSET " + std::to_string(query.offset);
+    // Ranking costs a little for every match; past rankLimit matches the
+    // words are too common for a ranking to help, and newest first is the
+    // order (the RecIDs, handed out in time order).
+    std::uint64_t matches = 0;
+    bool counted = false;
+    if (wordsAlone && relevance && query.rankLimit != 0) {
+        Statement count(db->handle(), "SELECT count(*) FROM entry_search WHERE entry_search MATCH ?1");
+        if (count.prepareResult() != SQLITE_OK)
+            return codeForSqlite(count.prepareResult());
+        count.bindText(1, match);
+        const int rc = count.step();
+        if (rc != SQLITE_ROW)
+            return codeForSqlite(rc);
+        matches = static_cast<std::uint64_t>(count.columnInt64(0));
+        counted = true;
+    }
+    const bool tooMany = counted && matches > query.rankLimit;
+    std::string sql;
+    if (wordsAlone && tooMany) {
+        sql = "SELECT e.rec_id, e.record_type, e.line FROM (SELECT rowid AS id FROM entry_search"
+              " WHERE entry_search MATCH ?1 ORDER BY rowid DESC" + page + ") AS m JOIN entry e ON e.rec_id = m.id"
+              " ORDER BY m.id DESC";
+    } else if (wordsAlone && relevance) {
+        sql = "SELECT e.rec_id, e.record_type, e.line FROM (SELECT rowid AS id, rank AS r FROM entry_search"
+              " WHERE entry_search MATCH ?1 ORDER BY rank" + page + ") AS m JOIN entry e ON e.rec_id = m.id"
+              " ORDER BY m.r";
+        from = " FROM entry_search WHERE entry_search MATCH ?1";
+    } else {
+        sql = "SELECT e.rec_id, e.record_type, e.line" + from +
+              (relevance ? " ORDER BY entry_search.rank, e.start_key DESC, e.rec_id DESC"
+                         : " ORDER BY e.start_key DESC, e.rec_id DESC") + page;
+        if (wordsAlone)
+            from = " FROM entry_search WHERE entry_search MATCH ?1";
+    }
 
     auto bind = [&](Statement& statement) {
         if (byWords)
@@ -157,7 +200,7 @@ int find(const char* path, const Ek7IndexQuery& query, std::vector<Ek7IndexHit>*
         if (query.to != 0)
             statement.bindInt64(3, query.to);
     };
-    Statement select(db.handle(), sql.c_str());
+    Statement select(db->handle(), sql.c_str());
     if (select.prepareResult() != SQLITE_OK)
         return codeForSqlite(select.prepareResult());
     bind(select);
@@ -175,12 +218,16 @@ int find(const char* path, const Ek7IndexQuery& query, std::vector<Ek7IndexHit>*
     }
     if (total == nullptr)
         return kEk7IndexOk;
+    if (counted) {
+        *total = matches;
+        return kEk7IndexOk;
+    }
     // A short first page is the whole answer; otherwise count.
     if (query.offset == 0 && (query.limit == 0 || hits->size() < query.limit)) {
         *total = hits->size();
         return kEk7IndexOk;
     }
-    Statement count(db.handle(), ("SELECT count(*)" + from).c_str());
+    Statement count(db->handle(), ("SELECT count(*)" + from).c_str());
     if (count.prepareResult() != SQLITE_OK)
         return codeForSqlite(count.prepareResult());
     bind(count);
