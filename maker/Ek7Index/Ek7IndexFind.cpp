@@ -180,13 +180,15 @@ int find(const char* path, const Ek7IndexQuery& query, std::vector<Ek7IndexHit>*
               " WHERE entry_search MATCH ?1 ORDER BY rowid DESC" + page + ") AS m JOIN entry e ON e.rec_id = m.id"
               " ORDER BY m.id DESC";
     } else if (wordsAlone && relevance) {
-        sql = "SELECT e.rec_id, e.record_type, e.line FROM (SELECT rowid AS id, rank AS r FROM entry_search"
-              " WHERE entry_search MATCH ?1 ORDER BY rank" + page + ") AS m JOIN entry e ON e.rec_id = m.id"
-              " ORDER BY m.r";
+        // bm25() in an ordinary ORDER BY is scored once a match; the rank
+        // column's own ordering looks every match up a second time.
+        sql = "SELECT e.rec_id, e.record_type, e.line FROM (SELECT rowid AS id, bm25(entry_search) AS r"
+              " FROM entry_search WHERE entry_search MATCH ?1 ORDER BY r" + page +
+              ") AS m JOIN entry e ON e.rec_id = m.id ORDER BY m.r";
         from = " FROM entry_search WHERE entry_search MATCH ?1";
     } else {
         sql = "SELECT e.rec_id, e.record_type, e.line" + from +
-              (relevance ? " ORDER BY entry_search.rank, e.start_key DESC, e.rec_id DESC"
+              (relevance ? " ORDER BY bm25(entry_search), e.start_key DESC, e.rec_id DESC"
                          : " ORDER BY e.start_key DESC, e.rec_id DESC") + page;
         if (wordsAlone)
             from = " FROM entry_search WHERE entry_search MATCH ?1";
