@@ -37,6 +37,7 @@ void preview(QWidget* parent, const PrintedList& list)
     }
     QPrintPreviewDialog dialog(&printer, parent);
     dialog.setWindowTitle(QStringLiteral("Print %1").arg(list.listName));
+    dialog.resize(900, 760);
     QObject::connect(&dialog, &QPrintPreviewDialog::paintRequested, &dialog,
                      [&list](QPrinter* target) { ListPrinter::print(list, target); });
     dialog.exec();

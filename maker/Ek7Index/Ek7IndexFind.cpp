@@ -183,8 +183,8 @@ int find(const char* path, const Ek7IndexQuery& query, std::vector<Ek7IndexHit>*
         // bm25() in an ordinary ORDER BY is scored once a match; the rank
         // column's own ordering looks every match up a second time.
         sql = "SELECT e.rec_id, e.record_type, e.line FROM (SELECT rowid AS id, bm25(entry_search) AS r"
-              " FROM entry_search WHERE entry_search MATCH ?1 ORDER BY r" + page +
-              ") AS m JOIN entry e ON e.rec_id = m.id ORDER BY m.r";
+              " FROM entry_search WHERE entry_search MATCH ?1 ORDER BY r, rowid DESC" + page +
+              ") AS m JOIN entry e ON e.rec_id = m.id ORDER BY m.r, m.id DESC";
         from = " FROM entry_search WHERE entry_search MATCH ?1";
     } else {
         sql = "SELECT e.rec_id, e.record_type, e.line" + from +
