@@ -1,6 +1,7 @@
-// A keyword query over 100,000 records, as the Search window runs it (the
-// index opened, the first page of matches by relevance with their lines,
-// and the count of all matches), against `grep -c -i -w` over the same
+// A keyword query over 100,000 records, as the Search window runs it while
+// the user types (the first page of matches by relevance with their lines,
+// and the count of all matches; the index connection kept from the query
+// before, the first query's time printed too), against `grep -c -i -w` over the same
 // searchable texts (subject, keywords, comments, caller) written one record
 // a line. Both must count the same records.
 //
@@ -40,6 +41,7 @@ std::string commentsFor(long recId)
 struct Timed {
     double navo = 0;
     double reference = 0;
+    double first = 0;  // the first query, which opens the index
     std::uint64_t found = 0;
 };
 
@@ -64,7 +66,7 @@ Timed measure(const std::string& index, const std::string& texts, const std::str
         if (!bench::run(grep))
             bench::fail("grep failed");
     };
-    navo();
+    timed.first = bench::secondsOf(navo);
     reference();
     std::vector<double> navoTimes, referenceTimes;
     for (int i = 0; i < repeats; ++i) {
@@ -125,9 +127,10 @@ int body(int argc, char** argv)
     // The keyword query the target is for, then two more for the picture: a
     // word in a third of the records, and a common subject word.
     const Timed keyword = measure(index, texts, "k417", repeats, records / kClientCodes);
-    std::printf("\"k417\" (1 in %ld records): Navo first page + count %s (%llu found), grep -c %s\n", kClientCodes,
-                bench::milliseconds(keyword.navo).c_str(), static_cast<unsigned long long>(keyword.found),
-                bench::milliseconds(keyword.reference).c_str());
+    std::printf("\"k417\" (1 in %ld records): Navo first page + count %s (%llu found; the first query, opening"
+                " the index, %s), grep -c %s\n",
+                kClientCodes, bench::milliseconds(keyword.navo).c_str(), static_cast<unsigned long long>(keyword.found),
+                bench::milliseconds(keyword.first).c_str(), bench::milliseconds(keyword.reference).c_str());
     for (const char* word : {"friday", "invoice"}) {
         const Timed other = measure(index, texts, word, repeats, -1);
         std::printf("\"%s\": Navo %s (%llu found), grep -c %s, ratio %.3f\n", word,

@@ -9,7 +9,9 @@
 
 #include <sqlite3.h>
 
+#include <filesystem>
 #include <memory>
+#include <mutex>
 #include <new>
 #include <string>
 
@@ -111,6 +113,22 @@ std::string familyCondition(unsigned families)
     return codes.empty() ? std::string(" AND 0") : " AND e.type_code IN (" + codes + ")";
 }
 
+namespace fs = std::filesystem;
+
+struct Reader {
+    std::mutex mutex;
+    std::string path;
+    std::uintmax_t size = 0;
+    fs::file_time_type changed;
+    std::unique_ptr<IndexDatabase> db;
+};
+
+Reader& cachedReader()
+{
+    static Reader reader;
+    return reader;
+}
+
 int find(const char* path, const Ek7IndexQuery& query, std::vector<Ek7IndexHit>* hits, std::uint64_t* total)
 {
     if (path == nullptr || hits == nullptr)
@@ -118,21 +136,49 @@ int find(const char* path, const Ek7IndexQuery& query, std::vector<Ek7IndexHit>*
     hits->clear();
     if (total != nullptr)
         *total = 0;
-    auto db = std::make_unique<IndexDatabase>();
-    bool empty = false;
-    int code = db->open(path, IndexDatabase::Access::Read);
-    if (code == kEk7IndexOk)
-        code = db->check(&empty);
-    if (code == kEk7IndexOk && !empty && db->needsUpgrade()) {
-        db = std::make_unique<IndexDatabase>();
-        code = upgrade(path);
-        if (code == kEk7IndexOk)
-            code = db->open(path, IndexDatabase::Access::Read);
+    // Queries typed one after another read the same file: its connection
+    // (schema parsed, pages cached) is kept while the file stays the one it
+    // was, by size and time of change. A change through any other
+    // connection changes both, and SQLite itself rereads what changed.
+    Reader& reader = cachedReader();
+    std::lock_guard<std::mutex> hold(reader.mutex);
+    std::error_code error;
+    const auto size = fs::file_size(path, error);
+    const auto changed = error ? fs::file_time_type() : fs::last_write_time(path, error);
+    const bool same = !error && reader.db && reader.path == path && reader.size == size && reader.changed == changed;
+    if (!same) {
+        reader.db.reset();
+        auto db = std::make_unique<IndexDatabase>();
+        bool empty = false;
+        int code = db->open(path, IndexDatabase::Access::Read);
         if (code == kEk7IndexOk)
             code = db->check(&empty);
+        if (code == kEk7IndexOk && !empty && db->needsUpgrade()) {
+            db = std::make_unique<IndexDatabase>();
+            code = upgrade(path);
+            if (code == kEk7IndexOk)
+                code = db->open(path, IndexDatabase::Access::Read);
+            if (code == kEk7IndexOk)
+                code = db->check(&empty);
+        }
+        if (code != kEk7IndexOk || empty)
+            return code;
+        reader.db = std::move(db);
+        reader.path = path;
+        reader.size = fs::file_size(path, error);
+        reader.changed = error ? fs::file_time_type() : fs::last_write_time(path, error);
+        if (error)
+            reader.path.clear();  // not kept: it cannot be told apart later
     }
-    if (code != kEk7IndexOk || empty)
-        return code;
+    std::unique_ptr<IndexDatabase>& db = reader.db;
+    struct Drop {
+        Reader& reader;
+        ~Drop()
+        {
+            if (reader.path.empty())
+                reader.db.reset();
+        }
+    } drop{reader};
 
     const std::string match = matchExpression(query.words);
     const bool byWords = !match.empty();
