@@ -81,6 +81,7 @@ const Item kMenuBar[] = {
     command(ID_OFFLINE_MEETING, "Offline Meeting"),
     command(ID_TEXT_TO_SPEECH, "Text to &speech"),
     separator(),
+    command(ID_MIXING_STUDIO, "Mi&xing Studio..."),
     command(ID_COMPRESS_DATASTORE, "&Compress the Data Store"),
     checkable(ID_DIARY_MONITOR, "&Diary Monitor"),
     end(),

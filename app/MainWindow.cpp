@@ -292,7 +292,23 @@ void MainWindow::checkStoreCompression()
     if (!ProfileStartup::needsCompression(size, reclaimable))
         return;
     if (ShowCodedMessage(24, MB_YESNO | MB_ICONQUESTION) == IDYES)
-        m_services.compression->runDialog(m_app, this);
+        compressStore();
+}
+
+void MainWindow::compressStore()
+{
+    m_compressing = true;
+    const int saved = m_services.compression->runDialog(m_app, this);
+    m_compressing = false;
+    if (m_initialised && m_stopRequested) {
+        close();
+        return;
+    }
+    if (saved > 0)
+        ShowCodedMessage(saved, MB_ICONEXCLAMATION);
+    // The lines moved: the list reads them again at their new places.
+    if (saved != kNotAvailable && m_app.CurrentListType != kListNone)
+        fillList(m_app.CurrentListType);
 }
 
 void MainWindow::OnClose()
@@ -494,6 +510,28 @@ void MainWindow::editSelectedRecord()
     fillList(m_app.CurrentListType);
 }
 
+void MainWindow::playSelectedRecord()
+{
+    if (!m_services.player || m_selectedId.empty())
+        return;
+    const SearchLogRows& data = m_model->rows();
+    std::vector<std::string> recIds;
+    for (std::size_t row = 0; row < data.size(); ++row)
+        recIds.push_back(data.recId(row));
+    // The focused row when it is selected, else the last selected one.
+    QItemSelectionModel* selection = m_ui->IDC_RECORD_LIST->selectionModel();
+    int index = m_focusedRow >= 0 && selection->isRowSelected(m_focusedRow, {}) ? m_focusedRow : -1;
+    if (index < 0) {
+        const auto chosen = std::find(recIds.begin(), recIds.end(), m_selectedId);
+        index = chosen == recIds.end() ? -1 : static_cast<int>(chosen - recIds.begin());
+    }
+    if (index < 0)
+        return;
+    const int listType = m_app.CurrentListType;
+    if (m_services.player->play(m_app, recIds, index, this) > 0)
+        fillList(listType);
+}
+
 void MainWindow::deleteSelectedRecords()
 {
     const std::vector<std::string> ids = selectedIds();
@@ -521,7 +559,9 @@ void MainWindow::handleWindowMessage(UINT message, WPARAM wParam, LPARAM)
     switch (message) {
     case WM_CLOSE:
         // Delivered inside a start-up question: DoModal closes afterwards.
-        if (m_initialised)
+        // Delivered while the store is being compressed: shutdown would save
+        // and remove the workspace under the compression, so it waits.
+        if (m_initialised && !m_compressing)
             close();
         else
             m_stopRequested = true;
@@ -662,13 +702,28 @@ void MainWindow::registerCommands()
         afterStoreCommand();
     });
     m_commands.add(ID_RECORD_DELETE, [this] { deleteSelectedRecords(); });
+    // Without a usable store the compression service declines and says so.
+    m_commands.add(ID_COMPRESS_DATASTORE, [this] { compressStore(); });
     // Of the editors, only the dictation's is in this build.
     m_commands.add(ID_RECORD_EDIT, [this] { editSelectedRecord(); },
                    [this] { return m_app.CurrentListType == kListDictation; });
+    if (m_services.player) {
+        m_commands.add(ID_TB_PLAY, [this] { playSelectedRecord(); });
+        m_commands.add(ID_RECORD_PLAY, [this] { playSelectedRecord(); });
+    }
     m_commands.add(ID_NEW_RECORDING, [this] { newRecording(m_app.CurrentListType); });
     m_commands.add(ID_TB_NEW_RECORDING, [this] { newRecording(m_app.CurrentListType); });
     m_commands.add(ID_RECORD_NEW_DICTATION, [this] { newRecording(kListDictation); },
                    [this] { return hasRecorder(kListDictation); });
+    m_commands.add(ID_MIXING_STUDIO, [this] {
+        // The studio's build is filed as a new dictation.
+        if (m_services.studio->run(m_app, this))
+            fillList(kListDictation);
+    }, [this] { return m_services.studio != nullptr && m_app.StoreUnusable == kStoreHealthy; });
+    if (QAction* studio = m_commands.action(ID_MIXING_STUDIO)) {
+        studio->setToolTip(fromAnsi(LoadString(654)));
+        studio->setStatusTip(studio->toolTip());
+    }
     m_commands.add(commandmenus::kInternetRepository, [this] { openInternetRepository(); });
     m_commands.add(ID_TB_SEARCH, [this] { openSearch(); });
     m_commands.add(ID_RECORD_PRINT, [this] { printList(); });

@@ -84,6 +84,10 @@ public:
     bool hasRecorder(int listType) const;
     // Edit (command 2101): the selected dictation's editor.
     void editSelectedRecord();
+    // Play (8018, 2105, a double click): the message player on the chosen
+    // row, walking the list shown; the list is refilled when a message
+    // became heard, so the Phone count and the line-state picture follow.
+    void playSelectedRecord();
 
     // The help page of a name ("166.htm") opened in the user's browser
     // (HelpPages::open, kept under this name for main()).
@@ -118,6 +122,8 @@ private:
     void createToolBar();
     void addAboutItem();
     void checkStoreCompression();
+    // Command 2164 and the start-up question's Yes.
+    void compressStore();
     void setStatusText(const QString& text);
     void afterStoreCommand();
     void openOptions();
@@ -142,5 +148,7 @@ private:
     bool m_initialised = false;
     bool m_closed = false;
     bool m_stopRequested = false;
+    // The compression dialog is up: a close waits until it has finished.
+    bool m_compressing = false;
     std::unique_ptr<RecordTypeChooser> m_chooser;
 };

@@ -6,8 +6,14 @@
 #include "core/AppData.h"
 #include "app/InertServices.h"
 #include "app/MainWindow.h"
+#include "app/StoreCompression.h"
 #include "app/NavoApp.h"
+#include "app/RecordListModel.h"
+#include "app/PlayerLauncher.h"
+#include "audio/EffectsEngine.h"
+#include "audio/PlayerEffects.h"
 #include "audio/RecorderLauncher.h"
+#include "audio/StudioLauncher.h"
 #include "platform/gui/QtPrompt.h"
 #include "store/DataStoreService.h"
 #include "telephony/AnswerMachine.h"
@@ -28,13 +34,22 @@ int main(int argc, char** argv)
     TelephonyService line;
     AnswerMachine answerMachine(line);
     RecorderLauncher recorders(&MainWindow::openHelpPage);
-    // The diary monitor and store compression are not in this build yet.
+    StudioLauncher studio(&MainWindow::openHelpPage, &RecordListModel::qualityColour);
+    PlayerLauncher player;
+    // The registry stand-in reports an effects version only while this
+    // build has the engine.
+    playereffects::publishDirectXVersion(makeEffectsEngine() != nullptr);
+    StoreCompression compression(store);
+    // The diary monitor is not in this build yet.
     InertServices notYetBuilt;
     StartupServices services = notYetBuilt.services();
     services.store = &store;
     services.line = &line;
     services.answerMachine = &answerMachine;
     services.recorder = &recorders;
+    services.studio = &studio;
+    services.player = &player;
+    services.compression = &compression;
     NavoApp app(theAppData(), services,
                 QFile::encodeName(QApplication::applicationFilePath()).toStdString());
     app.InitInstance();

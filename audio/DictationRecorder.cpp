@@ -136,6 +136,11 @@ std::string DictationRecorder::marksPath() const
 
 int DictationRecorder::openNew()
 {
+    return openNewFrom("");
+}
+
+int DictationRecorder::openNewFrom(const std::string& wavePath)
+{
     // The RecID is taken and written back before anything is recorded: a
     // recording given up leaves its number unused.
     const NewRecordNames names = prepareNewRecording(m_app);
@@ -147,7 +152,7 @@ int DictationRecorder::openNew()
     m_baseName = names.baseName;
     m_display.recId = indexline::recIdText(m_recId);
     m_recordType = "0";
-    if (!m_device->open("")) {
+    if (!m_device->open(wavePath)) {
         ShowCodedMessage(kCannotRecord, MB_ICONINFORMATION);
         return kCannotRecord;
     }
@@ -163,6 +168,18 @@ int DictationRecorder::openNew()
         AfxMessageBox("Unable to set format for recording", MB_ICONEXCLAMATION);
         m_device->close();
         return kFormatRejected;
+    }
+    if (!wavePath.empty()) {
+        const long length = static_cast<long>(m_device->length());
+        setRanges(length);
+        m_display.spinMin = 1;
+        m_display.length = timeText(length);
+        setCutTo(length);
+        m_display.endSlider = static_cast<int>(length / 1000);
+        m_display.startTime = logDateNow();
+        m_display.endTime = m_display.startTime;
+        m_recordedOnce = true;
+        m_soundChanged = true;
     }
     prepareDisplay();
     return 0;

@@ -103,6 +103,10 @@ public:
     // (202, kFormatRejected, or the record's load error: 6 locked, 111-113)
     // and the dialog must close.
     int openNew();
+    // A new dictation whose sound starts as the wave at path (the Mixing
+    // Studio's build): it opens as a new recording that already has sound to
+    // be saved.
+    int openNewFrom(const std::string& wavePath);
     int openExisting(const std::string& recIdText);
 
     // Commands. record() and play() return when the run ends; record()

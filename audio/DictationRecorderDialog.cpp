@@ -65,7 +65,7 @@ int DictationRecorderDialog::openRecording()
 {
     // Not in the constructor: opening can say why it failed, and a message
     // box must not come up before the window it belongs to exists.
-    m_openResult = m_recIdText.empty() ? m_recorder.openNew() : m_recorder.openExisting(m_recIdText);
+    m_openResult = m_recIdText.empty() ? m_recorder.openNewFrom(m_startingWave) : m_recorder.openExisting(m_recIdText);
     const DictationRecorder::Texts& opened = m_recorder.openedTexts();
     m_ui->IDC_SUBJECT->setText(fromAnsi(opened.subject));
     m_ui->IDC_KEYWORDS->setText(fromAnsi(opened.keywords));
@@ -308,6 +308,19 @@ int runDictationRecorder(AppData& app, QWidget* parent, const std::string& recId
     if (!CallbackWindow::isClassRegistered())
         CallbackWindow::registerClass();
     DictationRecorderDialog dialog(app, recIdText, std::move(openHelp), parent);
+    if (dialog.openRecording() != 0)
+        return 0;
+    dialog.exec();
+    return dialog.recorder().filed() ? 1 : 0;
+}
+
+int runDictationRecorderOnWave(AppData& app, QWidget* parent, const std::string& wavePath,
+                               DictationRecorderDialog::HelpOpener openHelp)
+{
+    if (!CallbackWindow::isClassRegistered())
+        CallbackWindow::registerClass();
+    DictationRecorderDialog dialog(app, "", std::move(openHelp), parent);
+    dialog.setStartingWave(wavePath);
     if (dialog.openRecording() != 0)
         return 0;
     dialog.exec();

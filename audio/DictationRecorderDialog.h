@@ -42,6 +42,9 @@ public:
     // Opens the recorder on the new or filed dictation and shows it: 0, or
     // the code of what was shown (the dialog then need not run).
     int openRecording();
+    // Before openRecording(): the new dictation starts with the sound of
+    // this wave file.
+    void setStartingWave(const std::string& path) { m_startingWave = path; }
     int openResult() const { return m_openResult; }
     DictationRecorder& recorder() { return m_recorder; }
 
@@ -70,6 +73,7 @@ private:
     DictationRecorder m_recorder;
     HelpOpener m_openHelp;
     std::string m_recIdText;
+    std::string m_startingWave;
     std::unique_ptr<Ui::DictationRecorderDialog> m_ui;
     QPixmap m_icons[4];
     int m_openResult = 0;
@@ -82,3 +86,9 @@ private:
 // store, else 0.
 int runDictationRecorder(AppData& app, QWidget* parent, const std::string& recIdText,
                          DictationRecorderDialog::HelpOpener openHelp = {});
+
+// Opens the Dictation Recorder modally over parent on a new dictation whose
+// sound starts as the wave at wavePath (the Mixing Studio's build). 1 when
+// it was filed into the store, else 0.
+int runDictationRecorderOnWave(AppData& app, QWidget* parent, const std::string& wavePath,
+                               DictationRecorderDialog::HelpOpener openHelp = {});

@@ -240,3 +240,28 @@ void ProfileValues::setNumber(const char* key, int value) const
 {
     m_profile.write(key, std::to_string(value));
 }
+
+namespace {
+
+std::string effectKey(int index)
+{
+    char key[16];
+    std::snprintf(key, sizeof key, "Effect%02d", index + 1);
+    return key;
+}
+
+}  // namespace
+
+std::array<std::string, ProfileValues::kEffectTexts> ProfileValues::effectTexts() const
+{
+    std::array<std::string, kEffectTexts> texts;
+    for (int i = 0; i < kEffectTexts; ++i)
+        texts[static_cast<std::size_t>(i)] = text(effectKey(i).c_str()).value_or("").substr(0, 20);
+    return texts;
+}
+
+void ProfileValues::setEffectTexts(const std::array<std::string, kEffectTexts>& texts) const
+{
+    for (int i = 0; i < kEffectTexts; ++i)
+        m_profile.write(effectKey(i).c_str(), texts[static_cast<std::size_t>(i)].substr(0, 20));
+}

@@ -8,6 +8,7 @@
 // and the Options dialog write it while this one runs.
 #pragma once
 
+#include <array>
 #include <optional>
 #include <string>
 
@@ -99,6 +100,13 @@ public:
 
     bool has(const char* key) const;
     void setNumber(const char* key, int value) const;
+
+    // The message player's ten effect texts, "Effect01" to "Effect10" (at
+    // most 20 characters each): a decimal value for a pair that is on, ""
+    // for one that is off. Missing keys read as "" and are not written.
+    static constexpr int kEffectTexts = 10;
+    std::array<std::string, kEffectTexts> effectTexts() const;
+    void setEffectTexts(const std::array<std::string, kEffectTexts>& texts) const;
 
 private:
     std::optional<std::string> text(const char* key) const;

@@ -162,6 +162,22 @@ public:
     virtual bool record(AppData& app, int listType, QWidget* owner, bool prime) = 0;
 };
 
+class StudioService {
+public:
+    virtual ~StudioService() = default;
+    // Runs the Mixing Studio modally; true when a recording made in it was
+    // filed.
+    virtual bool run(AppData& app, QWidget* owner) = 0;
+};
+
+class PlayerService {
+public:
+    virtual ~PlayerService() = default;
+    // Runs the message player modally on recIds[index], Prev/Next walking
+    // recIds. The number of answer-machine messages it made heard.
+    virtual int play(AppData& app, const std::vector<std::string>& recIds, int index, QWidget* owner) = 0;
+};
+
 struct StartupServices {
     StoreService* store = nullptr;
     LineService* line = nullptr;
@@ -169,4 +185,6 @@ struct StartupServices {
     AnswerMachineService* answerMachine = nullptr;
     CompressionService* compression = nullptr;
     RecorderService* recorder = nullptr;  // none: New Recording stays grey
+    StudioService* studio = nullptr;      // none: the Mixing Studio item stays grey
+    PlayerService* player = nullptr;      // none: Play stays grey
 };

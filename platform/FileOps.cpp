@@ -317,6 +317,8 @@ void fill(const struct stat& st, FileInfo* info)
     info->regular = S_ISREG(st.st_mode);
     info->size = static_cast<std::uint64_t>(st.st_size);
     info->mode = static_cast<unsigned>(st.st_mode & 07777);
+    info->device = static_cast<std::uint64_t>(st.st_dev);
+    info->inode = static_cast<std::uint64_t>(st.st_ino);
 }
 }  // namespace
 

@@ -124,6 +124,10 @@ struct FileInfo {
     bool regular = false;
     std::uint64_t size = 0;
     unsigned mode = 0;  // permission bits
+    // Which file it is: a file renamed into place under the same name is
+    // another file.
+    std::uint64_t device = 0;
+    std::uint64_t inode = 0;
 };
 // ENOENT (or ENOTDIR) when there is nothing at path.
 int infoOf(const std::string& path, FileInfo* info);

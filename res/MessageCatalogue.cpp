@@ -75,6 +75,7 @@ constexpr CodedMessage kMessages[] = {
     {205, 640, nullptr},
     {206, 803, "Failed to open file with DirectX. Error 206\r\n"
                "Navo requires DirectX Version 9 in order to apply and play effects."},
+    {207, 0, "The selected recording control could not be opened : Error 207"},
 
     // Sending by e-mail (502 to 504 are returned but never shown)
     {500, 657, nullptr},

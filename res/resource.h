@@ -293,6 +293,7 @@
     X(ID_MINI_NEXT, 10315)                                                    \
     /* Mixing studio (dialog 140); Cancel is button 1; the buttons 10139 to   \
        10141 and 10147 are named by their numbers */                          \
+    X(ID_MIXING_STUDIO, 2185)                                                 \
     X(IDC_STUDIO_10139, 10139)                                                \
     X(IDC_STUDIO_10140, 10140)                                                \
     X(IDC_STUDIO_10141, 10141)                                                \

@@ -22,7 +22,8 @@ std::string readLine(const std::string& workspace, const std::string& recIdText,
 // the rewritten record file and the family file go into the store in one
 // transaction. Returns the position the line was written at; 0 is failure, so a
 // line at position 0 cannot be replaced this way (new family files begin with
-// a dead line, so only a compressed file can have a live line there).
+// a dead line, and store compression keeps one there, so no live line stands
+// at 0).
 long replaceRecordLine(const std::string& recordFileName, const std::string& workspace,
                        const std::string& storePath, const std::string& extra,
                        const std::string& familyName, const std::string& lineFile);

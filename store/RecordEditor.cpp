@@ -91,29 +91,40 @@ int RecordEditor::save(const EditableRecord& record, const std::string& subject,
         return kLocked;
     std::vector<std::string> fields = indexline::fields(record.line, 12);
     fields[4] = indexline::cleanField(subject.substr(0, kSubjectMax));
-    const std::string line = indexline::build(fields);
-    const std::string lineFile = RecordFiler::linePath(m_app.TempDir, record.baseName);
     const std::string infoFile = RecordFiler::infoPath(m_app.TempDir, record.baseName);
-    if (!indexlinefile::rewriteFromColumns(lineFile, indexline::fields(line)))
-        return kNotWritten;
     RecordInfo info;
     recordinfo::readFile(infoFile, &info);
     info.extraText = comments.empty() ? " " : comments;
     if (recordinfo::writeFile(infoFile, info) != 0)
         return kNotWritten;
+    EditableRecord edited = record;
+    return replaceLine(&edited, fields);
+}
 
-    const long position = family::replaceRecordLine(record.recordFileName, m_app.TempDir, m_app.DataStorePath, "",
-                                                    components::familyFileForType(record.recordType), lineFile);
+int RecordEditor::replaceLine(EditableRecord* record, const std::vector<std::string>& fields,
+                              const std::string& newMember)
+{
+    const std::string line = indexline::build(fields);
+    const std::string lineFile = RecordFiler::linePath(m_app.TempDir, record->baseName);
+    if (!indexlinefile::rewriteFromColumns(lineFile, indexline::fields(line)))
+        return kNotWritten;
+    RecordInfo info;
+    recordinfo::readFile(RecordFiler::infoPath(m_app.TempDir, record->baseName), &info);
+
+    const long position = family::replaceRecordLine(record->recordFileName, m_app.TempDir, m_app.DataStorePath, newMember,
+                                                    components::familyFileForType(record->recordType), lineFile);
     if (position == 0)
         return kNotWritten;
+    record->line = line;
+    record->position = position;
 
     const std::string index = components::workspacePath(m_app.TempDir, components::kIndex);
-    const std::string type = std::to_string(record.recordType);
-    const std::string start = fields[7];
-    const std::string extra = info.extraText;
+    const std::string type = std::to_string(record->recordType);
+    const std::string start = fields.size() > 7 ? fields[7] : std::string();
+    const std::string extra = info.extraText.empty() ? std::string(" ") : info.extraText;
     Ek7IndexEntry entry{index.c_str(), m_app.DataStorePath.c_str(), m_app.TempDir.c_str(),
-                        static_cast<std::uint32_t>(std::atol(record.recId.c_str())), type.c_str(), start.c_str(),
-                        record.keywords.c_str(), extra.c_str(), static_cast<std::uint32_t>(position), 0, line.c_str()};
+                        static_cast<std::uint32_t>(std::atol(record->recId.c_str())), type.c_str(), start.c_str(),
+                        record->keywords.c_str(), extra.c_str(), static_cast<std::uint32_t>(position), 0, line.c_str()};
     if (!Ek7IndexUpd(&entry))
         return kIndexNotUpdated;
     Ek7IndexSFS(&entry);

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 struct AppData;
 
@@ -38,6 +39,16 @@ public:
     // Writes the new subject and comments back. 0, 6 (locked), 109 (record
     // file or line not written) or 110 (index not updated).
     int save(const EditableRecord& record, const std::string& subject, const std::string& comments);
+
+    // Replacing a record's line: the record's line becomes fields (as the
+    // line's places, already cleaned), every workspace file that is a member
+    // of its record file goes back into it, and its index entry follows.
+    // The record's line work file and info file must be in the workspace
+    // (load() leaves them there). A workspace file named newMember joins
+    // the record file besides. 0, 109 or 110; on 0 record->line and
+    // record->position are the new ones.
+    int replaceLine(EditableRecord* record, const std::vector<std::string>& fields,
+                    const std::string& newMember = "");
 
     // Removes the record's working copies from the workspace.
     void discard(const EditableRecord& record);

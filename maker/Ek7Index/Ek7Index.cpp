@@ -339,35 +339,30 @@ void bindOptional(Statement& statement, int index, bool has, const std::string& 
         statement.bindNull(index);
 }
 
-int updateEntry(const Ek7IndexEntry* entry)
+const char* const kUpdateSql =
+    "UPDATE entry SET record_type = coalesce(?2, record_type),"
+    " start_time = coalesce(?3, start_time), line_position = ?4, reserved = ?5,"
+    " keywords = coalesce(?6, keywords), extra_text = coalesce(?7, extra_text),"
+    " subject = coalesce(?8, subject), line = coalesce(?9, line),"
+    " type_code = coalesce(?10, type_code), start_key = coalesce(?11, start_key),"
+    " new_message = coalesce(?12, new_message), names = coalesce(?13, names),"
+    " marks = coalesce(?14, marks)"
+    " WHERE rec_id = ?1";
+
+int updateOne(sqlite3* db, Statement& update, const Ek7IndexEntry& entry)
 {
-    if (entry == nullptr || !validRecId(entry->recId))
+    if (!validRecId(entry.recId))
         return kEk7IndexBadArgument;
     StoredText text;
-    int code = prepareText(*entry, &text);
+    int code = prepareText(entry, &text);
     if (code != kEk7IndexOk)
         return code;
-    Writer writer;
-    code = writer.open(entry->storeLocation1);
-    if (code != kEk7IndexOk)
-        return code;
-    Statement update(writer.db(),
-                     "UPDATE entry SET record_type = coalesce(?2, record_type),"
-                     " start_time = coalesce(?3, start_time), line_position = ?4, reserved = ?5,"
-                     " keywords = coalesce(?6, keywords), extra_text = coalesce(?7, extra_text),"
-                     " subject = coalesce(?8, subject), line = coalesce(?9, line),"
-                     " type_code = coalesce(?10, type_code), start_key = coalesce(?11, start_key),"
-                     " new_message = coalesce(?12, new_message), names = coalesce(?13, names),"
-                     " marks = coalesce(?14, marks)"
-                     " WHERE rec_id = ?1");
-    code = prepareCode(update);
-    if (code != kEk7IndexOk)
-        return code;
-    update.bindInt64(1, entry->recId);
+    update.reset();
+    update.bindInt64(1, entry.recId);
     bindOptional(update, 2, text.hasType, text.type);
     bindOptional(update, 3, text.hasStartTime, text.startTime);
-    update.bindInt64(4, entry->linePosition);
-    update.bindInt64(5, entry->reserved);
+    update.bindInt64(4, entry.linePosition);
+    update.bindInt64(5, entry.reserved);
     bindOptional(update, 6, text.hasKeywords, text.keywords);
     bindOptional(update, 7, text.hasExtraText, text.extraText);
     bindOptional(update, 8, text.hasLine, text.subject);
@@ -377,8 +372,34 @@ int updateEntry(const Ek7IndexEntry* entry)
         update.bindNull(9);
     bindDerived(update, 10, text);
     code = runToEnd(update);
-    if (code == kEk7IndexOk && sqlite3_changes(writer.db()) == 0)
+    if (code == kEk7IndexOk && sqlite3_changes(db) == 0)
         code = kEk7IndexNotFound;
+    return code;
+}
+
+int updateEntries(const Ek7IndexEntry* entries, std::size_t count)
+{
+    if (entries == nullptr || count == 0)
+        return kEk7IndexBadArgument;
+    const char* path = entries[0].storeLocation1;
+    for (std::size_t i = 0; i < count; ++i) {
+        if (path == nullptr || entries[i].storeLocation1 == nullptr ||
+            std::strcmp(entries[i].storeLocation1, path) != 0 || !validRecId(entries[i].recId))
+            return kEk7IndexBadArgument;
+        // Bad arguments are refused before the file is touched.
+        StoredText text;
+        const int checked = prepareText(entries[i], &text);
+        if (checked != kEk7IndexOk)
+            return checked;
+    }
+    Writer writer;
+    int code = writer.open(path);
+    if (code != kEk7IndexOk)
+        return code;
+    Statement update(writer.db(), kUpdateSql);
+    code = prepareCode(update);
+    for (std::size_t i = 0; code == kEk7IndexOk && i < count; ++i)
+        code = updateOne(writer.db(), update, entries[i]);
     return code == kEk7IndexOk ? writer.commit() : code;
 }
 
@@ -468,6 +489,42 @@ std::string asRecordField(std::string text)
     return text;
 }
 
+const char* const kReadSql =
+    "SELECT record_type, start_time, line_position, reserved, keywords, extra_text"
+    " FROM entry WHERE rec_id = ?1";
+
+// The record of recId as Ek7IndexRead gives it, from a prepared kReadSql.
+int formatRecord(Statement& select, std::uint32_t recId, std::string* record)
+{
+    select.reset();
+    select.bindInt64(1, recId);
+    const int rc = select.step();
+    if (rc == SQLITE_DONE)
+        return kEk7IndexNotFound;
+    if (rc != SQLITE_ROW)
+        return codeForSqlite(rc);
+
+    char number[32];
+    std::snprintf(number, sizeof number, "%08u", static_cast<unsigned>(recId));
+    *record = number;
+    *record += ' ';
+    *record += asRecordField(ansiFromUtf8(select.columnText(0)));
+    *record += ' ';
+    *record += asRecordField(ansiFromUtf8(select.columnText(1)));
+    std::snprintf(number, sizeof number, " %u %u ",
+                  static_cast<unsigned>(select.columnInt64(2)),
+                  static_cast<unsigned>(select.columnInt64(3)));
+    *record += number;
+    *record += asRecordField(ansiFromUtf8(select.columnText(4)));
+    *record += ' ';
+    *record += asRecordField(ansiFromUtf8(select.columnText(5)));
+    // Within the limits an entry cannot outgrow the buffer; a file written
+    // elsewhere might.
+    if (record->size() >= EK7_INDEX_RECORD_MAX)
+        return kEk7IndexTooLong;
+    return kEk7IndexOk;
+}
+
 int readRecord(std::uint32_t recId, const char* path, char* buffer)
 {
     if (buffer == nullptr)
@@ -482,39 +539,47 @@ int readRecord(std::uint32_t recId, const char* path, char* buffer)
         return code;
     if (empty)
         return kEk7IndexNotFound;
-    Statement select(db.handle(),
-                     "SELECT record_type, start_time, line_position, reserved, keywords, extra_text"
-                     " FROM entry WHERE rec_id = ?1");
+    Statement select(db.handle(), kReadSql);
     code = prepareCode(select);
     if (code != kEk7IndexOk)
         return code;
-    select.bindInt64(1, recId);
-    const int rc = select.step();
-    if (rc == SQLITE_DONE)
-        return kEk7IndexNotFound;
-    if (rc != SQLITE_ROW)
-        return codeForSqlite(rc);
-
-    char number[32];
-    std::snprintf(number, sizeof number, "%08u", static_cast<unsigned>(recId));
-    std::string record = number;
-    record += ' ';
-    record += asRecordField(ansiFromUtf8(select.columnText(0)));
-    record += ' ';
-    record += asRecordField(ansiFromUtf8(select.columnText(1)));
-    std::snprintf(number, sizeof number, " %u %u ",
-                  static_cast<unsigned>(select.columnInt64(2)),
-                  static_cast<unsigned>(select.columnInt64(3)));
-    record += number;
-    record += asRecordField(ansiFromUtf8(select.columnText(4)));
-    record += ' ';
-    record += asRecordField(ansiFromUtf8(select.columnText(5)));
-    // Within the limits an entry cannot outgrow the buffer; a file written
-    // elsewhere might.
-    if (record.size() >= EK7_INDEX_RECORD_MAX)
-        return kEk7IndexTooLong;
+    std::string record;
+    code = formatRecord(select, recId, &record);
+    if (code != kEk7IndexOk)
+        return code;
     std::memcpy(buffer, record.c_str(), record.size() + 1);
     return kEk7IndexOk;
+}
+
+int readRecords(const std::uint32_t* recIds, std::size_t count, const char* path, std::vector<std::string>* records)
+{
+    if (records == nullptr || (count > 0 && recIds == nullptr))
+        return kEk7IndexBadArgument;
+    records->assign(count, std::string());
+    for (std::size_t i = 0; i < count; ++i)
+        if (!validRecId(recIds[i]))
+            return kEk7IndexBadArgument;
+    IndexDatabase db;
+    bool empty = false;
+    int code = openForRead(db, path, &empty);
+    if (code != kEk7IndexOk || empty)
+        return code;
+    // One read transaction: the records come from one state of the file.
+    Transaction read(db.handle(), Transaction::Kind::Read);
+    if (read.beginResult() != SQLITE_OK)
+        return codeForSqlite(read.beginResult());
+    Statement select(db.handle(), kReadSql);
+    code = prepareCode(select);
+    for (std::size_t i = 0; code == kEk7IndexOk && i < count; ++i) {
+        code = formatRecord(select, recIds[i], &(*records)[i]);
+        if (code == kEk7IndexNotFound) {
+            (*records)[i].clear();
+            code = kEk7IndexOk;
+        }
+    }
+    if (code != kEk7IndexOk)
+        records->assign(count, std::string());
+    return code;
 }
 
 // ---- Listing calls -------------------------------------------------------
@@ -691,7 +756,12 @@ int Ek7IndexDel(const Ek7IndexEntry* entry)
 
 int Ek7IndexUpd(const Ek7IndexEntry* entry)
 {
-    return asFlag(guarded([&] { return updateEntry(entry); }));
+    return asFlag(guarded([&] { return entry != nullptr ? updateEntries(entry, 1) : kEk7IndexBadArgument; }));
+}
+
+int Ek7IndexUpdBatch(const Ek7IndexEntry* entries, std::size_t count)
+{
+    return asFlag(guarded([&] { return updateEntries(entries, count); }));
 }
 
 int Ek7IndexSFS(const Ek7IndexEntry* entry)
@@ -702,6 +772,12 @@ int Ek7IndexSFS(const Ek7IndexEntry* entry)
 int Ek7IndexRead(std::uint32_t recId, const char* storeLocation1, char* buffer)
 {
     return asFlag(guarded([&] { return readRecord(recId, storeLocation1, buffer); }));
+}
+
+int Ek7IndexReadBatch(const std::uint32_t* recIds, std::size_t count, const char* storeLocation1,
+                      std::vector<std::string>* records)
+{
+    return guarded([&] { return readRecords(recIds, count, storeLocation1, records); });
 }
 
 int Ek7IndexField(int number, const char* record, char* out)

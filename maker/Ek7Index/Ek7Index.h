@@ -98,6 +98,11 @@ int Ek7IndexDel(const Ek7IndexEntry* entry);
 // A new line also renews the subject that search looks in.
 int Ek7IndexUpd(const Ek7IndexEntry* entry);
 
+// Ek7IndexUpd for count entries in one transaction: all or none (a missing
+// RecID fails the batch). Every entry must name the same index file. Returns
+// non-zero on success.
+int Ek7IndexUpdBatch(const Ek7IndexEntry* entries, std::size_t count);
+
 // Stores the entry's search fields again: keywords and extra text (where not
 // null) and the subject from entry->line (or the stored line when null), and
 // rewrites their full-text rows even when nothing changed.
@@ -109,6 +114,12 @@ int Ek7IndexSFS(const Ek7IndexEntry* entry);
 // fields separated by single spaces, spaces inside fields as 0xAC, the RecID
 // as eight digits. On failure buffer holds "".
 int Ek7IndexRead(std::uint32_t recId, const char* storeLocation1, char* buffer);
+
+// Ek7IndexRead for count RecIDs on one connection, in one read transaction:
+// (*records)[i] is the record of recIds[i], or "" when it has no entry.
+// Returns kEk7IndexOk or the reason (records then all "").
+int Ek7IndexReadBatch(const std::uint32_t* recIds, std::size_t count, const char* storeLocation1,
+                      std::vector<std::string>* records);
 
 // Copies field `number` (counted from 0) of a record from Ek7IndexRead, or of
 // an index line, into out, as it stands (0xAC stays). Returns its length.

@@ -18,16 +18,26 @@ FamilyAppend::~FamilyAppend()
 
 bool FamilyAppend::open(const std::string& path)
 {
-    m_fd.reset(fileops::openFile(path, fileops::Access::ReadWrite));
-    if (!m_fd.valid())
-        return false;
-    if (fileops::lockWholeFile(m_fd.get()) != 0)
-        return false;
-    fileops::FileInfo info;
-    if (fileops::infoOf(m_fd.get(), &info) != 0 || !info.regular)
-        return false;
-    m_originalSize = info.size;
-    return true;
+    // Store compression renames a rewritten family file into place while it
+    // holds the old one's lock; a lock won on the old file is a lock on lines
+    // nobody reads any more, so the name is opened again.
+    for (;;) {
+        m_fd.reset(fileops::openFile(path, fileops::Access::ReadWrite));
+        if (!m_fd.valid())
+            return false;
+        if (fileops::lockWholeFile(m_fd.get()) != 0)
+            return false;
+        fileops::FileInfo info;
+        fileops::FileInfo named;
+        if (fileops::infoOf(m_fd.get(), &info) != 0 || !info.regular)
+            return false;
+        if (fileops::infoOf(path, &named) != 0)
+            return false;
+        if (named.device == info.device && named.inode == info.inode) {
+            m_originalSize = info.size;
+            return true;
+        }
+    }
 }
 
 bool FamilyAppend::append(const char* line, std::uint64_t* position)

@@ -12,7 +12,7 @@ namespace {
 TEST(MessageCatalogue, UnknownCodesShowTheUndefinedMessage)
 {
     const std::string undefined = "Message issued but not defined : Error 1000";
-    for (int code : {0, -1, 99999, 100, 121, 207}) {
+    for (int code : {0, -1, 99999, 100, 121, 208}) {
         EXPECT_EQ(MessageStringFor(code), 692u) << code;
         EXPECT_EQ(MessageTextFor(code), undefined) << code;
     }

@@ -1,7 +1,8 @@
-// navo-demo-store FOLDER [COUNT] [--greeting WAV]: prepares a portable Navo
-// folder whose profile for the current user opens a data store holding COUNT
-// records of each type (default 200), filed through the real filing
-// procedure, with WAV as the answer machine's greeting when given. Used by the
+// navo-demo-store FOLDER [COUNT] [--greeting WAV] [--delete-every N]: prepares
+// a portable Navo folder whose profile for the current user opens a data store
+// holding COUNT records of each type (default 200), filed through the real
+// filing procedure, with WAV as the answer machine's greeting when given, and
+// with every Nth record deleted again (dead lines for store compression). Used by the
 // end-to-end tests, the call benchmark and for looking at a full main window.
 #include <QCoreApplication>
 #include <cstdio>
@@ -18,6 +19,8 @@
 #include "platform/UserName.h"
 #include "store/ComponentFiles.h"
 #include "store/DataStore.h"
+#include "store/IndexLine.h"
+#include "store/RecordDeletion.h"
 #include "store/Workspace.h"
 
 int main(int argc, char** argv)
@@ -25,15 +28,18 @@ int main(int argc, char** argv)
     QCoreApplication application(argc, argv);
     std::vector<std::string> positional;
     std::string greeting;
+    long deleteEvery = 0;
     for (int i = 1; i < argc; ++i) {
         const std::string argument = argv[i];
         if (argument == "--greeting" && i + 1 < argc)
             greeting = std::filesystem::absolute(argv[++i]).string();
+        else if (argument == "--delete-every" && i + 1 < argc)
+            deleteEvery = std::atol(argv[++i]);
         else
             positional.push_back(argument);
     }
     if (positional.empty() || positional.size() > 2) {
-        std::fprintf(stderr, "usage: navo-demo-store FOLDER [COUNT] [--greeting WAV]\n");
+        std::fprintf(stderr, "usage: navo-demo-store FOLDER [COUNT] [--greeting WAV] [--delete-every N]\n");
         return 2;
     }
     const std::string folder = std::filesystem::absolute(positional[0]).string();
@@ -66,6 +72,7 @@ int main(int argc, char** argv)
                                             "Notes from the lecture", "Quarterly figures", "Call the plumber"};
     static const char* const kNames[] = {"Ann Smith", "Bob Clarke", "Carol White", "David Brown", "Eve Green"};
     RecordFactory records(app, 8000 * 3);
+    long filed = 0;
     for (int i = 0; i < count; ++i) {
         const std::string subject = std::string(kSubjects[i % 8]) + " " + std::to_string(i + 1);
         records.dictation(subject, i % 4);
@@ -78,6 +85,16 @@ int main(int argc, char** argv)
         records.video("Clip " + std::to_string(i + 1));
         if (records.lastResult() != 0) {
             std::fprintf(stderr, "navo-demo-store: filing failed (%d)\n", records.lastResult());
+            return 1;
+        }
+        filed += 7;
+    }
+    if (deleteEvery > 0) {
+        std::vector<std::string> doomed;
+        for (long recId = deleteEvery; recId <= filed; recId += deleteEvery)
+            doomed.push_back(indexline::recIdText(recId));
+        if (deleteRecords(app, doomed) != 0) {
+            std::fprintf(stderr, "navo-demo-store: deleting records failed\n");
             return 1;
         }
     }

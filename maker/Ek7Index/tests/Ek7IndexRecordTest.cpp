@@ -159,6 +159,21 @@ TEST_F(RecordTest, UpdateOfAnAbsentRecIdFails)
     EXPECT_EQ(Ek7IndexSFS(&absent), 0);
     EXPECT_EQ(Ek7IndexLastError(), kEk7IndexNotFound);
     EXPECT_EQ(count(), 1u);
+
+    // A batch is all or nothing: the present entry keeps its position too.
+    const std::string before = read(30);
+    Ek7IndexEntry batch[] = {entry(30, "here", 802), entry(31, "not here", 1203)};
+    EXPECT_EQ(Ek7IndexUpdBatch(batch, 2), 0);
+    EXPECT_EQ(Ek7IndexLastError(), kEk7IndexNotFound);
+    EXPECT_EQ(read(30), before);
+    ASSERT_NE(Ek7IndexUpdBatch(batch, 1), 0) << Ek7IndexLastError();
+    EXPECT_EQ(field(3, read(30)), "802");
+
+    // Read in a batch: each record as Ek7IndexRead gives it, "" without one.
+    const std::uint32_t ids[] = {31, 30};
+    std::vector<std::string> records;
+    ASSERT_EQ(Ek7IndexReadBatch(ids, 2, m_index.c_str(), &records), kEk7IndexOk);
+    EXPECT_EQ(records, (std::vector<std::string>{"", read(30)}));
 }
 
 TEST_F(RecordTest, BadEntriesAreRefusedAndChangeNothing)

@@ -6,15 +6,19 @@
 #include "TestFiles.h"
 #include "ZipFixtures.h"
 
+#include "maker/VXSAVE/FamilyAppend.h"
 #include "maker/VXSAVE/VXSAVE.h"
+#include "platform/FileOps.h"
 #include "maker/ek7vxrps/ek7vxrps.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <fstream>
 #include <functional>
 #include <map>
 #include <string>
+#include <thread>
 
 using testfiles::TempDir;
 using testfiles::readFile;
@@ -305,3 +309,49 @@ TEST_F(VxRecordSaveTest, VideoContainerIsRewrittenLikeARecord)
 }
 
 }  // namespace
+
+// Store compression renames a rewritten family file into place while it holds
+// the old file's lock. An append that was waiting for that lock must land in
+// the new file, not in the old one nobody reads any more.
+TEST(FamilyAppendTest, AnAppendWaitingWhileTheFileIsReplacedLandsInTheNewFile)
+{
+    std::ifstream probe("/proc/locks");
+    if (!probe)
+        GTEST_SKIP() << "no /proc/locks to see the append waiting";
+    TempDir dir;
+    const std::string family = dir / "Telvarine.vxr";
+    const std::string dead = "99999999" + std::string(392, ' ') + "\n";
+    const std::string kept = "00000001" + std::string(392, ' ') + "\n";
+    const std::string added = "00000002" + std::string(392, ' ') + "\n";
+    testfiles::writeFile(family, dead + kept + dead);
+    fileops::FileInfo old;
+    ASSERT_EQ(fileops::infoOf(family, &old), 0);
+
+    fileops::UniqueFd holder(fileops::openFile(family, fileops::Access::ReadWrite));
+    ASSERT_EQ(fileops::lockWholeFile(holder.get()), 0);
+    bool appended = false;
+    std::uint64_t position = 0;
+    std::thread appender([&] {
+        vxsave::FamilyAppend append;
+        appended = append.open(family) && append.append(added.c_str(), &position);
+        if (appended)
+            append.keep();
+    });
+    // Wait until the kernel lists the append as blocked on the old file.
+    const std::string inode = ":" + std::to_string(old.inode) + " ";
+    for (bool waiting = false; !waiting;) {
+        std::ifstream locks("/proc/locks");
+        for (std::string line; std::getline(locks, line);)
+            waiting = waiting || (line.find("->") != std::string::npos && line.find(inode) != std::string::npos);
+        if (!waiting)
+            std::this_thread::yield();
+    }
+    testfiles::writeFile(dir / "templog.tmp", dead + kept);
+    ASSERT_EQ(fileops::renameFile(dir / "templog.tmp", family), 0);
+    holder.reset();
+    appender.join();
+
+    ASSERT_TRUE(appended);
+    EXPECT_EQ(position, 802u);
+    EXPECT_EQ(testfiles::readFile(family), dead + kept + added);
+}

@@ -1,0 +1,22 @@
+#include "audio/RecordingControls.h"
+
+#include "platform/audio/RecordingSource.h"
+
+namespace recordingcontrols {
+
+std::vector<std::string> names()
+{
+    return RecordingSource::sourceNames();
+}
+
+int current()
+{
+    return RecordingSource::currentSource();
+}
+
+bool select(int n)
+{
+    return RecordingSource::selectSource(n);
+}
+
+}  // namespace recordingcontrols

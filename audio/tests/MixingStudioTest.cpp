@@ -1,0 +1,333 @@
+// The Mixing Studio's logic over a real store of tone recordings, the real
+// converter, builder and "waveaudio" device on the virtual backend: what
+// the build holds (by length and pitch per segment), when it is rebuilt,
+// Play List, failures and the clean-up.
+#include "AudioTestSupport.h"
+#include "ScriptedPrompt.h"
+#include "StoreFixture.h"
+#include "audio/DictationRecorder.h"
+#include "audio/MixingStudio.h"
+#include "audio/MixingStudioDialog.h"
+#include "res/resource.h"
+#include "platform/CallbackWindow.h"
+#include "platform/FileOps.h"
+#include "platform/audio/WaveFormats.h"
+#include "maker/VXSAVE/VXSAVE.h"
+#include "store/RecIdAllocator.h"
+#include "store/RecordFiler.h"
+
+#include <QImage>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QSlider>
+#include <QSpinBox>
+#include <QTreeWidget>
+
+#include <cmath>
+
+namespace {
+
+using audiotest::toSamples16;
+using audiotest::waveData;
+
+std::vector<std::int16_t> sine(double freq, int rate, int channels, long ms)
+{
+    std::vector<std::int16_t> v;
+    const long frames = ms * rate / 1000;
+    for (long i = 0; i < frames; ++i)
+        for (int c = 0; c < channels; ++c)
+            v.push_back(static_cast<std::int16_t>(std::lround(12000 * std::sin(2 * M_PI * freq * i / rate))));
+    return v;
+}
+
+// A recorder stand-in whose recording is a tone.
+class ToneRecording : public RecordingSource {
+public:
+    ToneRecording(double freq, int quality, long ms) : m_freq(freq), m_quality(quality), m_ms(ms) {}
+    bool fastForward() override { return true; }
+    long lengthMs() override { return m_ms; }
+    void showDuration(const std::string&) override {}
+    bool writeWave(const std::string& path) override
+    {
+        const WAVEFORMATEX f = waveFormatForQuality(m_quality);
+        audiotest::writeWav(path, f, audiotest::samples16(sine(m_freq, static_cast<int>(f.nSamplesPerSec),
+                                                                   f.nChannels, m_ms)));
+        return true;
+    }
+
+private:
+    double m_freq;
+    int m_quality;
+    long m_ms;
+};
+
+class MixingStudioTest : public OpenStoreFixture {
+protected:
+    audiotest::TempFolder sounds;
+    std::vector<std::string> opened;   // what the recorder was opened on
+    std::vector<std::string> openedSound;
+
+    void SetUp() override
+    {
+        OpenStoreFixture::SetUp();
+        CallbackWindow::registerClass();
+        audiotest::useVirtualBackend("tone:440", sounds.file("speaker.wav"), false);
+        app.RecordingQuality = 0;
+    }
+    void TearDown() override
+    {
+        fileops::clearFaultPlan();
+        OpenStoreFixture::TearDown();
+    }
+
+    std::string fileTone(double freq, int quality, long ms)
+    {
+        const NewRecordNames names = prepareNewRecording(app);
+        RecordingToFile rec;
+        rec.recId = names.recId;
+        rec.baseName = names.baseName;
+        rec.family = 'R';
+        rec.fields = {indexlineRecId(names.recId), "0", "0", "", "tone " + std::to_string(static_cast<int>(freq)),
+                      "", "", "22/11/2026 10:00:00", "22/11/2026 10:01:00", "", "", std::to_string(quality)};
+        rec.extraText = " ";
+        ToneRecording source(freq, quality, ms);
+        RecordFiler filer(app);
+        EXPECT_EQ(filer.save(rec, source), 0);
+        return indexlineRecId(names.recId);
+    }
+
+    MixingStudio::RecorderOpener opener()
+    {
+        return [this](const std::string& wave) {
+            opened.push_back(wave);
+            const std::vector<char> bytes = audiotest::readFile(wave);
+            openedSound.emplace_back(bytes.begin(), bytes.end());
+        };
+    }
+
+    // Three tones, the last one recorded in another quality; one extract each.
+    void fillList(MixingStudio& studio)
+    {
+        const std::string a = fileTone(400, 0, 3000);
+        const std::string b = fileTone(900, 0, 3000);
+        const std::string c = fileTone(1500, 3, 3000);
+        ASSERT_EQ(studio.prepare(a), 0);
+        EXPECT_EQ(studio.prepared().lengthMs, 3000);
+        studio.addExtract(250, 1250);
+        ASSERT_EQ(studio.prepare(b), 0);
+        studio.addExtract(0, 500);
+        ASSERT_EQ(studio.prepare(c), 0);
+        studio.addExtract(2000, 3000);
+    }
+
+    static std::vector<std::int16_t> soundOf(const std::string& waveFile)
+    {
+        return toSamples16(waveData(std::vector<char>(waveFile.begin(), waveFile.end())));
+    }
+    static double pitch(const std::vector<std::int16_t>& x, std::size_t from, std::size_t to)
+    {
+        const std::vector<std::int16_t> part(x.begin() + static_cast<long>(from), x.begin() + static_cast<long>(to));
+        return audiotest::peakFrequency(part, 8000, 200, 2000, 1);
+    }
+};
+
+TEST_F(MixingStudioTest, BuildJoinsTheExtractsInOrderOpensTheRecorderOnItAndCleansUp)
+{
+    std::string folder;
+    {
+        MixingStudio studio(app, opener());
+        folder = studio.folder();
+        fillList(studio);
+        ASSERT_EQ(studio.rows().size(), 3u);
+        EXPECT_EQ(studio.rows()[2].number, "000003");
+        EXPECT_EQ(studio.rows()[0].from, "250");
+        EXPECT_EQ(studio.rows()[0].to, "1250");
+
+        EXPECT_EQ(studio.buildAndOpen(), 0);
+        EXPECT_TRUE(studio.built());
+        ASSERT_EQ(opened.size(), 1u);
+        EXPECT_EQ(opened[0], studio.buildWavePath());
+        const std::vector<std::int16_t> x = soundOf(openedSound[0]);
+        ASSERT_EQ(x.size(), 8000u + 4000u + 8000u);
+        EXPECT_NEAR(pitch(x, 400, 7600), 400, 1);
+        EXPECT_NEAR(pitch(x, 8400, 11600), 900, 1);
+        EXPECT_NEAR(pitch(x, 12400, 19600), 1500, 1);
+        EXPECT_TRUE(fileops::fileExists(folder + "/build.dat"));
+    }
+    // Closing took every working file, and so the folder.
+    EXPECT_FALSE(std::filesystem::exists(folder));
+}
+
+// What the user saves in the recorder opened on the build is a new
+// dictation holding the build's sound.
+TEST_F(MixingStudioTest, TheBuildIsFiledAsANewDictationThroughTheRecorder)
+{
+    long filedId = 0;
+    MixingStudio studio(app, [&](const std::string& wave) {
+        DictationRecorder recorder(app);
+        ASSERT_EQ(recorder.openNewFrom(wave), 0);
+        EXPECT_EQ(recorder.display().cutTo, 2250);
+        EXPECT_NE(recorder.unsavedPrompt({}), 0);  // leaving unsaved would ask
+        ASSERT_EQ(recorder.save({"joined", "", ""}), 0);
+        EXPECT_TRUE(recorder.filed());
+        filedId = recorder.recId();
+    });
+    fillList(studio);
+    studio.setTo(1, "");
+    studio.setTo(0, "2500");
+    ASSERT_EQ(studio.buildAndOpen(), 0);
+    ASSERT_NE(filedId, 0);
+    const std::string name = indexlineRecId(filedId) + ".vxz";
+    const std::string folder = root() + "/filed";
+    std::filesystem::create_directories(folder);
+    ASSERT_EQ(ExtractFile(app.DataStorePath.c_str(), name.c_str(), folder.c_str()), 0);
+    ASSERT_EQ(VXopenVXZ((folder + "/" + name).c_str(), folder.c_str()), 0);
+    std::vector<std::string> members;
+    ASSERT_EQ(VXlistMembers((folder + "/" + name).c_str(), &members), 0);
+    std::vector<char> filedWave;
+    for (const std::string& member : members)
+        if (member.size() > 4 && member.substr(member.size() - 4) == ".wav")
+            filedWave = audiotest::readFile(folder + "/" + member);
+    EXPECT_EQ(waveData(filedWave), waveData(audiotest::readFile(studio.buildWavePath())));
+    EXPECT_EQ(waveData(filedWave).size(), 2u * 18000);
+}
+
+TEST_F(MixingStudioTest, AnEmptyToEndsTheBuildAndLaterRowsAreIgnored)
+{
+    MixingStudio studio(app, opener());
+    fillList(studio);
+    studio.setTo(1, "");
+    ASSERT_EQ(studio.buildAndOpen(), 0);
+    const std::vector<std::int16_t> x = soundOf(openedSound.at(0));
+    EXPECT_EQ(x.size(), 8000u);
+    EXPECT_NEAR(pitch(x, 400, 7600), 400, 1);
+}
+
+// Counted by what the build needs: with the prepared waves gone, only a
+// build that skips BuildWavesX can still succeed.
+TEST_F(MixingStudioTest, AnUnchangedListIsNotRebuiltAndAnyEditClearsTheBuiltFlag)
+{
+    ScriptedPrompt prompt;
+    MixingStudio studio(app, opener());
+    fillList(studio);
+    ASSERT_EQ(studio.buildAndOpen(), 0);
+    for (const MixingStudio::Row& row : studio.rows())
+        ASSERT_EQ(fileops::removeFile(row.wavePath), 0);
+
+    EXPECT_EQ(studio.buildAndOpen(), 0);
+    ASSERT_EQ(opened.size(), 2u);
+    EXPECT_EQ(openedSound[1], openedSound[0]);
+
+    studio.setFrom(0, "300");
+    EXPECT_FALSE(studio.built());
+    prompt.answerMessage(IDOK);
+    EXPECT_EQ(studio.buildAndOpen(), MixingStudio::kBuildFailed);
+    ASSERT_EQ(prompt.messages().size(), 1u);
+    EXPECT_EQ(prompt.messages()[0].text,
+              "An error occurred creating the intermediate file for the build process : Error 205");
+    EXPECT_EQ(opened.size(), 2u);
+    EXPECT_FALSE(fileops::fileExists(studio.buildWavePath()));
+}
+
+TEST_F(MixingStudioTest, PlayListBuildsFromAnEmptyIntermediateFileAndGreysTheControlsWhilePlaying)
+{
+    MixingStudio studio(app, opener());
+    fillList(studio);
+    // Left over from an earlier build: Play List must not build on it.
+    writeAll(studio.buildDatPath(), std::string(3000, 'x'));
+    ASSERT_EQ(studio.togglePlayList(), 0);
+    EXPECT_TRUE(studio.playingList());
+    EXPECT_TRUE(studio.built());
+    EXPECT_EQ(readAll(studio.buildDatPath()).size(), 2u * (8000 + 4000 + 8000));
+    MixingStudio::Enabled e = studio.enabled();
+    EXPECT_FALSE(e.play || e.stop || e.extract || e.merge || e.positioning || e.cancel);
+    EXPECT_TRUE(e.playList);
+
+    ASSERT_EQ(studio.togglePlayList(), 0);
+    EXPECT_FALSE(studio.playingList());
+    e = studio.enabled();
+    EXPECT_TRUE(e.merge && e.cancel && e.extract && e.positioning);
+
+    // Played to its end, the list stops by itself.
+    ASSERT_EQ(studio.togglePlayList(), 0);
+    EXPECT_TRUE(audiotest::pumpUntil([&] { return !studio.playingList(); }, 10000));
+    EXPECT_TRUE(studio.enabled().cancel);
+    // The speaker heard the whole list.
+    EXPECT_GE(waveData(audiotest::readFile(sounds.file("speaker.wav"))).size(), 2u * 20000);
+}
+
+TEST_F(MixingStudioTest, AFullDiskGivesError205AndNoBuildIsPresented)
+{
+    ScriptedPrompt prompt;
+    MixingStudio studio(app, opener());
+    fillList(studio);
+    prompt.answerMessage(IDOK);
+    prompt.answerMessage(IDOK);
+    // Room for the first extract and part of the second.
+    fileops::setFaultPlan(fileops::FaultPlan::diskFullAfter(20000));
+    EXPECT_EQ(studio.buildAndOpen(), MixingStudio::kBuildFailed);
+    EXPECT_FALSE(studio.built());
+    EXPECT_TRUE(opened.empty());
+    EXPECT_FALSE(fileops::fileExists(studio.buildWavePath()));
+    // The disk fills while the wave is written: no wave either.
+    fileops::setFaultPlan(fileops::FaultPlan::diskFullAfter(50000));
+    EXPECT_EQ(studio.togglePlayList(), MixingStudio::kBuildFailed);
+    fileops::clearFaultPlan();
+    EXPECT_FALSE(studio.playingList());
+    EXPECT_FALSE(studio.built());
+    EXPECT_FALSE(fileops::fileExists(studio.buildWavePath()));
+    ASSERT_EQ(prompt.messages().size(), 2u);
+    EXPECT_EQ(prompt.messages()[1].flags & MB_ICONWARNING, static_cast<UINT>(MB_ICONWARNING));
+}
+
+// Dialog 140 offscreen, driven by its control numbers as a user would: a
+// recording chosen, its stretch set, extracted, the list played and stopped.
+TEST_F(MixingStudioTest, TheDialogExtractsAStretchAndGreysItselfWhileTheListPlays)
+{
+    const std::string recId = fileTone(400, 0, 3000);
+    MixingStudioDialog dialog(app, opener());
+    dialog.loadRecordings();
+    EXPECT_EQ(dialog.windowTitle(), QStringLiteral("Navo Mixing Studio"));
+    const auto find = [&](int id) {
+        QWidget* w = dialog.findChild<QWidget*>(QString::number(id));
+        EXPECT_NE(w, nullptr) << id;
+        return w;
+    };
+    for (int id : std::initializer_list<int>{IDC_STUDIO_INDEX_LIST, IDC_STUDIO_STOP, IDC_STUDIO_10139, IDC_STUDIO_10140, IDC_STUDIO_10141,
+                   IDC_STUDIO_PROGRESS, IDC_EXTRACT_FROM_TIME, IDC_EXTRACT_TO_TIME, 1})
+        find(id);
+    auto* merge = static_cast<QPushButton*>(find(IDC_STUDIO_10147));
+    EXPECT_EQ(merge->toolTip(), QStringLiteral("Pressing this button will merge the recordings in the Merge List"));
+
+    auto* recordings = static_cast<QTreeWidget*>(find(IDC_STUDIO_RECORDINGS));
+    ASSERT_EQ(recordings->topLevelItemCount(), 1);
+    EXPECT_EQ(recordings->topLevelItem(0)->text(0).toStdString(), recId);
+    emit recordings->itemClicked(recordings->topLevelItem(0), 0);
+    auto* toMsec = static_cast<QLineEdit*>(find(IDC_EXTRACT_TO_MSEC));
+    EXPECT_EQ(toMsec->text(), QStringLiteral("3000  "));
+    static_cast<QSlider*>(find(IDC_EXTRACT_FROM_SLIDER))->setValue(1);
+    static_cast<QSpinBox*>(find(IDC_EXTRACT_TO_SPIN))->setValue(2);
+    EXPECT_EQ(static_cast<QLineEdit*>(find(IDC_EXTRACT_FROM_MSEC))->text(), QStringLiteral("1000  "));
+    EXPECT_EQ(toMsec->text(), QStringLiteral("2000  "));
+    static_cast<QPushButton*>(find(IDC_STUDIO_EXTRACT))->click();
+    auto* list = static_cast<QTreeWidget*>(find(IDC_STUDIO_MERGE_LIST));
+    ASSERT_EQ(list->topLevelItemCount(), 1);
+    EXPECT_EQ(list->topLevelItem(0)->text(0), QStringLiteral("000001"));
+    EXPECT_EQ(list->topLevelItem(0)->text(3), QStringLiteral("1000"));
+    EXPECT_EQ(list->topLevelItem(0)->text(4), QStringLiteral("2000"));
+
+    auto* playList = static_cast<QPushButton*>(find(IDC_STUDIO_PLAY_LIST));
+    const QImage idleImage = playList->icon().pixmap(16).toImage();
+    playList->click();
+    EXPECT_NE(playList->icon().pixmap(16).toImage(), idleImage);
+    for (int id : std::initializer_list<int>{IDC_STUDIO_PLAY, IDC_STUDIO_STOP, IDC_STUDIO_EXTRACT, IDC_STUDIO_10147, IDC_EXTRACT_FROM_SLIDER,
+                   IDC_EXTRACT_TO_SLIDER, IDC_EXTRACT_FROM_SPIN, IDC_EXTRACT_TO_SPIN, 1})
+        EXPECT_FALSE(find(id)->isEnabled()) << id;
+    playList->click();
+    EXPECT_EQ(playList->icon().pixmap(16).toImage(), idleImage);
+    EXPECT_TRUE(find(1)->isEnabled());
+    EXPECT_TRUE(merge->isEnabled());
+    EXPECT_EQ(dialog.studio().rows().size(), 1u);
+}
+
+}  // namespace

@@ -1,0 +1,381 @@
+// Store compression on a real store with dead lines in two families: the
+// dead lines go, every live record keeps its sound, its line and an index
+// position that finds the line, search still finds it, and the store file
+// shrinks. A family file that cannot be read or rewritten is logged and
+// loses nothing. And with the store's disk failing or Navo dying at every
+// write in turn (SQLite's writes through the fault VFS, the workspace's
+// through the file seam, deaths in a forked child), the store opened
+// afterwards holds either the old family files or the new ones, never a mix,
+// and every live record with its sound at the place its index says.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <map>
+#include <mutex>
+#include <cstdlib>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "FaultVfs.h"
+#include "StoreFixture.h"
+#include "maker/Ek7Index/Ek7Index.h"
+#include "maker/ek7vxrps/ek7vxrps.h"
+#include "platform/FileOps.h"
+#include "store/ComponentFiles.h"
+#include "store/FamilyFile.h"
+#include "store/IndexLine.h"
+#include "store/IndexRepair.h"
+#include "store/RecordDeletion.h"
+#include "store/StoreCompressor.h"
+
+namespace fs = std::filesystem;
+using faultvfs::FaultVfs;
+using faultvfs::Plan;
+using faultvfs::UseFaultVfs;
+
+namespace {
+
+struct Posted {
+    UINT message;
+    WPARAM wParam;
+    LPARAM lParam;
+    bool operator==(const Posted& o) const { return message == o.message && wParam == o.wParam && lParam == o.lParam; }
+};
+
+struct SeamPlan {
+    explicit SeamPlan(const fileops::FaultPlan& plan) { fileops::setFaultPlan(plan); }
+    ~SeamPlan() { fileops::clearFaultPlan(); }
+    SeamPlan(const SeamPlan&) = delete;
+    SeamPlan& operator=(const SeamPlan&) = delete;
+};
+
+Posted status(int line, int text, int state)
+{
+    return {StoreCompressor::kMsgStatus, static_cast<WPARAM>(line), StoreCompressor::statusLParam(text, state)};
+}
+
+// The folders of the test on a memory file system when there is one: the
+// deaths and failures are the fault layers' own, and thousands of real syncs
+// would only make the test slow. Set before the fixture makes its folders.
+class OnMemoryDisk {
+protected:
+    OnMemoryDisk()
+    {
+        if (const char* old = std::getenv("TMPDIR"))
+            m_old = old;
+        if (::access("/dev/shm", W_OK) == 0)
+            ::setenv("TMPDIR", "/dev/shm", 1);
+    }
+    ~OnMemoryDisk()
+    {
+        if (m_old.empty())
+            ::unsetenv("TMPDIR");
+        else
+            ::setenv("TMPDIR", m_old.c_str(), 1);
+    }
+
+private:
+    std::string m_old;
+};
+
+}  // namespace
+
+class StoreCompressorTest : private OnMemoryDisk, public OpenStoreFixture {
+protected:
+    struct Live {
+        std::string line;
+        std::uint32_t samples;
+    };
+
+    void SetUp() override
+    {
+        OpenStoreFixture::SetUp();
+        FaultVfs::instance();
+        std::vector<long> ids;
+        for (int i = 1; i <= 6; ++i) {
+            const std::uint32_t samples = 800u * static_cast<std::uint32_t>(i);
+            ids.push_back(fileDictation("subject " + std::to_string(i), "kw" + std::to_string(i), samples));
+            ASSERT_EQ(lastResult, 0);
+            m_live[ids.back()] = {"", samples};
+        }
+        const long message = fileMessage();
+        ASSERT_EQ(deleteRecords(app, {indexlineRecId(ids[1]), indexlineRecId(ids[3]), indexlineRecId(message)}), 0);
+        m_live.erase(ids[1]);
+        m_live.erase(ids[3]);
+        for (auto& [recId, live] : m_live) {
+            live.line = family::readLine(app.TempDir, indexlineRecId(recId), 0, positionOf(app.TempDir, recId));
+            ASSERT_EQ(live.line.size(), indexline::kLineBytes);
+        }
+        m_oldDictations = readAll(app.TempDir + "/" + components::kDictation);
+        m_oldPhone = readAll(app.TempDir + "/" + components::kPhone);
+    }
+
+    long fileMessage()
+    {
+        const NewRecordNames names = prepareNewRecording(app);
+        RecordingToFile rec;
+        rec.recId = names.recId;
+        rec.baseName = names.baseName;
+        rec.waveExtension = ".vxw";
+        rec.family = 'P';
+        rec.fields = {indexlineRecId(names.recId), "2", "0", "", "Message from 555 0100"};
+        rec.extraText = " ";
+        FakeRecording source(400);
+        EXPECT_EQ(RecordFiler(app).save(rec, source), 0);
+        return names.recId;
+    }
+
+    static long positionOf(const std::string& workspace, long recId)
+    {
+        std::vector<char> record(EK7_INDEX_RECORD_MAX, '\0');
+        std::vector<char> field(EK7_INDEX_RECORD_MAX, '\0');
+        if (!Ek7IndexRead(static_cast<std::uint32_t>(recId), (workspace + "/" + components::kIndex).c_str(),
+                          record.data()))
+            return -1;
+        Ek7IndexField(3, record.data(), field.data());
+        return std::atol(field.data());
+    }
+
+    std::vector<Posted> compress()
+    {
+        std::vector<Posted> posted;
+        std::mutex mutex;
+        StoreCompressor compressor(
+            app.TempDir, app.DataStorePath, [&] { return store.save(app); },
+            [&](UINT m, WPARAM w, LPARAM l) {
+                std::lock_guard<std::mutex> lock(mutex);
+                posted.push_back({m, w, l});
+            });
+        compressor.start();
+        compressor.wait();
+        return posted;
+    }
+
+    // Opens the store as the next start does (extract into a new folder,
+    // repair the index) and checks every live record: its line at the
+    // position its index gives, its sound, and that search finds it. The
+    // family file must be the old one or, with dead lines gone, the new.
+    // Returns whether it was the new one.
+    bool checkReopened()
+    {
+        EXPECT_EQ(RPS_Check(storePath().c_str()), kRpsOk);
+        const std::string next = root() + "/next";
+        fs::remove_all(next);
+        fs::create_directories(next);
+        // Every member an opening extracts is there.
+        const std::vector<const char*>& names = components::extracted();
+        EXPECT_EQ(RPS_Get(storePath().c_str(), next.c_str(), names.data(), static_cast<int>(names.size())), kRpsOk);
+        indexrepair::reconcile(next, storePath());
+        const std::string dictations = readAll(next + "/" + components::kDictation);
+        const bool compressed = dictations != m_oldDictations;
+        if (compressed)
+            EXPECT_EQ(dictations.size(), (m_live.size() + 1) * indexline::kLineBytes);
+        // Each family file is the old one or the compressed one.
+        const std::string phone = readAll(next + "/" + components::kPhone);
+        EXPECT_TRUE(phone == m_oldPhone || phone.empty()) << phone.size();
+        for (const auto& [recId, live] : m_live) {
+            SCOPED_TRACE("record " + std::to_string(recId));
+            const long position = positionOf(next, recId);
+            EXPECT_GT(position, 0);
+            EXPECT_EQ(family::readLine(next, indexlineRecId(recId), 0, position), live.line);
+            std::vector<std::uint32_t> found;
+            EXPECT_EQ(Ek7IndexSearch((next + "/" + components::kIndex).c_str(),
+                                     ("kw" + std::to_string(live.samples / 800)).c_str(), &found),
+                      kEk7IndexOk);
+            EXPECT_EQ(found, std::vector<std::uint32_t>{static_cast<std::uint32_t>(recId)});
+            EXPECT_EQ(soundOf(recId, next), waveBytes(live.samples));
+        }
+        return compressed;
+    }
+
+    std::string soundOf(long recId, const std::string& folder)
+    {
+        const std::string recordFile = RecordFiler::recordFileName(recId);
+        if (ExtractFile(storePath().c_str(), recordFile.c_str(), folder.c_str()) != 0)
+            return "no record file";
+        const std::string local = folder + "/" + recordFile;
+        std::vector<std::string> members;
+        VXlistMembers(local.c_str(), &members);
+        for (const std::string& member : members)
+            if (member.size() > 4 && member.compare(member.size() - 4, 4, ".wav") == 0) {
+                if (ExtractFile(local.c_str(), member.c_str(), folder.c_str()) != 0)
+                    return "wave unreadable";
+                return readAll(folder + "/" + member);
+            }
+        return "no wave";
+    }
+
+    void snapshot()
+    {
+        m_files.clear();
+        m_files[storePath()] = readAll(storePath());
+        for (const auto& entry : fs::directory_iterator(app.TempDir))
+            if (entry.is_regular_file())
+                m_files[entry.path().string()] = readAll(entry.path().string());
+    }
+
+    void restore()
+    {
+        for (const auto& entry : fs::directory_iterator(app.TempDir))
+            if (m_files.count(entry.path().string()) == 0)
+                fs::remove_all(entry.path());
+        for (const auto& [path, bytes] : m_files)
+            if (readAll(path) != bytes)
+                writeAll(path, bytes);
+    }
+
+    std::map<long, Live> m_live;
+    std::string m_oldDictations;
+    std::string m_oldPhone;
+    std::map<std::string, std::string> m_files;
+};
+
+TEST_F(StoreCompressorTest, DeadLinesGoAndEveryLiveRecordKeepsItsSoundPlaceAndSearch)
+{
+    _RPS_Info_4 before{};
+    ASSERT_EQ(RPS_Info(storePath().c_str(), &before), kRpsOk);
+    ASSERT_GT(before.reclaimable, 0u);
+
+    const std::vector<Posted> posted = compress();
+    using C = StoreCompressor;
+    const std::vector<Posted> expected = {
+        status(1, C::kTextMessageFolder, C::kInProgress), status(1, C::kTextMeetingFolder, C::kInProgress),
+        status(1, C::kTextPhoneFolder, C::kInProgress),   status(1, C::kTextDiaryFolder, C::kInProgress),
+        status(1, C::kTextComponentsDone, C::kDone),      status(2, C::kTextRemovingSpace, C::kInProgress),
+        status(2, C::kTextSpaceRemoved, C::kDone),        {C::kMsgFinished, 0, 0}};
+    EXPECT_EQ(posted, expected);
+
+    // The workspace: a dead first line, then the live lines in their order;
+    // the phone family held only dead lines and is empty.
+    const std::string dictations = readAll(app.TempDir + "/" + components::kDictation);
+    std::string wanted = dictations.substr(0, indexline::kLineBytes);
+    EXPECT_EQ(wanted.compare(0, 8, indexline::kDeletedRecId), 0);
+    for (const auto& [recId, live] : m_live)
+        wanted += live.line;
+    EXPECT_EQ(dictations, wanted);
+    EXPECT_EQ(readAll(app.TempDir + "/" + components::kPhone), "");
+    EXPECT_FALSE(fs::exists(app.TempDir + "/" + storecompress::kTempName));
+    long expectedPosition = static_cast<long>(indexline::kLineBytes);
+    for (const auto& entry : m_live) {
+        EXPECT_EQ(positionOf(app.TempDir, entry.first), expectedPosition);
+        expectedPosition += static_cast<long>(indexline::kLineBytes);
+    }
+
+    EXPECT_TRUE(checkReopened());
+    _RPS_Info_4 after{};
+    ASSERT_EQ(RPS_Info(storePath().c_str(), &after), kRpsOk);
+    EXPECT_LT(after.size, before.size);
+    EXPECT_EQ(after.reclaimable, 0u);
+
+    // Filing goes on after it, behind the last live line.
+    fileDictation("after", "kwafter");
+    ASSERT_EQ(lastResult, 0);
+    EXPECT_EQ(lastPosition, static_cast<long>((m_live.size() + 1) * indexline::kLineBytes));
+}
+
+TEST_F(StoreCompressorTest, FamilyFilesThatCannotBeReadOrRewrittenAreLoggedAndLoseNothing)
+{
+    const std::string index = readAll(app.TempDir + "/" + components::kIndex);
+    // 126: the work file cannot be made.
+    fs::create_directory(app.TempDir + "/" + storecompress::kTempName);
+    EXPECT_EQ(storecompress::compressFamilyFile(app.TempDir, app.DataStorePath, components::kDictation),
+              storecompress::kNoTemporaryFile);
+    EXPECT_EQ(readAll(app.TempDir + "/" + components::kDictation), m_oldDictations);
+    EXPECT_EQ(readAll(app.TempDir + "/" + components::kIndex), index);
+    fs::remove(app.TempDir + "/" + storecompress::kTempName);
+
+    // 112: the meeting family is gone; the other three compress.
+    fs::remove(app.TempDir + "/" + components::kMeeting);
+    EXPECT_EQ(storecompress::compressFamilyFile(app.TempDir, app.DataStorePath, components::kMeeting),
+              storecompress::kCannotReadFamily);
+    const std::vector<Posted> posted = compress();
+    using C = StoreCompressor;
+    ASSERT_EQ(posted.size(), 9u);
+    EXPECT_EQ(posted[2], (Posted{C::kMsgErrorRow, 2, 0}));
+    EXPECT_STREQ(C::errorRowText(2), "Error compressing Meetings folder");
+    EXPECT_EQ(posted[5], status(1, C::kTextComponentsFailed, C::kDoneWithErrors));
+    EXPECT_EQ(posted[7], status(2, C::kTextSpaceRemoved, C::kDone));
+    EXPECT_TRUE(checkReopened());
+}
+
+TEST_F(StoreCompressorTest, AFaultOrDeathAtEveryWriteLeavesEveryLiveRecord)
+{
+    snapshot();
+    int writes = 0;
+    int syncs = 0;
+    fileops::FaultCounts seam;
+    {
+        UseFaultVfs vfs(Plan{});
+        SeamPlan counting{fileops::FaultPlan{}};
+        compress();
+        writes = FaultVfs::instance().writes();
+        syncs = FaultVfs::instance().syncs();
+        seam = fileops::faultCounts();
+    }
+    ASSERT_TRUE(checkReopened());
+    ASSERT_GT(writes, 0);
+    ASSERT_GT(seam.writes, 0);
+
+    int oldStates = 0;
+    int newStates = 0;
+    auto attempt = [&](const Plan& plan, const fileops::FaultPlan& seamPlan, const std::string& what) {
+        SCOPED_TRACE(what);
+        restore();
+        {
+            UseFaultVfs vfs(plan);
+            SeamPlan faults(seamPlan);
+            const std::vector<Posted> posted = compress();
+            // The worker always reaches its end and lets the dialog close.
+            ASSERT_FALSE(posted.empty());
+            EXPECT_EQ(posted.back().message, StoreCompressor::kMsgFinished);
+        }
+        (checkReopened() ? newStates : oldStates)++;
+    };
+    for (int n = 1; n <= writes; ++n) {
+        Plan die;
+        die.crashAtWrite = n;
+        attempt(die, {}, "death at store write " + std::to_string(n));
+        // A full disk ends the same transactions a death does, and the
+        // store library's own tests fail every write of each; here every
+        // seventh is enough to meet the put, the vacuum and the save.
+        if (n % 7 == 1) {
+            Plan full;
+            full.failWriteAt = n;
+            full.writeError = SQLITE_FULL;
+            full.sticky = true;
+            attempt(full, {}, "disk full from store write " + std::to_string(n));
+        }
+    }
+    for (int n = 1; n <= syncs; ++n) {
+        Plan die;
+        die.crashAtSync = n;
+        attempt(die, {}, "death at store sync " + std::to_string(n));
+    }
+    for (int n = 1; n <= seam.writes; ++n) {
+        fileops::FaultPlan full;
+        full.failWriteAt = n;
+        full.sticky = true;
+        attempt({}, full, "workspace disk full from write " + std::to_string(n));
+    }
+    for (int n = 1; n <= seam.steps; ++n) {
+        SCOPED_TRACE("death at workspace step " + std::to_string(n));
+        restore();
+        const pid_t child = ::fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            fileops::FaultPlan die;
+            die.dieAt = n;
+            fileops::setFaultPlan(die);
+            compress();
+            ::_exit(0);
+        }
+        int status = 0;
+        ASSERT_EQ(::waitpid(child, &status, 0), child);
+        ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == fileops::kDiedExitCode) << "status " << status;
+        (checkReopened() ? newStates : oldStates)++;
+    }
+    // Both outcomes were met: the faults fell before and after the store
+    // took the new files.
+    EXPECT_GT(oldStates, 0);
+    EXPECT_GT(newStates, 0);
+}
