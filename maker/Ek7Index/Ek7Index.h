@@ -3,10 +3,12 @@
 //
 // One entry per RecID: record type, start time, the position of the record's
 // line in its family file, keywords, extra text and the record's index line;
-// full-text search over keywords, extra text and subject (field 5 of the
-// line). Every call opens the file, does its work in one transaction and
-// closes it again, because other code replaces the workspace copy between
-// calls. A 0-byte file is a new, empty index; the first change writes its
+// full-text search over keywords, extra text, subject (field 5 of the line),
+// the caller's name and number and the mark comments of the line. Every call
+// opens the file, does its work in one transaction and closes it again,
+// because other code replaces the workspace copy between calls; only
+// Ek7IndexFind keeps its reading connection between calls, for as long as
+// the file stays the same one (size and time of change). A 0-byte file is a new, empty index; the first change writes its
 // tables. A file that is not an index is reported and never changed.
 //
 // Text is Windows-1252 bytes, as everywhere in the program.
