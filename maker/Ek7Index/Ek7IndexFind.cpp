@@ -10,6 +10,7 @@
 #include <sqlite3.h>
 
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <new>
@@ -120,7 +121,40 @@ struct Reader {
     std::string path;
     std::uintmax_t size = 0;
     fs::file_time_type changed;
+    // Statements prepared on db, by their text; finalized before db closes.
+    std::map<std::string, std::unique_ptr<Statement>> statements;
     std::unique_ptr<IndexDatabase> db;
+
+    void close()
+    {
+        statements.clear();
+        db.reset();
+    }
+};
+
+// A kept statement for one use: reset when the use ends, so that no read
+// transaction outlives the call and holds up a writer.
+class Lease {
+public:
+    Lease(Reader& reader, const std::string& sql)
+    {
+        std::unique_ptr<Statement>& kept = reader.statements[sql];
+        if (!kept || kept->prepareResult() != SQLITE_OK)
+            kept = std::make_unique<Statement>(reader.db->handle(), sql.c_str());
+        m_statement = kept.get();
+    }
+    ~Lease()
+    {
+        if (m_statement->prepareResult() == SQLITE_OK)
+            m_statement->reset();
+    }
+    Lease(const Lease&) = delete;
+    Lease& operator=(const Lease&) = delete;
+    Statement& operator*() const { return *m_statement; }
+    Statement* operator->() const { return m_statement; }
+
+private:
+    Statement* m_statement = nullptr;
 };
 
 Reader& cachedReader()
@@ -147,7 +181,7 @@ int find(const char* path, const Ek7IndexQuery& query, std::vector<Ek7IndexHit>*
     const auto changed = error ? fs::file_time_type() : fs::last_write_time(path, error);
     const bool same = !error && reader.db && reader.path == path && reader.size == size && reader.changed == changed;
     if (!same) {
-        reader.db.reset();
+        reader.close();
         auto db = std::make_unique<IndexDatabase>();
         bool empty = false;
         int code = db->open(path, IndexDatabase::Access::Read);
@@ -176,7 +210,7 @@ int find(const char* path, const Ek7IndexQuery& query, std::vector<Ek7IndexHit>*
         ~Drop()
         {
             if (reader.path.empty())
-                reader.db.reset();
+                reader.close();
         }
     } drop{reader};
 
@@ -209,14 +243,14 @@ int find(const char* path, const Ek7IndexQuery& query, std::vector<Ek7IndexHit>*
     std::uint64_t matches = 0;
     bool counted = false;
     if (wordsAlone && relevance && query.rankLimit != 0) {
-        Statement count(db->handle(), "SELECT count(*) FROM entry_search WHERE entry_search MATCH ?1");
-        if (count.prepareResult() != SQLITE_OK)
-            return codeForSqlite(count.prepareResult());
-        count.bindText(1, match);
-        const int rc = count.step();
+        Lease count(reader, "SELECT count(*) FROM entry_search WHERE entry_search MATCH ?1");
+        if (count->prepareResult() != SQLITE_OK)
+            return codeForSqlite(count->prepareResult());
+        count->bindText(1, match);
+        const int rc = count->step();
         if (rc != SQLITE_ROW)
             return codeForSqlite(rc);
-        matches = static_cast<std::uint64_t>(count.columnInt64(0));
+        matches = static_cast<std::uint64_t>(count->columnInt64(0));
         counted = true;
     }
     const bool tooMany = counted && matches > query.rankLimit;
@@ -248,16 +282,19 @@ int find(const char* path, const Ek7IndexQuery& query, std::vector<Ek7IndexHit>*
         if (query.to != 0)
             statement.bindInt64(3, query.to);
     };
-    Statement select(db->handle(), sql.c_str());
-    if (select.prepareResult() != SQLITE_OK)
-        return codeForSqlite(select.prepareResult());
-    bind(select);
+    // The statements differ by the narrowing and the page only: a handful.
+    if (reader.statements.size() > 64)
+        reader.statements.clear();
+    Lease select(reader, sql);
+    if (select->prepareResult() != SQLITE_OK)
+        return codeForSqlite(select->prepareResult());
+    bind(*select);
     int rc;
-    while ((rc = select.step()) == SQLITE_ROW) {
+    while ((rc = select->step()) == SQLITE_ROW) {
         Ek7IndexHit hit;
-        hit.recId = static_cast<std::uint32_t>(select.columnInt64(0));
-        hit.recordType = ansiFromUtf8(select.columnText(1));
-        hit.line = select.columnBlob(2);
+        hit.recId = static_cast<std::uint32_t>(select->columnInt64(0));
+        hit.recordType = ansiFromUtf8(select->columnText(1));
+        hit.line = select->columnBlob(2);
         hits->push_back(std::move(hit));
     }
     if (rc != SQLITE_DONE) {
