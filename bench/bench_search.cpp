@@ -23,7 +23,7 @@
 namespace {
 
 constexpr double kTarget = 0.1;
-constexpr std::size_t kPage = 100;
+constexpr std::size_t kPage = 500;  // the rows the Search window shows
 constexpr long kClientCodes = 1000;  // each code is in one record of this many
 
 // The words a record is found by: a client code ("k417") that 1 in 1,000
