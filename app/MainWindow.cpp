@@ -25,6 +25,8 @@
 #include "app/CommandMenus.h"
 #include "app/DictationEditorDialog.h"
 #include "app/HotKeysDialog.h"
+#include "app/ListPrinting.h"
+#include "app/SearchDialog.h"
 #include "core/AppData.h"
 #include "app/OptionsDialog.h"
 #include "core/ProfileValues.h"
@@ -782,6 +784,8 @@ void MainWindow::registerCommands()
     m_commands.add(ID_OFFLINE_MEETING, [this] { m_services.recorder->offlineMeeting(m_app, this); },
                    [this] { return m_services.recorder && m_services.recorder->hasOfflineMeeting(); });
     m_commands.add(commandmenus::kInternetRepository, [this] { openInternetRepository(); });
+    m_commands.add(ID_TB_SEARCH, [this] { openSearch(); });
+    m_commands.add(ID_RECORD_PRINT, [this] { printList(); });
     HelpPages::registerCommands(m_commands);
     registerPhoneCommands();
 }
@@ -826,6 +830,24 @@ void MainWindow::diaryChanged()
 {
     if (m_app.DiaryMonitorRunning && m_services.diary)
         m_services.diary->storeChanged(m_app);
+}
+
+void MainWindow::openSearch()
+{
+    SearchDialog dialog(m_app, m_services.store, this);
+    dialog.exec();
+    // Records deleted from the results leave the list too.
+    if (recordlists::specFor(m_app.CurrentListType) != nullptr)
+        fillList(m_app.CurrentListType);
+}
+
+void MainWindow::printList()
+{
+    const recordlists::ListSpec* spec = recordlists::specFor(m_app.CurrentListType);
+    if (spec == nullptr)
+        return;
+    listprinting::preview(this, listprinting::describe(m_app, *m_model, *m_ui->IDC_RECORD_LIST,
+                                                       QString::fromLatin1(spec->heading)));
 }
 
 void MainWindow::afterStoreCommand()

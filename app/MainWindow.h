@@ -93,6 +93,10 @@ public:
     // (HelpPages::open, kept under this name for main()).
     static bool openHelpPage(const std::string& page) { return HelpPages::open(page); }
     void openInternetRepository();
+    // Search (8020): the Search window over the open store.
+    void openSearch();
+    // Print (2120): the list shown, through the print preview.
+    void printList();
 
     QSize rememberedClientSize() const { return m_clientSize; }
 

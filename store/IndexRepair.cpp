@@ -124,6 +124,10 @@ Result reconcile(const std::string& workspace, const std::string& storePath)
     if (!lines.empty())
         result.highestRecId = lines.back().recId;
     std::vector<std::uint32_t> indexed;
+    // An index from an older Navo gets what search needs (names, marks,
+    // dates) derived from its entries before anything else reads it.
+    if (Ek7IndexUpgrade(index.c_str()) != kEk7IndexOk)
+        OutputDebugString("The index could not be brought up to date\n");
     if (Ek7IndexRecIds(index.c_str(), &indexed) != kEk7IndexOk) {
         // Missing, damaged or not an index: not this code's to rebuild.
         result.code = Ek7IndexLastError();

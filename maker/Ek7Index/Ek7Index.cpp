@@ -3,6 +3,7 @@
 // calls (Add, Del, Upd, SFS, Read, Field); the listing calls.
 #include "maker/Ek7Index/Ek7Index.h"
 
+#include "maker/Ek7Index/internal/DerivedFields.h"
 #include "maker/Ek7Index/internal/IndexDatabase.h"
 #include "maker/SqliteKit/Sqlite.h"
 #include "maker/ZOLO/ZOLOREP1.h"
@@ -32,6 +33,17 @@ int remember(int code)
     t_lastError = code;
     return code;
 }
+
+}  // namespace
+
+namespace ek7index {
+int rememberCode(int code)
+{
+    return remember(code);
+}
+}  // namespace ek7index
+
+namespace {
 
 // Runs the body of a call, turning any exception into a code: nothing may
 // leave the library as an exception.
@@ -92,6 +104,7 @@ struct StoredText {
     std::string extraText;
     std::string line;
     std::string subject;
+    DerivedFields derived;  // type and start where given, the rest where a line is
 };
 
 bool validRecId(std::uint32_t recId)
@@ -132,6 +145,14 @@ int prepareText(const Ek7IndexEntry& entry, StoredText* out)
         out->line = entry.line;
         out->subject = utf8FromAnsi(subjectOf(out->line));
     }
+    // Without a type the line's own (field 2) decides which texts are names.
+    std::string lineType;
+    if (!out->hasType && out->hasLine) {
+        lineType.assign(out->line.size() + 1, '\0');
+        lineType.resize(static_cast<std::size_t>(word_find(out->line.c_str(), &lineType[0], 2)));
+    }
+    out->derived = deriveFields(out->hasType ? entry.recordType : lineType,
+                                out->hasStartTime ? entry.startTime : "", out->line);
     return kEk7IndexOk;
 }
 
@@ -162,6 +183,8 @@ public:
         code = m_db.check(&empty);
         if (code == kEk7IndexOk && empty)
             code = m_db.createSchema();
+        else if (code == kEk7IndexOk && m_db.needsUpgrade())
+            code = m_db.upgrade();
         return code;
     }
 
@@ -204,7 +227,31 @@ int prepareCode(const Statement& statement)
 
 const char* const kInsertSql =
     "INSERT INTO entry(rec_id, record_type, start_time, line_position, reserved,"
-    " keywords, extra_text, subject, line) VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9)";
+    " keywords, extra_text, subject, line, type_code, start_key, new_message, names, marks)"
+    " VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10, ?11, ?12, ?13, ?14)";
+
+// Binds the derived columns at first..first+4: type code and start key
+// where the entry gives them, the line's texts where it gives a line; NULL
+// keeps the stored value in the update statements.
+void bindDerived(Statement& statement, int first, const StoredText& text)
+{
+    if (text.hasType)
+        statement.bindInt64(first, text.derived.typeCode);
+    else
+        statement.bindNull(first);
+    if (text.hasStartTime)
+        statement.bindInt64(first + 1, text.derived.startKey);
+    else
+        statement.bindNull(first + 1);
+    if (text.hasLine) {
+        statement.bindInt64(first + 2, text.derived.newMessage ? 1 : 0);
+        statement.bindText(first + 3, text.derived.names);
+        statement.bindText(first + 4, text.derived.marks);
+    } else {
+        for (int i = 2; i < 5; ++i)
+            statement.bindNull(first + i);
+    }
+}
 
 int insertEntry(Statement& insert, const Ek7IndexEntry& entry)
 {
@@ -230,6 +277,12 @@ int insertEntry(Statement& insert, const Ek7IndexEntry& entry)
         insert.bindBlob(9, text.line);
     else
         insert.bindNull(9);
+    bindDerived(insert, 10, text);
+    if (!text.hasLine) {
+        insert.bindInt64(12, 0);
+        insert.bindText(13, std::string());
+        insert.bindText(14, std::string());
+    }
     const int rc = insert.step();
     if ((rc & 0xFF) == SQLITE_CONSTRAINT)
         return kEk7IndexExists;
@@ -290,7 +343,10 @@ const char* const kUpdateSql =
     "UPDATE entry SET record_type = coalesce(?2, record_type),"
     " start_time = coalesce(?3, start_time), line_position = ?4, reserved = ?5,"
     " keywords = coalesce(?6, keywords), extra_text = coalesce(?7, extra_text),"
-    " subject = coalesce(?8, subject), line = coalesce(?9, line)"
+    " subject = coalesce(?8, subject), line = coalesce(?9, line),"
+    " type_code = coalesce(?10, type_code), start_key = coalesce(?11, start_key),"
+    " new_message = coalesce(?12, new_message), names = coalesce(?13, names),"
+    " marks = coalesce(?14, marks)"
     " WHERE rec_id = ?1";
 
 int updateOne(sqlite3* db, Statement& update, const Ek7IndexEntry& entry)
@@ -314,6 +370,7 @@ int updateOne(sqlite3* db, Statement& update, const Ek7IndexEntry& entry)
         update.bindBlob(9, text.line);
     else
         update.bindNull(9);
+    bindDerived(update, 10, text);
     code = runToEnd(update);
     if (code == kEk7IndexOk && sqlite3_changes(db) == 0)
         code = kEk7IndexNotFound;
@@ -359,7 +416,7 @@ int storeSearchFields(const Ek7IndexEntry* entry)
     if (code != kEk7IndexOk)
         return code;
 
-    Statement current(writer.db(), "SELECT subject, line FROM entry WHERE rec_id = ?1");
+    Statement current(writer.db(), "SELECT subject, line, record_type, start_time FROM entry WHERE rec_id = ?1");
     code = prepareCode(current);
     if (code != kEk7IndexOk)
         return code;
@@ -373,6 +430,8 @@ int storeSearchFields(const Ek7IndexEntry* entry)
         text.hasLine = true;  // the subject again from the stored line
         text.subject = utf8FromAnsi(subjectOf(current.columnBlob(1)));
         text.line = current.columnBlob(1);
+        text.derived = deriveFields(ansiFromUtf8(current.columnText(2)), ansiFromUtf8(current.columnText(3)),
+                                    text.line);
     }
 
     // The change itself (the trigger renews the search row if the text
@@ -380,14 +439,15 @@ int storeSearchFields(const Ek7IndexEntry* entry)
     Statement update(writer.db(),
                      "UPDATE entry SET keywords = coalesce(?2, keywords),"
                      " extra_text = coalesce(?3, extra_text), subject = coalesce(?4, subject),"
-                     " line = coalesce(?5, line) WHERE rec_id = ?1");
+                     " line = coalesce(?5, line), new_message = coalesce(?6, new_message),"
+                     " names = coalesce(?7, names), marks = coalesce(?8, marks) WHERE rec_id = ?1");
     Statement renew(writer.db(),
-                    "INSERT INTO entry_search(entry_search, rowid, keywords, extra_text, subject)"
-                    " SELECT 'delete', rec_id, keywords, extra_text, subject FROM entry"
+                    "INSERT INTO entry_search(entry_search, rowid, keywords, extra_text, subject, names, marks)"
+                    " SELECT 'delete', rec_id, keywords, extra_text, subject, names, marks FROM entry"
                     " WHERE rec_id = ?1");
     Statement reinsert(writer.db(),
-                       "INSERT INTO entry_search(rowid, keywords, extra_text, subject)"
-                       " SELECT rec_id, keywords, extra_text, subject FROM entry"
+                       "INSERT INTO entry_search(rowid, keywords, extra_text, subject, names, marks)"
+                       " SELECT rec_id, keywords, extra_text, subject, names, marks FROM entry"
                        " WHERE rec_id = ?1");
     code = prepareCode(update);
     if (code == kEk7IndexOk)
@@ -400,10 +460,15 @@ int storeSearchFields(const Ek7IndexEntry* entry)
     bindOptional(update, 2, text.hasKeywords, text.keywords);
     bindOptional(update, 3, text.hasExtraText, text.extraText);
     bindOptional(update, 4, text.hasLine, text.subject);
-    if (text.hasLine)
+    if (text.hasLine) {
         update.bindBlob(5, text.line);
-    else
-        update.bindNull(5);
+        update.bindInt64(6, text.derived.newMessage ? 1 : 0);
+        update.bindText(7, text.derived.names);
+        update.bindText(8, text.derived.marks);
+    } else {
+        for (int i = 5; i <= 8; ++i)
+            update.bindNull(i);
+    }
     renew.bindInt64(1, entry->recId);
     reinsert.bindInt64(1, entry->recId);
     code = runToEnd(update);

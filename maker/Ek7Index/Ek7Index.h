@@ -3,10 +3,12 @@
 //
 // One entry per RecID: record type, start time, the position of the record's
 // line in its family file, keywords, extra text and the record's index line;
-// full-text search over keywords, extra text and subject (field 5 of the
-// line). Every call opens the file, does its work in one transaction and
-// closes it again, because other code replaces the workspace copy between
-// calls. A 0-byte file is a new, empty index; the first change writes its
+// full-text search over keywords, extra text, subject (field 5 of the line),
+// the caller's name and number and the mark comments of the line. Every call
+// opens the file, does its work in one transaction and closes it again,
+// because other code replaces the workspace copy between calls; only
+// Ek7IndexFind keeps its reading connection between calls, for as long as
+// the file stays the same one (size and time of change). A 0-byte file is a new, empty index; the first change writes its
 // tables. A file that is not an index is reported and never changed.
 //
 // Text is Windows-1252 bytes, as everywhere in the program.
@@ -148,3 +150,52 @@ int Ek7IndexCreate(const char* indexPath);
 // The reason the last failed call on this thread failed (kEk7IndexOk after a
 // success).
 int Ek7IndexLastError();
+
+// ---- Finding records (Ek7IndexFind.cpp) ----------------------------------
+
+// Record families a search narrows to; a mask of these, 0 for all.
+enum Ek7IndexFamily : unsigned {
+    kEk7FamilyDictation = 1u << 0,    // types 0 and 5
+    kEk7FamilyMeeting = 1u << 1,      // 1
+    kEk7FamilyPhone = 1u << 2,        // 2 and 3
+    kEk7FamilyDiary = 1u << 3,        // 4
+    kEk7FamilyTranslation = 1u << 4,  // 10 to 16
+    kEk7FamilyVideo = 1u << 5,        // 9
+};
+
+struct Ek7IndexQuery {
+    // The user's words, each matched as the start of a word (so a word being
+    // typed already finds); every word must match somewhere in keywords,
+    // comments, subject, caller name or number, or mark comments. Empty or
+    // null: no narrowing by words.
+    const char* words = nullptr;
+    unsigned families = 0;
+    // Start times, as yyyymmddhhmmss, both ends included; 0 leaves an end open.
+    std::int64_t from = 0;
+    std::int64_t to = 0;
+    bool newMessagesOnly = false;
+    enum Order { Relevance, Newest } order = Relevance;  // without words, relevance is newest first
+    std::size_t offset = 0;
+    std::size_t limit = 100;  // 0: every match
+    // Words alone matching more records than this come newest first even
+    // when relevance is asked for: ranking them all would cost more than it
+    // tells. 0: always rank.
+    std::size_t rankLimit = 5000;
+};
+
+struct Ek7IndexHit {
+    std::uint32_t recId = 0;
+    std::string recordType;
+    std::string line;  // the record's index line, "" when none was stored
+};
+
+// The page of matches the query asks for and, when total is not null, how
+// many there are in all. An index of an older format is brought up to date
+// first (so the file must be writable then).
+int Ek7IndexFind(const char* indexPath, const Ek7IndexQuery& query, std::vector<Ek7IndexHit>* hits,
+                 std::uint64_t* total);
+
+// Brings an existing index of an older format up to date (derived columns
+// and search rows rebuilt from the entries); an up-to-date or empty one is
+// left as it is. Never creates a file.
+int Ek7IndexUpgrade(const char* indexPath);

@@ -184,6 +184,18 @@ protected:
                                      ("kw" + std::to_string(live.samples / 800)).c_str(), &found),
                       kEk7IndexOk);
             EXPECT_EQ(found, std::vector<std::uint32_t>{static_cast<std::uint32_t>(recId)});
+            // The Search window's narrowing too: type and date kept.
+            const std::string words = "kw" + std::to_string(live.samples / 800);
+            Ek7IndexQuery query;
+            query.words = words.c_str();
+            query.families = kEk7FamilyDictation;
+            query.from = 20261122000000;
+            query.to = 20261122235959;
+            std::vector<Ek7IndexHit> hits;
+            EXPECT_EQ(Ek7IndexFind((next + "/" + components::kIndex).c_str(), query, &hits, nullptr), kEk7IndexOk);
+            EXPECT_EQ(hits.size(), 1u);
+            if (!hits.empty())
+                EXPECT_EQ(hits[0].recId, static_cast<std::uint32_t>(recId));
             EXPECT_EQ(soundOf(recId, next), waveBytes(live.samples));
         }
         return compressed;

@@ -4,7 +4,9 @@
 //
 // Tables: "entry", one row per RecID (the rowid, so listing in RecID order is
 // a walk of the table itself), and "entry_search", an FTS5 index over the
-// entry's keywords, extra text and subject with entry as its external content.
+// entry's keywords, extra text, subject, caller names and mark comments with
+// entry as its external content (format 2; format 1 lacked the last two and
+// the derived columns, and is upgraded by the first writer).
 // Triggers keep entry_search in step with every insert, delete and change of
 // those three columns, so no caller can leave the two apart.
 #pragma once
@@ -36,6 +38,12 @@ public:
     // Writes the tables into an empty file, inside the caller's transaction.
     int createSchema();
 
+    // Whether check() found an index of an older format, and bringing it up
+    // to date inside the caller's write transaction: the derived columns are
+    // added and filled, the search rows rebuilt over them.
+    bool needsUpgrade() const;
+    int upgrade();
+
     // Runs SQL that returns no rows needed; returns an Ek7Index code.
     int exec(const char* sql);
 
@@ -43,6 +51,7 @@ public:
 
 private:
     sqlite3* m_db = nullptr;
+    int m_version = 0;  // of the file, as check() found it
 };
 
 }  // namespace ek7index
