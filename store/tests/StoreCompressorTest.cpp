@@ -194,8 +194,9 @@ protected:
             std::vector<Ek7IndexHit> hits;
             EXPECT_EQ(Ek7IndexFind((next + "/" + components::kIndex).c_str(), query, &hits, nullptr), kEk7IndexOk);
             EXPECT_EQ(hits.size(), 1u);
-            if (!hits.empty())
+            if (!hits.empty()) {
                 EXPECT_EQ(hits[0].recId, static_cast<std::uint32_t>(recId));
+            }
             EXPECT_EQ(soundOf(recId, next), waveBytes(live.samples));
         }
         return compressed;

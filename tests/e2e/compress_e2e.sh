@@ -4,6 +4,9 @@
 # that the dialog stays up long enough for a screenshot of it; afterwards the
 # store is checked: every record still there, the dead ones gone, smaller.
 #   compress_e2e.sh <navo> <navo-demo-store> <navo-store> <folder for screenshots>
+# Run by hand for the screenshot: it drives the menu by key presses with
+# pauses, which a loaded machine can outrun, so it is not part of CTest. The
+# same path runs offscreen in MainWindowListTest.
 set -euo pipefail
 navo=$1
 demo=$2
