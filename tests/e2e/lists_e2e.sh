@@ -11,7 +11,11 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 mkdir -p "$shots" "$work/tmp"
 cp "$navo" "$work/navo"
-fail() { echo "FAIL: $*" >&2; exit 1; }
+fail() {
+    echo "FAIL: $*" >&2
+    [ -f "$work/trace.txt" ] && tail -20 "$work/trace.txt" >&2
+    exit 1
+}
 
 "$demo" "$work" 300 || fail "could not build the demonstration store"
 

@@ -13,7 +13,11 @@ mkdir -p "$shots"
 cp "$navo" "$work/navo"
 user=$(id -un)
 
-fail() { echo "FAIL: $*" >&2; exit 1; }
+fail() {
+    echo "FAIL: $*" >&2
+    [ -f "$work/trace.txt" ] && tail -20 "$work/trace.txt" >&2
+    exit 1
+}
 
 export DISPLAY_SHOTS=$shots
 # The line module built beside navo, with only a test line of this run's own.
