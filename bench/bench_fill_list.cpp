@@ -25,8 +25,8 @@ constexpr int kScreenRows = 40;
 
 int body(int argc, char** argv)
 {
-    const long records = static_cast<long>(bench::option(argc, argv, "--records", 100000));
-    const int repeats = static_cast<int>(bench::option(argc, argv, "--repeats", 5));
+    const long records = static_cast<long>(bench::option(argc, argv, "records", 100000));
+    const int repeats = static_cast<int>(bench::option(argc, argv, "repeats", 5));
     const std::string where = bench::textOption(argc, argv, "--dir", QDir::tempPath().toStdString());
     QTemporaryDir dir(QString::fromStdString(where + "/navo-bench-XXXXXX"));
     if (!dir.isValid())

@@ -86,8 +86,8 @@ Timed measure(const std::string& index, const std::string& texts, const std::str
 
 int body(int argc, char** argv)
 {
-    const long records = static_cast<long>(bench::option(argc, argv, "--records", 100000));
-    const int repeats = static_cast<int>(bench::option(argc, argv, "--repeats", 7));
+    const long records = static_cast<long>(bench::option(argc, argv, "records", 100000));
+    const int repeats = static_cast<int>(bench::option(argc, argv, "repeats", 7));
     const std::string where = bench::textOption(argc, argv, "--dir", QDir::tempPath().toStdString());
     QTemporaryDir dir(QString::fromStdString(where + "/navo-bench-XXXXXX"));
     if (!dir.isValid())
