@@ -17,6 +17,7 @@
 #include <unistd.h>
 
 #include "FaultVfs.h"
+#include "FaultSeam.h"
 #include "StoreFixture.h"
 #include "maker/Ek7Index/Ek7Index.h"
 #include "maker/ek7vxrps/ek7vxrps.h"
@@ -40,13 +41,6 @@ struct Posted {
     WPARAM wParam;
     LPARAM lParam;
     bool operator==(const Posted& o) const { return message == o.message && wParam == o.wParam && lParam == o.lParam; }
-};
-
-struct SeamPlan {
-    explicit SeamPlan(const fileops::FaultPlan& plan) { fileops::setFaultPlan(plan); }
-    ~SeamPlan() { fileops::clearFaultPlan(); }
-    SeamPlan(const SeamPlan&) = delete;
-    SeamPlan& operator=(const SeamPlan&) = delete;
 };
 
 Posted status(int line, int text, int state)
@@ -320,7 +314,7 @@ TEST_F(StoreCompressorTest, AFaultOrDeathAtEveryWriteLeavesEveryLiveRecord)
     fileops::FaultCounts seam;
     {
         UseFaultVfs vfs(Plan{});
-        SeamPlan counting{fileops::FaultPlan{}};
+        faultseam::SeamPlan counting{fileops::FaultPlan{}};
         compress();
         writes = FaultVfs::instance().writes();
         syncs = FaultVfs::instance().syncs();
@@ -337,7 +331,7 @@ TEST_F(StoreCompressorTest, AFaultOrDeathAtEveryWriteLeavesEveryLiveRecord)
         restore();
         {
             UseFaultVfs vfs(plan);
-            SeamPlan faults(seamPlan);
+            faultseam::SeamPlan faults(seamPlan);
             const std::vector<Posted> posted = compress();
             // The worker always reaches its end and lets the dialog close.
             ASSERT_FALSE(posted.empty());
@@ -374,18 +368,8 @@ TEST_F(StoreCompressorTest, AFaultOrDeathAtEveryWriteLeavesEveryLiveRecord)
     for (int n = 1; n <= seam.steps; ++n) {
         SCOPED_TRACE("death at workspace step " + std::to_string(n));
         restore();
-        const pid_t child = ::fork();
-        ASSERT_GE(child, 0);
-        if (child == 0) {
-            fileops::FaultPlan die;
-            die.dieAt = n;
-            fileops::setFaultPlan(die);
-            compress();
-            ::_exit(0);
-        }
-        int status = 0;
-        ASSERT_EQ(::waitpid(child, &status, 0), child);
-        ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == fileops::kDiedExitCode) << "status " << status;
+        const int status = faultseam::runDyingAt(n, [&] { compress(); });
+        ASSERT_TRUE(faultseam::diedAtStep(status)) << "status " << status;
         (checkReopened() ? newStates : oldStates)++;
     }
     // Both outcomes were met: the faults fell before and after the store

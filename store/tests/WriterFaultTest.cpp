@@ -18,6 +18,7 @@
 #include <unistd.h>
 
 #include "FaultVfs.h"
+#include "FaultSeam.h"
 #include "StoreFixture.h"
 #include "maker/ek7vxrps/ek7vxrps.h"
 #include "platform/FileOps.h"
@@ -51,14 +52,6 @@ struct Held {
             lined.insert(line.first);
         return filed == lined;
     }
-};
-
-// The seam's plan while alive; none after, so checks read undisturbed.
-struct SeamPlan {
-    explicit SeamPlan(const fileops::FaultPlan& plan) { fileops::setFaultPlan(plan); }
-    ~SeamPlan() { fileops::clearFaultPlan(); }
-    SeamPlan(const SeamPlan&) = delete;
-    SeamPlan& operator=(const SeamPlan&) = delete;
 };
 
 std::string describe(const Held& held)
@@ -155,7 +148,7 @@ protected:
         fileops::FaultCounts seam;
         {
             UseFaultVfs vfs(Plan{});
-            SeamPlan counting{fileops::FaultPlan{}};
+            faultseam::SeamPlan counting{fileops::FaultPlan{}};
             writer();
             writes = FaultVfs::instance().writes();
             syncs = FaultVfs::instance().syncs();
@@ -179,7 +172,7 @@ protected:
             restore();
             {
                 UseFaultVfs vfs(plan);
-                SeamPlan faults(seamPlan);
+                faultseam::SeamPlan faults(seamPlan);
                 writer();
             }
             check();
@@ -218,19 +211,9 @@ protected:
         for (int n = 1; n <= seam.steps; ++n) {
             SCOPED_TRACE("death at workspace step " + std::to_string(n));
             restore();
-            const pid_t child = ::fork();
-            ASSERT_GE(child, 0);
-            if (child == 0) {
-                fileops::FaultPlan die;
-                die.dieAt = n;
-                fileops::setFaultPlan(die);
-                writer();
-                ::_exit(0);
-            }
-            int status = 0;
-            ASSERT_EQ(::waitpid(child, &status, 0), child);
             // The same writer on the same state takes the same steps.
-            ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == fileops::kDiedExitCode) << "status " << status;
+            const int status = faultseam::runDyingAt(n, [&] { writer(); });
+            ASSERT_TRUE(faultseam::diedAtStep(status)) << "status " << status;
             check();
         }
     }
