@@ -27,12 +27,6 @@
 #include "res/resource.h"
 #include "ui_DiaryRecorderDialog.h"
 
-namespace {
-
-constexpr int kRecordingQuestion = 1;  // message code of string 628
-
-}  // namespace
-
 DiaryRecorderDialog::DiaryRecorderDialog(AppData& app, HelpOpener openHelp, QWidget* parent)
     : DiaryRecorderDialog(app, theWaveEngine(), theRecordingFlags(), std::move(openHelp), parent)
 {
@@ -175,20 +169,8 @@ void DiaryRecorderDialog::onSave()
 
 void DiaryRecorderDialog::reject()
 {
-    const DiaryRecorder::State state = m_recorder.state();
-    if (state == DiaryRecorder::State::Closed) {
-        done(m_recorder.filed() ? QDialog::Accepted : QDialog::Rejected);
-        return;
-    }
-    // Escape while recording does nothing, as the disabled Cancel button.
-    if (state != DiaryRecorder::State::Idle)
-        return;
-    if (m_recorder.recordedSomething()
-        && ShowCodedMessage(kRecordingQuestion, MB_YESNO | MB_ICONQUESTION) == IDYES) {
+    if (enginerecorderview::closeWantsSave(*this, m_recorder))
         onSave();
-        return;
-    }
-    done(QDialog::Rejected);
 }
 
 void DiaryRecorderDialog::closeEvent(QCloseEvent* event)

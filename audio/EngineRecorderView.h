@@ -5,8 +5,10 @@
 
 #include "audio/DictationRecorderDialog.h"
 #include "audio/EngineRecorder.h"
+#include "core/ShowCodedMessage.h"
 #include "platform/Codepage.h"
 
+#include <QDialog>
 #include <QFile>
 #include <QPixmap>
 #include <QTreeWidget>
@@ -60,6 +62,27 @@ void showPicture(Form& ui, const EngineRecorder& recorder)
     ui.IDC_PICTURE->setPixmap(picture.isNull() ? QPixmap()
                                                : picture.scaled(ui.IDC_PICTURE->minimumSize(), Qt::KeepAspectRatio,
                                                                 Qt::SmoothTransformation));
+}
+
+// Cancel, Escape or the window's close. A closed recorder ends the dialog;
+// a run going on keeps it open, as the disabled Cancel button does; sound
+// recorded is offered for saving (message 1, string 628). True when the
+// user wants it saved; otherwise the dialog is done or stays as it is.
+inline bool closeWantsSave(QDialog& dialog, const EngineRecorder& recorder)
+{
+    using State = EngineRecorder::State;
+    const State state = recorder.state();
+    if (state == State::Closed) {
+        dialog.done(recorder.filed() ? QDialog::Accepted : QDialog::Rejected);
+        return false;
+    }
+    if (state != State::Idle)
+        return false;
+    constexpr int kRecordingQuestion = 1;
+    if (recorder.recordedSomething() && ShowCodedMessage(kRecordingQuestion, MB_YESNO | MB_ICONQUESTION) == IDYES)
+        return true;
+    dialog.done(QDialog::Rejected);
+    return false;
 }
 
 }  // namespace enginerecorderview

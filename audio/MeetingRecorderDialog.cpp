@@ -24,7 +24,6 @@
 
 namespace {
 
-constexpr int kRecordingQuestion = 1;  // message code of string 628
 constexpr int kTickMs = 200;
 
 }  // namespace
@@ -174,18 +173,8 @@ void MeetingRecorderDialog::onSave()
 
 void MeetingRecorderDialog::reject()
 {
-    const MeetingRecorder::State state = m_recorder.state();
-    if (state == MeetingRecorder::State::Closed) {
-        done(m_recorder.filed() ? QDialog::Accepted : QDialog::Rejected);
-        return;
-    }
-    if (state != MeetingRecorder::State::Idle)
-        return;
-    if (m_recorder.recordedSomething() && ShowCodedMessage(kRecordingQuestion, MB_YESNO | MB_ICONQUESTION) == IDYES) {
+    if (enginerecorderview::closeWantsSave(*this, m_recorder))
         onSave();
-        return;
-    }
-    done(QDialog::Rejected);
 }
 
 void MeetingRecorderDialog::closeEvent(QCloseEvent* event)
