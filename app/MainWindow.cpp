@@ -35,6 +35,7 @@
 #include "app/RecordLists.h"
 #include "app/RecordTypeChooser.h"
 #include "app/TemplatesDialog.h"
+#include "app/ComponentCommands.h"
 #include "core/SettingsKeys.h"
 #include "core/ShowCodedMessage.h"
 #include "platform/Codepage.h"
@@ -781,6 +782,7 @@ void MainWindow::registerCommands()
     m_commands.add(ID_DIARY_MONITOR, [this] { toggleDiaryMonitor(); });
     m_commands.add(ID_TEMPLATES, [this] { openTemplates(); });
     m_commands.add(ID_RECORD_FROM_TEMPLATE, [this] { openTemplates(); });
+    componentcommands::registerCommands(m_commands, m_app, this);
     m_commands.add(ID_OFFLINE_MEETING, [this] { m_services.recorder->offlineMeeting(m_app, this); },
                    [this] { return m_services.recorder && m_services.recorder->hasOfflineMeeting(); });
     m_commands.add(commandmenus::kInternetRepository, [this] { openInternetRepository(); });

@@ -37,6 +37,25 @@ int MeetingRecorder::save(const MeetingEntry& entry)
     return file('M', lineFields(entry), kMarksPlace, keywords, entry.comments);
 }
 
+void MeetingRecorder::setAgenda(std::vector<std::string> items)
+{
+    m_agenda = std::move(items);
+    m_reached = 0;
+}
+
+bool MeetingRecorder::nextAgendaItem()
+{
+    if (m_reached >= m_agenda.size() || state() == State::Closed)
+        return false;
+    addMark(m_agenda[m_reached++]);
+    return true;
+}
+
+std::string MeetingRecorder::upcomingItem() const
+{
+    return m_reached < m_agenda.size() ? m_agenda[m_reached] : std::string();
+}
+
 MeetingEntry MeetingRecorder::previous(const AppData& app)
 {
     MeetingEntry last;

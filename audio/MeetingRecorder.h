@@ -28,7 +28,21 @@ public:
     // OK: 0, 110, or kKeptOpen (see EngineRecorder::file).
     int save(const MeetingEntry& entry);
 
+    // The agenda the meeting follows (its items), from the first item on.
+    void setAgenda(std::vector<std::string> items);
+    // Reaches the next agenda item: an index mark at the current position
+    // with the item's text as its comment. False when no item is left or
+    // the recorder is closed.
+    bool nextAgendaItem();
+    // The item nextAgendaItem() reaches, or "" when none is left.
+    std::string upcomingItem() const;
+    std::size_t itemsReached() const { return m_reached; }
+
     // "Prime": the subject and attendees of the last meeting filed in the
     // open store (empty when there is none).
     static MeetingEntry previous(const AppData& app);
+
+private:
+    std::vector<std::string> m_agenda;
+    std::size_t m_reached = 0;
 };

@@ -1,6 +1,7 @@
 #include "audio/MeetingRecorderDialog.h"
 
 #include <QCloseEvent>
+#include <QComboBox>
 #include <QFile>
 #include <QLabel>
 #include <QLineEdit>
@@ -19,6 +20,7 @@
 #include "platform/Codepage.h"
 #include "platform/Prompt.h"
 #include "res/ResourceIds.h"
+#include "store/MeetingAgendas.h"
 #include "ui_MeetingRecorderDialog.h"
 #include "ui_OfflineMeetingDialog.h"
 
@@ -86,6 +88,25 @@ void MeetingRecorderDialog::build(AppData& app, bool prime)
         m_recorder.addMark(toAnsi(m_ui->IDC_INDEX_COMMENT->text()));
         m_ui->IDC_INDEX_COMMENT->clear();
     });
+    // The store's agendas; choosing one starts it from its first item.
+    ui.agenda->addItem(QStringLiteral("(none)"));
+    for (const MeetingAgenda& agenda : meetingagendas::load(app)) {
+        QStringList items;
+        for (const std::string& item : agenda.items)
+            items << fromAnsi(item);
+        ui.agenda->addItem(fromAnsi(agenda.name), items);
+    }
+    connect(ui.agenda, &QComboBox::currentIndexChanged, this, [this] {
+        std::vector<std::string> items;
+        for (const QString& item : m_ui->agenda->currentData().toStringList())
+            items.push_back(toAnsi(item));
+        m_recorder.setAgenda(items);
+        refreshAgenda();
+    });
+    connect(ui.nextItemButton, &QPushButton::clicked, this, [this] {
+        m_recorder.nextAgendaItem();
+        refreshAgenda();
+    });
     connect(ui.IDC_INSERT_PICTURE, &QPushButton::clicked, this, [this] {
         FileDialogRequest request;
         request.open = true;
@@ -104,6 +125,7 @@ void MeetingRecorderDialog::build(AppData& app, bool prime)
     connect(&m_timer, &QTimer::timeout, this, &MeetingRecorderDialog::tick);
     m_timer.start(kTickMs);
     showElapsed(0);
+    refreshAgenda();
     assignControlNumbers(this);
 }
 
@@ -158,6 +180,22 @@ void MeetingRecorderDialog::refresh()
 {
     enginerecorderview::showState(*m_ui, m_recorder);
     enginerecorderview::showPicture(*m_ui, m_recorder);
+    refreshAgenda();
+}
+
+bool MeetingRecorderDialog::chooseAgenda(const QString& name)
+{
+    const int found = m_ui->agenda->findText(name);
+    if (found > 0)
+        m_ui->agenda->setCurrentIndex(found);
+    return found > 0;
+}
+
+void MeetingRecorderDialog::refreshAgenda()
+{
+    const std::string next = m_recorder.upcomingItem();
+    m_ui->nextItem->setText(fromAnsi(next));
+    m_ui->nextItemButton->setEnabled(!next.empty() && m_recorder.state() != MeetingRecorder::State::Closed);
 }
 
 void MeetingRecorderDialog::refreshMarks()

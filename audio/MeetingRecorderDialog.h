@@ -4,7 +4,9 @@
 // files a meeting record; both show the meeting's running time and cost
 // (MeetingCost), highlighted when "HighLight" is "Y". The meeting's clock
 // starts with the first PICKUP (Start for an offline meeting) and keeps
-// running through PAUSE and STOP, as a meeting does.
+// running through PAUSE and STOP, as a meeting does. A meeting can follow one
+// of the store's agendas: NEXT ITEM marks the next item where the recording
+// is (before PICKUP, at its start).
 #pragma once
 
 #include <QDialog>
@@ -48,6 +50,9 @@ public:
     MeetingRecorder& recorder() { return m_recorder; }
     MeetingEntry entry() const;
     const MeetingCost& costTimer() const { return m_cost; }
+    // Chooses an agenda by name; its items then become marks one by one
+    // (NEXT ITEM). False when the store has no agenda of that name.
+    bool chooseAgenda(const QString& name);
     // The cost timers as after elapsedMs of meeting (the timer calls it).
     void showElapsed(long long elapsedMs);
 
@@ -59,6 +64,7 @@ private:
     void build(AppData& app, bool prime);
     void refresh();
     void refreshMarks();
+    void refreshAgenda();
     void tick();
     void onPickup();
     void onSave();

@@ -66,6 +66,29 @@ int PhoneBook::add(const std::string& name, const std::string& number) const
     return file.close() == 0 ? 0 : kWriteError;
 }
 
+int PhoneBook::appendLines(const std::string& lines, std::uint64_t* end) const
+{
+    fileops::UniqueFd file(fileops::openFile(m_path, fileops::Access::ReadWriteCreate, 0644));
+    fileops::FileInfo info;
+    if (!file.valid() || fileops::infoOf(file.get(), &info) != 0)
+        return kWriteError;
+    *end = info.size;
+    const FileRangeLock lock(file.get(), info.size, info.size + lines.size());
+    if (fileops::pwriteAll(file.get(), lines.data(), lines.size(), info.size) != 0) {
+        fileops::truncateFile(file.get(), info.size);
+        return kWriteError;
+    }
+    return file.close() == 0 ? 0 : kWriteError;
+}
+
+bool PhoneBook::isLine(const char* line)
+{
+    for (std::size_t i = 0; i + 1 < kLineSize; ++i)
+        if (line[i] == '\n' || line[i] == '\0')
+            return false;
+    return line[kLineSize - 1] != '\0';
+}
+
 int PhoneBook::edit(std::uint64_t offset, const std::string& name, const std::string& number) const
 {
     fileops::UniqueFd file(fileops::openFile(m_path, fileops::Access::ReadWriteCreate, 0644));
@@ -111,18 +134,23 @@ int PhoneBook::remove(std::uint64_t offset) const
 
 std::vector<PhoneBookEntry> PhoneBook::load() const
 {
-    std::vector<PhoneBookEntry> entries;
     fileops::UniqueFd file(fileops::openFile(m_path, fileops::Access::Read));
     if (!file.valid())
-        return entries;
+        return {};
     // The 101-byte lines of the first 5000 entries, read in one go: a read
     // per line costs more than the whole list takes to show.
     std::string bytes(kMaxEntries * kLineSize, '\0');
     std::size_t got = 0;
     if (fileops::readUpTo(file.get(), bytes.data(), bytes.size(), &got) != 0)
-        return entries;
+        return {};
     bytes.resize(got);
-    entries.reserve(got / kLineSize + 1);
+    return entriesOf(bytes);
+}
+
+std::vector<PhoneBookEntry> PhoneBook::entriesOf(const std::string& bytes)
+{
+    std::vector<PhoneBookEntry> entries;
+    entries.reserve(bytes.size() / kLineSize + 1);
     char line[kLineSize + 1];
     for (std::size_t at = 0; at < bytes.size(); at += kLineSize) {
         // A torn last line still counts, as its own short read did.

@@ -54,6 +54,16 @@ public:
     // Up to kMaxEntries entries from the start; a missing file is empty.
     std::vector<PhoneBookEntry> load() const;
 
+    // The entries of a phone book's bytes, offsets counted from their start.
+    static std::vector<PhoneBookEntry> entriesOf(const std::string& bytes);
+    // Whether 101 bytes can be a line this file holds: no line feed or NUL
+    // before the last byte, and no NUL there.
+    static bool isLine(const char* line);
+    // Appends whole lines at the end in one write, under the add's lock
+    // rule (length end + their size). 0, or kWriteError with the file as it
+    // was; *end receives the offset of the first.
+    int appendLines(const std::string& lines, std::uint64_t* end) const;
+
     const std::string& path() const { return m_path; }
 
 private:

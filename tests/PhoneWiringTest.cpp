@@ -3,8 +3,8 @@
 // incoming call asks, the Phone menu's states after each command (all on
 // LineController, no window); then the main window's side of the wiring:
 // its Phone menu mirrors the controller whatever a click did, and "Use
-// dictation as greeting" takes the record menu's selection. The store is
-// real for the window.
+// dictation as greeting" takes the record menu's selection; the phone book's
+// export and import from the File menu. The store is real for the window.
 #include <QAction>
 #include <QCoreApplication>
 #include <QLabel>
@@ -14,6 +14,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <fstream>
+#include <iterator>
 
 #include "FakeServices.h"
 #include "RecordFactory.h"
@@ -29,6 +31,8 @@
 #include "store/ComponentFiles.h"
 #include "telephony/LineController.h"
 #include "telephony/PhoneBook.h"
+#include "telephony/PhoneBookImport.h"
+#include "maker/ek7vxrps/ek7vxrps.h"
 
 namespace {
 
@@ -357,3 +361,85 @@ TEST_F(PhoneWiring, RedialAndAddToPhoneBookTakeTheSelectedCall)
 }
 
 }  // namespace
+
+TEST_F(PhoneWiring, ThePhoneBookExportedThenImportedFromTheFileMenuGivesTheSameEntriesOnce)
+{
+    const std::string bookPath = components::workspacePath(app.TempDir, components::kPhoneBook);
+    const PhoneBook book(bookPath);
+    ASSERT_EQ(book.add("Ann Smith", "0800 111"), 0);
+    ASSERT_EQ(book.add("Bob", "0800 222"), 0);
+    ASSERT_EQ(book.add("Cy", "0800 333"), 0);
+    const auto pairs = [&] {
+        std::vector<std::pair<std::string, std::string>> all;
+        for (const PhoneBookEntry& e : book.load())
+            all.emplace_back(e.name, e.number);
+        return all;
+    };
+    const auto original = pairs();
+    const std::string exported = dir.filePath("book.vxb").toStdString();
+    const auto import = [&](const std::string& path, int command) {
+        ScriptedPrompt prompt;
+        prompt.answerFile(path);
+        prompt.answerMessage(IDOK);
+        window->runCommand(command);
+        return prompt.messages().at(0).text;
+    };
+    {
+        ScriptedPrompt prompt;
+        prompt.answerFile(exported);
+        window->runCommand(ID_EXPORT_PHONE_BOOK);
+        EXPECT_TRUE(prompt.messages().empty());
+        EXPECT_FALSE(prompt.fileRequests().at(0).open);
+    }
+    ASSERT_EQ(book.remove(PhoneBook::kLineSize), 0);
+    ASSERT_EQ(book.remove(PhoneBook::kLineSize), 0);
+    ASSERT_EQ(pairs().size(), 1u);
+
+    EXPECT_EQ(import(exported, ID_IMPORT_PHONE_BOOK_FILE),
+              "Phone Book imported from " + exported + ":\n2 added, 1 already here and skipped.");
+    EXPECT_EQ(pairs(), original);
+    EXPECT_EQ(import(exported, ID_IMPORT_PHONE_BOOK_FILE),
+              "Phone Book imported from " + exported + ":\n0 added, 3 already here and skipped.");
+    EXPECT_EQ(pairs(), original);
+    // In the store at once: importing the store's own book adds nothing.
+    EXPECT_EQ(import(app.DataStorePath, ID_IMPORT_PHONE_BOOK_STORE),
+              "Phone Book imported from " + app.DataStorePath + ":\n0 added, 3 already here and skipped.");
+
+    // A file that is no phone book: its name and why, and nothing changed.
+    const std::string notes = dir.filePath("notes.vxb").toStdString();
+    std::ofstream(notes) << "Ann 0800 111\nBob 0800 222\n";
+    const std::string before = [&] {
+        std::ifstream in(bookPath, std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(in), {});
+    }();
+    EXPECT_EQ(import(notes, ID_IMPORT_PHONE_BOOK_FILE),
+              "Phone Book not imported; nothing was changed.\n" + notes
+                  + ": it is not a phone book (its length is not a whole number of 101-byte lines)");
+    std::ifstream in(bookPath, std::ios::binary);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), before);
+}
+
+TEST(PhoneBookImportLimit, TheImportStopsAtFiveThousandEntriesAndSaysHowManyWereLeftOut)
+{
+    QTemporaryDir dir;
+    AppData app;
+    app.TempDir = QFile::encodeName(dir.path()).toStdString();
+    app.DataStorePath = app.TempDir + "/NAVO.vxt";
+    std::string current;
+    for (int i = 0; i < 4998; ++i)
+        current += PhoneBook::buildLine("Name" + std::to_string(i), std::to_string(i));
+    std::ofstream(components::workspacePath(app.TempDir, components::kPhoneBook), std::ios::binary) << current;
+    ASSERT_EQ(RPS_Create(app.DataStorePath.c_str()), 0);
+    std::string incoming = PhoneBook::buildLine("Name7", "7");  // already here
+    for (int i = 0; i < 4; ++i)
+        incoming += PhoneBook::buildLine("New" + std::to_string(i), "1");
+    ImportReport report;
+    std::string error;
+    ASSERT_EQ(phonebookimport::importPhoneBook(app, incoming, "in.vxb", &report, &error), 0) << error;
+    EXPECT_EQ(report.added, 2);
+    EXPECT_EQ(report.skipped, 1);
+    EXPECT_EQ(report.leftOut, 2);
+    EXPECT_EQ(PhoneBook(components::workspacePath(app.TempDir, components::kPhoneBook)).load().size(), 5000u);
+    EXPECT_NE(componentexchange::reportText(report).find("2 not imported: the phone book holds at most 5000"),
+              std::string::npos);
+}

@@ -28,6 +28,8 @@
 #include "store/DataStoreService.h"
 #include "store/IndexLine.h"
 #include "store/RecordTemplates.h"
+#include "store/MeetingAgendas.h"
+#include "audio/IndexMarks.h"
 
 #include <QCalendarWidget>
 #include <QCheckBox>
@@ -419,4 +421,52 @@ TEST_F(DiaryDialogTest, ATemplateKeptInTheStoreStartsANewDiaryEntryWithItsTexts)
     EXPECT_EQ(stored.listType, kListDiary);
     EXPECT_EQ(stored.comments, "Bring the card");
     EXPECT_FALSE(std::getline(in, line));
+}
+
+TEST_F(DiaryDialogTest, AMeetingFollowingAnAgendaMarksEachItemItReachesWhereTheRecordingIs)
+{
+    ASSERT_EQ(meetingagendas::save(app, {MeetingAgenda{"Board", {"Minutes", "Budget", "Any other business"}}}), 0);
+    window->fillList(kListMeeting);
+    long recId = 0;
+    std::string baseName;
+    bool greyedWithoutAgenda = false;
+    whenShowing<MeetingRecorderDialog>(window.get(), [&](MeetingRecorderDialog& dialog) {
+        auto* next = dialog.findChild<QPushButton*>("nextItemButton");
+        greyedWithoutAgenda = !next->isEnabled();
+        EXPECT_TRUE(dialog.chooseAgenda("Board"));
+        EXPECT_EQ(dialog.findChild<QLabel*>("nextItem")->text(), "Minutes");
+        recId = dialog.recorder().recId();
+        baseName = dialog.recorder().baseName();
+        next->click();  // before PICKUP: the start of the recording
+        auto* watch = new QTimer(&dialog);
+        QObject::connect(watch, &QTimer::timeout, [&dialog, next, watch] {
+            const long ms = dialog.recorder().lengthMs();
+            if (dialog.recorder().itemsReached() == 1 && ms >= 1100) {
+                next->click();
+            } else if (dialog.recorder().itemsReached() == 2 && ms >= 1500) {
+                watch->stop();
+                control<QPushButton>(dialog, IDC_DIARY_STOP)->click();
+                control<QPushButton>(dialog, IDC_REC_OK)->click();
+            }
+        });
+        control<QPushButton>(dialog, IDC_DIARY_PICKUP)->click();
+        watch->start(10);
+    });
+    window->runCommand(ID_TB_NEW_RECORDING);
+    ASSERT_EQ(list()->rowCount(), 1);
+    EXPECT_TRUE(greyedWithoutAgenda);
+
+    // The filed record's marks: the two items reached, each where it was.
+    const std::string folder = dir.filePath("stored-meeting").toStdString();
+    std::filesystem::create_directories(folder);
+    const std::string name = indexline::recIdText(recId) + ".vxz";
+    ASSERT_EQ(ExtractFile(app.DataStorePath.c_str(), name.c_str(), folder.c_str()), 0);
+    ASSERT_EQ(VXopenVXZ((folder + "/" + name).c_str(), folder.c_str()), 0);
+    const std::vector<IndexMark> marks = indexmarks::load(folder + "/" + baseName + indexmarks::kFileExtension);
+    ASSERT_EQ(marks.size(), 2u);
+    EXPECT_EQ(marks[0].comment, "Minutes");
+    EXPECT_EQ(marks[0].time, "00:00:00");
+    EXPECT_EQ(marks[1].comment, "Budget");
+    EXPECT_GE(marks[1].time, "00:00:01");  // reached after 1.1 s of sound
+    EXPECT_LE(marks[1].time, "00:00:02");
 }

@@ -1,0 +1,16 @@
+// The File menu's exports and imports of the phone book, templates and
+// agendas (2158, 2159, 2171; 2160-2163, 2169, 2170) and Meeting Agendas
+// (2166). Each asks for its file through the prompt, runs the store's or the
+// phone book's exchange functions, and reports: errors name the file and the
+// reason, an import ends with what it added and skipped.
+#pragma once
+
+class CommandTable;
+class QWidget;
+struct AppData;
+
+namespace componentcommands {
+
+void registerCommands(CommandTable& commands, const AppData& app, QWidget* parent);
+
+}  // namespace componentcommands
