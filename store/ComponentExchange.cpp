@@ -63,15 +63,32 @@ std::string freeName(const std::string& name, const std::vector<std::string>& na
     }
 }
 
-// Adds each incoming item not already here (equal by ==), renaming it when
-// its name is taken. T has a `name`.
+// Whether name is what freeName() makes of original: "original (n)".
+bool renamedFrom(const std::string& name, const std::string& original, std::size_t max)
+{
+    const std::size_t open = name.rfind(" (");
+    if (open == std::string::npos || name.back() != ')' || open + 3 >= name.size())
+        return false;
+    const std::string digits = name.substr(open + 2, name.size() - open - 3);
+    if (digits.find_first_not_of("0123456789") != std::string::npos)
+        return false;
+    const std::size_t suffix = name.size() - open;
+    return name.compare(0, open, original.substr(0, max - std::min(max, suffix))) == 0;
+}
+
+// Adds each incoming item not already here, renaming it when its name is
+// taken. Already here: the same content under the same name, or under the
+// name an earlier import gave it. T has a `name`.
 template <class T>
 std::vector<T> merged(std::vector<T> here, const std::vector<T>& incoming, std::size_t nameMax, ImportReport* report)
 {
     for (T item : incoming) {
         bool present = false;
-        for (const T& h : here)
-            present = present || h == item;
+        for (T h : here) {
+            const bool sameName = h.name == item.name || renamedFrom(h.name, item.name, nameMax);
+            h.name = item.name;
+            present = present || (sameName && h == item);
+        }
         if (present) {
             ++report->skipped;
             continue;

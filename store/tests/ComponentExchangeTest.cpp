@@ -3,7 +3,7 @@
 // reopen, and bad input or a refusing store leaving everything as it was.
 #include <gtest/gtest.h>
 
-#include "FaultSeam.h"
+#include "FaultVfs.h"
 #include "StoreFixture.h"
 #include "maker/ek7vxrps/ek7vxrps.h"
 #include "store/ComponentExchange.h"
@@ -21,7 +21,7 @@ RecordTemplate templateOf(const std::string& name, const std::string& subject)
     t.listType = kListMeeting;
     t.subject = subject;
     t.keywords = "weekly";
-    t.comments = "two\nlines";
+    t.comments = "Bring the minutes";
     return t;
 }
 
@@ -135,7 +135,8 @@ TEST_F(ComponentExchangeTest, TemplatesAndAgendasMergeFromAnotherStoreOnceAndSur
     EXPECT_EQ(agendas[1], (MeetingAgenda{"Board (2)", {"Hiring"}}));
     EXPECT_EQ(agendas[2], (MeetingAgenda{"Kick off", {"Scope", "Dates"}}));
 
-    // Exported and imported again, from the file or the store: nothing new.
+    // Exported and imported again, from the file or the store: nothing new,
+    // also for what came in under a new name.
     const std::string exported = root() + "/agendas.vxa";
     ASSERT_TRUE(componentexchange::exportComponent(app, components::kCounterA, exported, &error)) << error;
     EXPECT_EQ(readAll(exported), readAll(ws(components::kCounterA)));
@@ -200,9 +201,10 @@ TEST_F(ComponentExchangeTest, BadInputIsRefusedWithItsNameAndReasonAndChangesNot
     const std::string good = root() + "/good.vxc";
     writeAll(good, recordtemplates::lineOf(templateOf("New one", "x")));
     {
-        fileops::FaultPlan plan;
-        plan.failWriteAt = 2;  // the working copy's write passes, the store's fails
-        faultseam::SeamPlan faults(plan);
+        faultvfs::Plan plan;
+        plan.failWriteAt = 1;  // every write to the store file fails
+        plan.sticky = true;
+        faultvfs::UseFaultVfs faults(plan);
         EXPECT_EQ(componentexchange::importTemplatesFromFile(app, good, &report, &error),
                   componentexchange::kNotWritten);
     }
