@@ -21,8 +21,6 @@ public:
     explicit AgendasDialog(const AppData& app, QWidget* parent = nullptr);
     ~AgendasDialog() override;
 
-    const MeetingAgendaBook& book() const { return m_book; }
-
 private:
     void fill(int select);
     void show(int row);
