@@ -126,7 +126,7 @@ bool exportComponent(const AppData& app, const char* component, const std::strin
     }
     int err = 0;
     if (!writeFile(path, bytes, &err)) {
-        *error = path + ": " + reasonOf(err);
+        *error = path + ": " + std::strerror(err);
         return false;
     }
     return true;
