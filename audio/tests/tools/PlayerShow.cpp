@@ -85,7 +85,7 @@ int main(int argc, char** argv)
             for (int i = 0; i < controls->count(); ++i)
                 std::printf("control %d: %s\n", i, controls->itemText(i).toLocal8Bit().constData());
             controls->hidePopup();
-            dialog.reject();
+            dialog.close();
         });
         dialog.exec();
     }
