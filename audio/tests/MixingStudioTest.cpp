@@ -283,9 +283,6 @@ TEST_F(MixingStudioTest, TheDialogExtractsAStretchAndGreysItselfWhileTheListPlay
         EXPECT_NE(w, nullptr) << id;
         return w;
     };
-    for (int id : std::initializer_list<int>{IDC_STUDIO_INDEX_LIST, IDC_STUDIO_STOP, IDC_STUDIO_10139, IDC_STUDIO_10140, IDC_STUDIO_10141,
-                   IDC_STUDIO_PROGRESS, IDC_EXTRACT_FROM_TIME, IDC_EXTRACT_TO_TIME, 1})
-        find(id);
     auto* merge = static_cast<QPushButton*>(find(IDC_STUDIO_10147));
     EXPECT_EQ(merge->toolTip(), QStringLiteral("Pressing this button will merge the recordings in the Merge List"));
 
