@@ -103,7 +103,7 @@ public:
     long lengthMs() override
     {
         const DWORD perSecond = std::max<DWORD>(1, m_take.format().nAvgBytesPerSec);
-        return static_cast<long>(m_take.sound().size() * 1000 / perSecond);
+        return static_cast<long>(m_take.soundSize() * 1000 / perSecond);
     }
     void showDuration(const std::string&) override {}
     bool writeWave(const std::string& path) override { return m_take.writeWave(path); }
@@ -745,9 +745,13 @@ int MessagePlayer::newRecordingWithEffects()
 
 bool MessagePlayer::startMonitorTake()
 {
+    // The source in use falls back to the default input when the chosen
+    // one has gone; that would record the room, not the output.
+    if (!recordingcontrols::isMonitor(recordingcontrols::current()))
+        return false;
     auto take = std::make_unique<MonitorTake>();
     const std::string control = AudioBackendRegistry::instance().recordingSourceId();
-    if (control.empty() || !take->start(control, waveFormatForQuality(m_app.RecordingQuality)))
+    if (!take->start(control, waveFormatForQuality(m_app.RecordingQuality)))
         return false;
     m_take = std::move(take);
     m_takeEndHeardAt = 0;

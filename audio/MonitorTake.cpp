@@ -84,6 +84,12 @@ std::vector<char> MonitorTake::sound() const
                              begin + static_cast<std::ptrdiff_t>(m_soundEnd));
 }
 
+std::size_t MonitorTake::soundSize() const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_soundEnd - m_firstSound;
+}
+
 bool MonitorTake::writeWave(const std::string& path) const
 {
     const std::vector<char> data = sound();

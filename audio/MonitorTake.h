@@ -35,6 +35,7 @@ public:
     bool heardSound() const;
     // From the first to the end of the last frame that was not silent.
     std::vector<char> sound() const;
+    std::size_t soundSize() const;
     // Writes sound() as a wave file.
     bool writeWave(const std::string& path) const;
 
