@@ -1,7 +1,8 @@
 // The message player on a real PulseAudio server with the "qt" backend:
 // the recording-control selector offers the null sink's monitor, and "New"
 // with that monitor chosen records the effected sound as the output plays
-// it. Skips only when pulseaudio cannot start on this machine.
+// it, or, when the chosen monitor hears nothing, files the rendered sound.
+// Skips only when pulseaudio cannot start on this machine.
 #include "AudioTestSupport.h"
 #include "PlayerRecords.h"
 #include "PulseServer.h"
@@ -19,11 +20,9 @@
 #include "platform/audio/WaveFormats.h"
 #include "store/IndexLine.h"
 
-#include <QTemporaryDir>
 #include <QEventLoop>
+#include <QTemporaryDir>
 #include <QTimer>
-
-#include <algorithm>
 
 namespace {
 
@@ -54,14 +53,56 @@ protected:
         ProfileValues(app).setEffectTexts({});
     }
 
-    // The selector's entry for the speaker's monitor; -1 when it has none.
-    static int speakerMonitor()
+    // The selector's first monitor entry whose name has text; -1 when none.
+    static int monitorNamed(const std::string& text)
     {
         const std::vector<std::string> names = recordingcontrols::names();
         for (std::size_t i = 0; i < names.size(); ++i)
-            if (recordingcontrols::isMonitor(static_cast<int>(i)))
+            if (recordingcontrols::isMonitor(static_cast<int>(i)) && names[i].find(text) != std::string::npos)
                 return static_cast<int>(i);
         return -1;
+    }
+    static int speakerMonitor() { return monitorNamed("Monitor"); }
+
+    // Plays source at twice its speed with the control chosen and New
+    // pressed; the new record's RecID, 0 when none was filed.
+    long newAtTwiceTheSpeed(long source, int control)
+    {
+        MessagePlayer player(app, {indexline::recIdText(source)}, 0);
+        EXPECT_EQ(player.open(), 0);
+        EXPECT_EQ(player.switchEffectsOn(), MessagePlayer::EffectsResult::On);
+        player.moveSpeed(2 * playerrecords::kRate);
+        EXPECT_EQ(player.chooseRecordingControl(control), 0);
+        prompt.answerMessage(IDYES);  // 805
+        prompt.answerMessage(IDOK);   // 804
+        EXPECT_EQ(player.newRecordingWithEffects(), 0);
+        EXPECT_TRUE(player.takingFromMonitor());
+        EXPECT_EQ(player.state(), MessagePlayer::State::Recording);
+        // A timer drives the take to its end, as the dialog's does; the
+        // event loop sleeps in between rather than taking a core from the
+        // sound threads.
+        QEventLoop loop;
+        QTimer ticks;
+        QObject::connect(&ticks, &QTimer::timeout, [&] {
+            player.tick();
+            if (player.state() != MessagePlayer::State::Recording)
+                loop.quit();
+        });
+        ticks.start(MessagePlayerDialog::kTimerMs);
+        QTimer::singleShot(20000, &loop, &QEventLoop::quit);
+        loop.exec();
+        EXPECT_NE(player.state(), MessagePlayer::State::Recording) << "the take never ended";
+        return player.lastNewRecId();
+    }
+
+    static WAVEFORMATEX formatOf(const std::vector<char>& file)
+    {
+        WAVEFORMATEX format{};
+        const auto chunks = audiotest::riffChunks(file);
+        if (!chunks.empty())
+            readWaveFormatEx(reinterpret_cast<const unsigned char*>(file.data() + chunks[0].offset), chunks[0].size,
+                             format);
+        return format;
     }
 };
 
@@ -91,36 +132,9 @@ TEST_F(PlayerPulseTest, NewWithTheMonitorChosenRecordsTheEffectedSoundAsPlayed)
     app.RecordingQuality = 3;
     const long source = playerrecords::fileSamples(app, "to speed up", playerrecords::tone(440, 1200));
     ASSERT_NE(source, 0);
-    long created = 0;
     TraceCapture traces;
-    {
-        MessagePlayer player(app, {indexline::recIdText(source)}, 0);
-        ASSERT_EQ(player.open(), 0);
-        ASSERT_EQ(player.switchEffectsOn(), MessagePlayer::EffectsResult::On);
-        player.moveSpeed(2 * playerrecords::kRate);
-        ASSERT_EQ(player.chooseRecordingControl(speakerMonitor()), 0);
-        prompt.answerMessage(IDYES);  // 805
-        prompt.answerMessage(IDOK);   // 804
-        ASSERT_EQ(player.newRecordingWithEffects(), 0);
-        ASSERT_TRUE(player.takingFromMonitor());
-        EXPECT_EQ(player.state(), MessagePlayer::State::Recording);
-        // A timer drives the take to its end, as the dialog's does; the
-        // event loop sleeps in between rather than taking a core from the
-        // sound threads.
-        QEventLoop loop;
-        QTimer ticks;
-        QObject::connect(&ticks, &QTimer::timeout, [&] {
-            player.tick();
-            if (player.state() != MessagePlayer::State::Recording)
-                loop.quit();
-        });
-        ticks.start(MessagePlayerDialog::kTimerMs);
-        QTimer::singleShot(20000, &loop, &QEventLoop::quit);
-        loop.exec();
-        ASSERT_NE(player.state(), MessagePlayer::State::Recording) << "the take never ended";
-        created = player.lastNewRecId();
-        ASSERT_GT(created, source);
-    }
+    const long created = newAtTwiceTheSpeed(source, speakerMonitor());
+    ASSERT_GT(created, source);
     EXPECT_FALSE(traces.contains("rendering the effects"));
     for (const char* step : {"Navo file saved to repository", "Updating Index", "Index updated"})
         EXPECT_TRUE(traces.contains(step)) << step;
@@ -130,11 +144,7 @@ TEST_F(PlayerPulseTest, NewWithTheMonitorChosenRecordsTheEffectedSoundAsPlayed)
     ASSERT_EQ(check.open(), 0);
     EXPECT_EQ(check.display().subject, "to speed up");
     const std::vector<char> file = audiotest::readFile(check.wavePath());
-    const auto chunks = audiotest::riffChunks(file);
-    ASSERT_FALSE(chunks.empty());
-    WAVEFORMATEX format;
-    readWaveFormatEx(reinterpret_cast<const unsigned char*>(file.data() + chunks[0].offset), chunks[0].size, format);
-    EXPECT_EQ(format, waveFormatForQuality(3));
+    EXPECT_EQ(formatOf(file), waveFormatForQuality(3));
     // Half the length at the same pitch, in both channels. A machine too
     // busy to feed the output in time leaves gaps the server fills with
     // silence, and the monitor records them as they were heard; the
@@ -147,6 +157,30 @@ TEST_F(PlayerPulseTest, NewWithTheMonitorChosenRecordsTheEffectedSoundAsPlayed)
     EXPECT_GE(check.display().lengthMs, 600 - 60);
     for (int c = 0; c < 2; ++c)
         EXPECT_NEAR(audiotest::peakFrequency(audiotest::channel(x, 2, c), 44100, 200, 2000, 5), 440, 10) << c;
+}
+
+// The monitor of an output the player does not play to hears nothing: the
+// effected sound is made directly instead, and nothing is lost.
+TEST_F(PlayerPulseTest, AMonitorThatHearsNothingGivesTheRenderedSoundInstead)
+{
+    ASSERT_TRUE(server.loadModule("module-null-sink sink_name=elsewhere sink_properties=device.description=Elsewhere"));
+    app.RecordingQuality = 3;
+    const long source = playerrecords::fileSamples(app, "to speed up", playerrecords::tone(440, 1200));
+    ASSERT_NE(source, 0);
+    TraceCapture traces;
+    const int elsewhere = monitorNamed("Elsewhere");
+    ASSERT_GE(elsewhere, 0);
+    const long created = newAtTwiceTheSpeed(source, elsewhere);
+    ASSERT_GT(created, source);
+    EXPECT_TRUE(traces.contains("Monitor heard nothing; rendering the effects"));
+
+    MessagePlayer check(app, {indexline::recIdText(created)}, 0);
+    ASSERT_EQ(check.open(), 0);
+    const std::vector<char> file = audiotest::readFile(check.wavePath());
+    EXPECT_EQ(formatOf(file), waveFormatForQuality(0));
+    EXPECT_NEAR(check.display().lengthMs, 600, 40);
+    EXPECT_NEAR(audiotest::peakFrequency(audiotest::toSamples16(audiotest::waveData(file)), 8000, 200, 2000, 5), 440,
+                10);
 }
 
 }  // namespace
