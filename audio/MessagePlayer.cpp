@@ -19,7 +19,9 @@
 #include "platform/Prompt.h"
 #include "platform/Trace.h"
 #include "platform/WindowMessages.h"
+#include "platform/audio/AudioBackendRegistry.h"
 #include "platform/audio/WavFileReader.h"
+#include "platform/audio/WaveFormats.h"
 #include "platform/gui/Shell.h"
 #include "res/StringTable.h"
 #include "store/ComponentFiles.h"
@@ -38,6 +40,11 @@ constexpr int kEffectsQuestionString = 805;
 constexpr int kEffectsCreatedString = 804;
 constexpr int kInstallString = 865;
 constexpr int kDeviceFailedString = 806;
+// Ending a take from the monitor, in ms of sound the monitor brought after
+// the player finished (see followMonitorTake).
+constexpr std::uint64_t kTakeLatencyMs = 300;
+constexpr std::uint64_t kTakeQuietMs = 200;
+constexpr std::uint64_t kTakeLongestTailMs = 3000;
 const char* const kDownloadPage = "https://www.microsoft.com/directx";
 const char* const kNoLink = "Unable to link to the Micrsoft web site.\r\nStart your internet browser and enter ";
 
@@ -86,6 +93,23 @@ public:
 private:
     EffectsEngine& m_engine;
     long m_lengthMs = 0;
+};
+
+// The effected sound as the monitor heard it.
+class TakenRecording : public RecordingSource {
+public:
+    explicit TakenRecording(const MonitorTake& take) : m_take(take) {}
+    bool fastForward() override { return true; }
+    long lengthMs() override
+    {
+        const DWORD perSecond = std::max<DWORD>(1, m_take.format().nAvgBytesPerSec);
+        return static_cast<long>(m_take.soundSize() * 1000 / perSecond);
+    }
+    void showDuration(const std::string&) override {}
+    bool writeWave(const std::string& path) override { return m_take.writeWave(path); }
+
+private:
+    const MonitorTake& m_take;
 };
 
 }  // namespace
@@ -232,6 +256,11 @@ void MessagePlayer::play()
 
 void MessagePlayer::stop()
 {
+    // Stop during a take from the monitor files what was heard so far.
+    if (m_take) {
+        finishMonitorTake();
+        return;
+    }
     if (m_state == State::Playing) {
         if (m_effectsActive && m_engine)
             m_engine->stop();
@@ -398,6 +427,10 @@ void MessagePlayer::command(int id)
 
 void MessagePlayer::tick()
 {
+    if (m_take) {
+        followMonitorTake();
+        return;
+    }
     if (m_state == State::Playing) {
         const bool ended = m_effectsActive ? !m_engine->playing() : false;
         showPosition(currentPosition());
@@ -568,6 +601,7 @@ void MessagePlayer::switchEffectsOff()
 {
     if (!m_effectsActive)
         return;
+    stop();
     const long at = m_state == State::Playing ? currentPosition() : m_display.positionMs;
     m_engine->stop();
     m_engine->clean();
@@ -690,29 +724,96 @@ int MessagePlayer::chooseRecordingControl(int input)
 
 int MessagePlayer::newRecordingWithEffects()
 {
-    if (!m_effectsActive)
+    if (!m_effectsActive || m_take)
         return kEffectsFailed;
     if (AfxMessageBox(LoadString(kEffectsQuestionString), MB_YESNO | MB_ICONQUESTION) != IDYES)
         return -1;
     stop();
+    char start[kLogDateSize];
+    LogDate(start);
+    // The sound is made with the effects as they stand now.
+    m_engine->setEffects(m_effects.data(), playereffects::kLibraryPairs);
+    if (recordingcontrols::isMonitor(m_recordingControl)) {
+        m_takeStarted = start;
+        if (startMonitorTake())
+            return 0;
+        OutputDebugString("Monitor take failed to start; rendering the effects\n");
+    }
+    RenderedRecording source(*m_engine);
+    return fileNewRecording(source, start);
+}
+
+bool MessagePlayer::startMonitorTake()
+{
+    // The source in use falls back to the default input when the chosen
+    // one has gone; that would record the room, not the output.
+    if (!recordingcontrols::isMonitor(recordingcontrols::current()))
+        return false;
+    auto take = std::make_unique<MonitorTake>();
+    const std::string control = AudioBackendRegistry::instance().recordingSourceId();
+    if (!take->start(control, waveFormatForQuality(m_app.RecordingQuality)))
+        return false;
+    m_take = std::move(take);
+    m_takeEndHeardAt = 0;
+    m_engine->play(0, m_effects.data(), playereffects::kLibraryPairs);
+    m_state = State::Recording;
+    showPosition(0);
+    return true;
+}
+
+void MessagePlayer::followMonitorTake()
+{
+    if (m_engine->playing()) {
+        showPosition(currentPosition());
+        return;
+    }
+    // The player has handed its last sound to the output; the monitor hears
+    // it a little later. The take ends once the monitor has brought a
+    // stretch beyond the output's latency and a quiet stretch after the
+    // last sound, or (other programs' sound going on) a longest tail.
+    const std::uint64_t bytesPerMs = std::max<DWORD>(1, m_take->format().nAvgBytesPerSec / 1000);
+    const std::uint64_t now = m_take->bytes();
+    if (m_takeEndHeardAt == 0)
+        m_takeEndHeardAt = std::max<std::uint64_t>(1, now);
+    const std::uint64_t after = now - std::min(now, m_takeEndHeardAt);
+    const bool settled = after >= kTakeLatencyMs * bytesPerMs && m_take->quietBytes() >= kTakeQuietMs * bytesPerMs;
+    if (settled || after >= kTakeLongestTailMs * bytesPerMs)
+        finishMonitorTake();
+}
+
+int MessagePlayer::finishMonitorTake()
+{
+    m_engine->stop();
+    m_take->stop();
+    const std::unique_ptr<MonitorTake> take = std::move(m_take);
+    m_state = State::Stopped;
+    showPosition(currentPosition());
+    if (!take->heardSound()) {
+        // The chosen monitor does not hear the player's output: nothing is
+        // lost, the effected sound is made directly instead.
+        OutputDebugString("Monitor heard nothing; rendering the effects\n");
+        RenderedRecording source(*m_engine);
+        return fileNewRecording(source, m_takeStarted);
+    }
+    TakenRecording source(*take);
+    return fileNewRecording(source, m_takeStarted);
+}
+
+int MessagePlayer::fileNewRecording(RecordingSource& source, const std::string& started)
+{
     const NewRecordNames names = prepareNewRecording(m_app);
     if (names.recId == 0) {
         AfxMessageBox(kRecIdsUsedUp, MB_ICONEXCLAMATION);
         return RecordFiler::kRecordFileFailed;
     }
-    char start[kLogDateSize];
-    LogDate(start);
     RecordingToFile recording;
     recording.recId = names.recId;
     recording.baseName = names.baseName;
     recording.family = 'R';
     recording.fields = {indexline::recIdText(names.recId), "0", "0", "", m_record.subject.substr(0, 149), "", "",
-                        start, start, "", "", std::to_string(m_app.RecordingQuality)};
+                        started, started, "", "", std::to_string(m_app.RecordingQuality)};
     recording.keywords = m_record.keywords.substr(0, 4999);
     recording.extraText = " ";
-    // The sound is rendered with the effects as they stand now.
-    m_engine->setEffects(m_effects.data(), playereffects::kLibraryPairs);
-    RenderedRecording source(*m_engine);
     RecordFiler filer(m_app);
     const int result = filer.save(recording, source);
     if (result != 0)

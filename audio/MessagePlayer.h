@@ -21,9 +21,11 @@
 
 #include "audio/EffectsEngine.h"
 #include "audio/IndexMarks.h"
+#include "audio/MonitorTake.h"
 #include "audio/PlayerEffects.h"
 #include "audio/RecorderDevice.h"
 #include "store/RecordEditor.h"
+#include "store/RecordFiler.h"
 
 struct AppData;
 
@@ -116,7 +118,13 @@ public:
     int chooseRecordingControl(int input);
     // "New": asks 805 and files the effected sound as a new record (804 on
     // success). 0, or the code of what failed; -1 when the user said no.
+    // When the recording control is a monitor of the output, the player
+    // plays the recording from its start with the effects and records the
+    // monitor meanwhile (state Recording); the take is filed once the end
+    // has been heard, or at Stop. Otherwise the effected sound is rendered
+    // straight into the new record.
     int newRecordingWithEffects();
+    bool takingFromMonitor() const { return m_take != nullptr; }
     long lastNewRecId() const { return m_newRecId; }
 
     // OK: inserted speech and marks go back into the record. 0 or the code
@@ -159,6 +167,10 @@ private:
     bool reopenDevice();
     void saveEffectTexts() const;
     std::string effectsWave() const;
+    bool startMonitorTake();
+    void followMonitorTake();
+    int finishMonitorTake();
+    int fileNewRecording(RecordingSource& source, const std::string& started);
 
     AppData& m_app;
     std::vector<std::string> m_recIds;
@@ -191,4 +203,7 @@ private:
     int m_speedHighest = 0;
     int m_recordingControl = -1;
     long m_newRecId = 0;
+    std::unique_ptr<MonitorTake> m_take;
+    std::string m_takeStarted;
+    std::uint64_t m_takeEndHeardAt = 0;  // take bytes when the player finished; 0 before
 };

@@ -19,4 +19,9 @@ bool select(int n)
     return RecordingSource::selectSource(n);
 }
 
+bool isMonitor(int n)
+{
+    return RecordingSource::isMonitor(n);
+}
+
 }  // namespace recordingcontrols

@@ -15,5 +15,7 @@ std::vector<std::string> names();
 int current();
 // False when n is not a control.
 bool select(int n);
+// Whether control n records what the sound output plays.
+bool isMonitor(int n);
 
 }  // namespace recordingcontrols

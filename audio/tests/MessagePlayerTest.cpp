@@ -4,6 +4,7 @@
 // with its marks as filed, a heard message in the saved and reopened store,
 // and the effects table with a watching engine.
 #include "AudioTestSupport.h"
+#include "PlayerRecords.h"
 #include "RecordFactory.h"
 #include "ScriptedPrompt.h"
 #include "StoreFixture.h"
@@ -41,32 +42,8 @@ QTemporaryDir& configHome()
     return true;
 }();
 
-constexpr int kRate = 8000;
-
-std::vector<std::int16_t> tone(double frequency, int ms)
-{
-    std::vector<std::int16_t> v(static_cast<std::size_t>(kRate * ms / 1000));
-    for (std::size_t i = 0; i < v.size(); ++i)
-        v[i] = static_cast<std::int16_t>(9000 * std::sin(2 * M_PI * frequency * static_cast<double>(i) / kRate));
-    return v;
-}
-
-// A recording whose wave is the given samples (mono 8 kHz 16-bit).
-class SampleRecording : public RecordingSource {
-public:
-    explicit SampleRecording(std::vector<std::int16_t> samples) : m_samples(std::move(samples)) {}
-    bool fastForward() override { return true; }
-    long lengthMs() override { return static_cast<long>(m_samples.size() * 1000 / kRate); }
-    void showDuration(const std::string&) override {}
-    bool writeWave(const std::string& path) override
-    {
-        audiotest::writeWav(path, waveFormatForQuality(0), audiotest::samples16(m_samples));
-        return true;
-    }
-
-private:
-    std::vector<std::int16_t> m_samples;
-};
+using playerrecords::kRate;
+using playerrecords::tone;
 
 // Watches the calls into the effects library.
 class WatchingEngine : public EffectsEngine {
@@ -132,19 +109,9 @@ protected:
 
     long fileSamples(const std::string& subject, std::vector<std::int16_t> samples)
     {
-        const NewRecordNames names = prepareNewRecording(app);
-        RecordingToFile rec;
-        rec.recId = names.recId;
-        rec.baseName = names.baseName;
-        rec.family = 'R';
-        rec.fields = {indexline::recIdText(names.recId), "0", "0", "", subject, "", "", "22/11/2026 10:00:00",
-                      "22/11/2026 10:01:00", "", "", "0"};
-        rec.keywords = "tone";
-        rec.extraText = " ";
-        SampleRecording source(std::move(samples));
-        RecordFiler filer(app);
-        EXPECT_EQ(filer.save(rec, source), 0);
-        return names.recId;
+        const long recId = playerrecords::fileSamples(app, subject, std::move(samples));
+        EXPECT_NE(recId, 0);
+        return recId;
     }
 
     // Plays until the device says it reached the end.
@@ -356,43 +323,10 @@ TEST_F(PlayerTest, EffectsLoadAsStoredAndASliderWhoseOnIsOffChangesNothingInTheL
     EXPECT_EQ(texts[2], "");
 }
 
-TEST_F(PlayerTest, ANewRecordingWithEffectsIsTheEffectedSoundFiledAsANewRecord)
-{
-    playereffects::publishDirectXVersion(true);
-    ProfileValues(app).setEffectTexts({});
-    const long source = fileSamples("to speed up", tone(440, 2000));
-    long created = 0;
-    TraceCapture traces;
-    {
-        MessagePlayer player(app, {indexline::recIdText(source)}, 0);
-        ASSERT_EQ(player.open(), 0);
-        ASSERT_EQ(player.switchEffectsOn(), MessagePlayer::EffectsResult::On);
-        // Twice the file's own rate: half as long, the pitch kept.
-        player.moveSpeed(2 * kRate);
-        EXPECT_EQ(player.effects()[playereffects::kSpeed][1], 2 * kRate);
-        prompt.answerMessage(IDYES);  // 805
-        prompt.answerMessage(IDOK);   // 804
-        ASSERT_EQ(player.newRecordingWithEffects(), 0);
-        created = player.lastNewRecId();
-        ASSERT_GT(created, source);
-    }
-    const std::vector<ScriptedPrompt::Message> asked = prompt.messages();
-    ASSERT_EQ(asked.size(), 2u);
-    EXPECT_EQ(asked[0].text, LoadString(805));
-    EXPECT_EQ(asked[1].text, LoadString(804));
-    for (const char* step : {"Navo file saved to repository", "Updating Index", "Index updated"})
-        EXPECT_TRUE(traces.contains(step)) << step;
-
-    MessagePlayer check(app, {indexline::recIdText(created)}, 0);
-    ASSERT_EQ(check.open(), 0);
-    EXPECT_EQ(check.display().subject, "to speed up");
-    EXPECT_NEAR(check.display().lengthMs, 1000, 40);
-    const std::vector<std::int16_t> wave =
-        audiotest::toSamples16(audiotest::waveData(audiotest::readFile(check.wavePath())));
-    EXPECT_NEAR(audiotest::peakFrequency(wave, kRate, 200, 2000, 5), 440, 10);
-}
-
-TEST_F(PlayerTest, ReverseGivesTheRecordingBackwardsAndFollowsToTheNextTrack)
+// With no recording control chosen, New files the sound as the effects
+// make it: at twice the speed it is half as long with each half at its own
+// pitch; reversed, the halves swap, and Reverse follows to the next track.
+TEST_F(PlayerTest, NewFilesTheEffectedSoundAndReverseFollowsToTheNextTrack)
 {
     playereffects::publishDirectXVersion(true);
     ProfileValues(app).setEffectTexts({});
@@ -406,34 +340,56 @@ TEST_F(PlayerTest, ReverseGivesTheRecordingBackwardsAndFollowsToTheNextTrack)
     const std::string second = indexline::recIdText(fileSamples("falling", falling));
 
     std::vector<long> created;
+    TraceCapture traces;
     {
         MessagePlayer player(app, {first, second}, 0);
         ASSERT_EQ(player.open(), 0);
         ASSERT_EQ(player.switchEffectsOn(), MessagePlayer::EffectsResult::On);
+        const auto fileNew = [&] {
+            prompt.answerMessage(IDYES);  // 805
+            prompt.answerMessage(IDOK);   // 804
+            ASSERT_EQ(player.newRecordingWithEffects(), 0);
+            created.push_back(player.lastNewRecId());
+        };
+        player.moveSpeed(2 * kRate);
+        fileNew();
+        player.moveSpeed(kRate);
         player.setReverse(true);
-        prompt.answerMessage(IDYES);
-        prompt.answerMessage(IDOK);
-        ASSERT_EQ(player.newRecordingWithEffects(), 0);
-        created.push_back(player.lastNewRecId());
+        fileNew();
         ASSERT_TRUE(player.next());
         player.stop();
-        prompt.answerMessage(IDYES);
-        prompt.answerMessage(IDOK);
-        ASSERT_EQ(player.newRecordingWithEffects(), 0);
-        created.push_back(player.lastNewRecId());
+        fileNew();
     }
-    // Each new recording is its source backwards: the halves swap.
-    const std::vector<std::pair<double, double>> expected = {{800, 400}, {400, 800}};
+    const std::vector<ScriptedPrompt::Message> asked = prompt.messages();
+    ASSERT_EQ(asked.size(), 6u);
+    EXPECT_EQ(asked[0].text, LoadString(805));
+    EXPECT_EQ(asked[1].text, LoadString(804));
+    for (const char* step : {"Navo file saved to repository", "Updating Index", "Index updated"})
+        EXPECT_TRUE(traces.contains(step)) << step;
+
+    struct Expected {
+        std::size_t samples;
+        double firstHalf, secondHalf;
+    };
+    const Expected expected[] = {{8000, 400, 800}, {16000, 800, 400}, {16000, 400, 800}};
+    ASSERT_EQ(created.size(), 3u);
     for (std::size_t i = 0; i < created.size(); ++i) {
+        SCOPED_TRACE(i);
         MessagePlayer check(app, {indexline::recIdText(created[i])}, 0);
         ASSERT_EQ(check.open(), 0);
+        EXPECT_EQ(check.display().subject, i < 2 ? "rising" : "falling");
         const std::vector<std::int16_t> wave =
             audiotest::toSamples16(audiotest::waveData(audiotest::readFile(check.wavePath())));
-        ASSERT_EQ(wave.size(), 16000u);
-        EXPECT_NEAR(audiotest::peakFrequency({wave.begin(), wave.begin() + 7900}, kRate, 200, 2000, 5),
-                    expected[i].first, 5);
-        EXPECT_NEAR(audiotest::peakFrequency({wave.begin() + 8100, wave.end()}, kRate, 200, 2000, 5),
-                    expected[i].second, 5);
+        const std::size_t half = expected[i].samples / 2;
+        // Reversing keeps every sample; the speed's length is within 40 ms.
+        EXPECT_NEAR(static_cast<double>(wave.size()), static_cast<double>(expected[i].samples), i == 0 ? 320 : 0);
+        ASSERT_GT(wave.size(), half + 500);
+        EXPECT_NEAR(audiotest::peakFrequency({wave.begin(), wave.begin() + static_cast<long>(half) - 400}, kRate, 200,
+                                             2000, 5),
+                    expected[i].firstHalf, 5);
+        EXPECT_NEAR(audiotest::peakFrequency({wave.begin() + static_cast<long>(half) + 400, wave.end()}, kRate, 200,
+                                             2000, 5),
+                    expected[i].secondHalf, 5);
     }
 }
 

@@ -92,6 +92,13 @@ bool PulseServer::start(int rate)
     return true;
 }
 
+bool PulseServer::loadModule(const std::string& arguments)
+{
+    QStringList args{"load-module"};
+    args += QString::fromStdString(arguments).split(' ', Qt::SkipEmptyParts);
+    return run("pactl", args, QString::fromStdString(m_dir), 5000);
+}
+
 void PulseServer::feedTone(double frequency, double level)
 {
     stopFeeding();

@@ -24,6 +24,9 @@ public:
     const std::string& why() const { return m_why; }
     const std::string& runtimeDir() const { return m_dir; }
 
+    // Loads one more module (pactl load-module); false when it fails.
+    bool loadModule(const std::string& arguments);
+
     // Feeds the pipe source a sine of frequency at level (of full scale) in
     // real time, 20 ms at a time, until stopFeeding().
     void feedTone(double frequency, double level);

@@ -17,6 +17,7 @@ public:
     struct Device {
         std::string id;    // stable name the backend knows it by
         std::string name;  // what the user is shown
+        bool monitor = false;  // an input that hears what an output plays
     };
 
     virtual ~AudioBackend() = default;

@@ -1,5 +1,6 @@
 #include "platform/audio/QtAudioBackend.h"
 
+#include "platform/audio/PulseMonitors.h"
 #include "platform/audio/QtCapture.h"
 #include "platform/audio/QtPlayback.h"
 
@@ -28,7 +29,20 @@ bool find(const QList<QAudioDevice>& devices, const std::string& id, QAudioDevic
 
 }  // namespace
 
-std::vector<AudioBackend::Device> QtAudioBackend::inputs() { return describe(QMediaDevices::audioInputs()); }
+// Qt's inputs, then the server's monitors, which Qt leaves out (Qt's ids
+// are the server's source names, so one it does list is not repeated).
+std::vector<AudioBackend::Device> QtAudioBackend::inputs()
+{
+    std::vector<Device> list = describe(QMediaDevices::audioInputs());
+    for (const pulsemonitors::Monitor& monitor : pulsemonitors::list()) {
+        bool listed = false;
+        for (const Device& d : list)
+            listed = listed || d.id == monitor.source;
+        if (!listed)
+            list.push_back({monitor.source, monitor.description, true});
+    }
+    return list;
+}
 
 std::vector<AudioBackend::Device> QtAudioBackend::outputs() { return describe(QMediaDevices::audioOutputs()); }
 
@@ -48,8 +62,15 @@ MMRESULT QtAudioBackend::openCapture(const std::string& deviceId, const WAVEFORM
                                      std::unique_ptr<AudioCapture>& capture)
 {
     QAudioDevice device;
-    if (!find(QMediaDevices::audioInputs(), deviceId, device))
+    if (!find(QMediaDevices::audioInputs(), deviceId, device)) {
+        for (const pulsemonitors::Monitor& monitor : pulsemonitors::list()) {
+            if (monitor.source == deviceId) {
+                capture = pulsemonitors::openCapture(deviceId, format);
+                return MMSYSERR_NOERROR;
+            }
+        }
         return MMSYSERR_BADDEVICEID;
+    }
     capture = std::make_unique<QtCapture>(device, format);
     return MMSYSERR_NOERROR;
 }

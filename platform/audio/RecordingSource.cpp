@@ -40,6 +40,12 @@ bool RecordingSource::selectSource(int n)
     return true;
 }
 
+bool RecordingSource::isMonitor(int n)
+{
+    const auto list = sources();
+    return n >= 0 && static_cast<std::size_t>(n) < list.size() && list[static_cast<std::size_t>(n)].monitor;
+}
+
 bool RecordingSource::selectSourceByName(const std::string& text)
 {
     const auto list = sources();

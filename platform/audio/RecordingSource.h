@@ -15,6 +15,8 @@ public:
     // Makes source n the one in use; false when n is not below the number
     // of sources.
     static bool selectSource(int n);
+    // Whether source n hears an output (a sound server's monitor).
+    static bool isMonitor(int n);
     // Selects the source whose device id or name is text; false when none is.
     static bool selectSourceByName(const std::string& text);
 };
