@@ -135,8 +135,16 @@ public:
             return MMSYSERR_ALLOCATED;
         }
         pa_threaded_mainloop_lock(m_loop);
+        // A server that accepts the connection and then hangs must not hang
+        // the player: give the whole start-up 2 s.
+        pa_mainloop_api* api = pa_threaded_mainloop_get_api(m_loop);
+        timeval deadline;
+        pa_timeval_add(pa_gettimeofday(&deadline), 2 * PA_USEC_PER_SEC);
+        m_timedOut = false;
+        pa_time_event* timer = api->time_new(api, &deadline, &MonitorCapture::onTimeout, this);
         pa_context_state_t state;
-        while ((state = pa_context_get_state(m_context)) != PA_CONTEXT_READY && PA_CONTEXT_IS_GOOD(state))
+        while ((state = pa_context_get_state(m_context)) != PA_CONTEXT_READY && PA_CONTEXT_IS_GOOD(state) &&
+               !m_timedOut)
             pa_threaded_mainloop_wait(m_loop);
         bool ready = false;
         if (state == PA_CONTEXT_READY) {
@@ -151,12 +159,15 @@ public:
                 attr.fragsize = static_cast<std::uint32_t>(pa_usec_to_bytes(20000, &spec));
                 if (pa_stream_connect_record(m_stream, m_source.c_str(), &attr, PA_STREAM_ADJUST_LATENCY) == 0) {
                     pa_stream_state_t s;
-                    while ((s = pa_stream_get_state(m_stream)) != PA_STREAM_READY && PA_STREAM_IS_GOOD(s))
+                    while ((s = pa_stream_get_state(m_stream)) != PA_STREAM_READY && PA_STREAM_IS_GOOD(s) &&
+                           !m_timedOut)
                         pa_threaded_mainloop_wait(m_loop);
                     ready = s == PA_STREAM_READY;
                 }
             }
         }
+        if (timer != nullptr)
+            api->time_free(timer);
         pa_threaded_mainloop_unlock(m_loop);
         if (!ready) {
             stop();
@@ -201,6 +212,12 @@ private:
     {
         pa_threaded_mainloop_signal(static_cast<MonitorCapture*>(self)->m_loop, 0);
     }
+    static void onTimeout(pa_mainloop_api*, pa_time_event*, const timeval*, void* self)
+    {
+        auto* capture = static_cast<MonitorCapture*>(self);
+        capture->m_timedOut = true;
+        pa_threaded_mainloop_signal(capture->m_loop, 0);
+    }
     static void onRead(pa_stream* stream, std::size_t, void* self)
     {
         static_cast<MonitorCapture*>(self)->read(stream);
@@ -236,6 +253,7 @@ private:
     pa_threaded_mainloop* m_loop = nullptr;
     pa_context* m_context = nullptr;
     pa_stream* m_stream = nullptr;
+    bool m_timedOut = false;  // guarded by the loop's lock
     std::vector<char> m_partial;
 };
 
