@@ -48,6 +48,8 @@ CompressorRun::CompressorRun(HWND window, std::vector<std::string> recordFiles, 
 
 CompressorRun::~CompressorRun()
 {
+    // A job still under way writes its files first.
+    m_worker.stopAndJoin();
     clearWork();
 }
 

@@ -17,6 +17,11 @@ RecordingCompressor::RecordingCompressor(HWND window, std::string workFolder, DW
 
 RecordingCompressor::~RecordingCompressor()
 {
+    stopAndJoin();
+}
+
+void RecordingCompressor::stopAndJoin()
+{
     if (m_thread.joinable()) {
         m_events[kEventStop].set();
         m_thread.join();

@@ -62,6 +62,8 @@ public:
     bool started() const { return m_thread.joinable(); }
     // Waits for the thread after it posted kMsgStopped.
     void join();
+    // Sets event 2 and waits for the thread (the job under way ends first).
+    void stopAndJoin();
 
     std::string convertedPath() const;
 

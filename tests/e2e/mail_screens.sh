@@ -21,5 +21,5 @@ take() {
         kill \$pid"
 }
 take --options 'Navo - Send email Options' 1 mail-options-152.png
-take --compressor 'Navo Compressor' 6 mail-compressor-143.png
+take --compressor "Navo Compressor" 1 mail-compressor-143.png
 echo "screenshots in $shots"

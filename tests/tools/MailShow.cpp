@@ -29,31 +29,30 @@ void put(std::ofstream& out, std::uint32_t value, int bytes)
         out.put(static_cast<char>((value >> (8 * i)) & 0xFF));
 }
 
-// A record file holding a stereo 44.1 kHz tone of the given length.
+// A record file holding a mono 22050 Hz tone of the given length.
 std::string toneRecord(const std::string& folder, const std::string& base, int seconds)
 {
-    const std::uint32_t rate = 44100;
+    const std::uint32_t rate = 22050;
     const std::uint32_t frames = rate * static_cast<std::uint32_t>(seconds);
     const std::string wave = folder + "/" + base + ".wav";
     {
         std::ofstream out(wave, std::ios::binary);
         out.write("RIFF", 4);
-        put(out, 36 + frames * 4, 4);
+        put(out, 36 + frames * 2, 4);
         out.write("WAVEfmt ", 8);
         put(out, 16, 4);
         put(out, 1, 2);
-        put(out, 2, 2);
+        put(out, 1, 2);
         put(out, rate, 4);
-        put(out, rate * 4, 4);
-        put(out, 4, 2);
+        put(out, rate * 2, 4);
+        put(out, 2, 2);
         put(out, 16, 2);
         out.write("data", 4);
-        put(out, frames * 4, 4);
-        for (std::uint32_t i = 0; i < frames; ++i) {
-            const auto v = static_cast<std::int16_t>(8000 * std::sin(2 * M_PI * 440.0 * i / rate));
-            put(out, static_cast<std::uint16_t>(v), 2);
-            put(out, static_cast<std::uint16_t>(v), 2);
-        }
+        put(out, frames * 2, 4);
+        std::vector<std::int16_t> samples(frames);
+        for (std::uint32_t i = 0; i < frames; ++i)
+            samples[i] = static_cast<std::int16_t>(8000 * std::sin(2 * M_PI * 440.0 * i / rate));
+        out.write(reinterpret_cast<const char*>(samples.data()), static_cast<std::streamsize>(frames * 2));
     }
     std::ofstream(folder + "/" + base + ".vxl") << "00000001 0 tone\n";
     const std::string record = folder + "/" + base + ".vxz";
