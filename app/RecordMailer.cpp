@@ -13,6 +13,8 @@
 
 namespace {
 
+constexpr int kExtractFailed = 111;  // "Error extracting Navo file from the data store"
+
 // Whatever a command before left behind (a crash) goes; the folder is
 // made afresh, private.
 bool freshFolder(const std::string& folder)
@@ -46,7 +48,6 @@ int RecordMailer::sendRecords(AppData& app, const std::vector<std::string>& reco
 {
     if (recordFileNames.empty())
         return -1;
-    WaitCursor wait;
     ExportOptions initial;
     // "Compress before sending" in Options is the box's first state.
     initial.compress = ProfileValues(app).compress();
@@ -54,26 +55,37 @@ int RecordMailer::sendRecords(AppData& app, const std::vector<std::string>& reco
     if (!options)
         return -1;
 
+    // The wait cursor while Navo works on its own; the dialogs in between
+    // keep the ordinary one.
+    std::optional<WaitCursor> wait(std::in_place);
     const std::string folder = fileops::joinPath(app.TempDir, kFolderName);
     std::vector<std::string> paths;
-    const int extracted = freshFolder(folder) ? recordmail::extractRecords(app.DataStorePath, folder, recordFileNames, &paths)
-                                              : 111;
+    int extracted = kExtractFailed;
+    if (freshFolder(folder))
+        extracted = recordmail::extractRecords(app.DataStorePath, folder, recordFileNames, &paths);
     if (extracted != 0) {
+        wait.reset();
         ShowCodedMessage(extracted, MB_ICONEXCLAMATION);
         std::error_code error;
         std::filesystem::remove_all(folder, error);
         return -1;
     }
+    std::vector<int> lockFailures;
     if (options->lock) {
         for (const std::string& path : paths) {
             if (const int locked = recordmail::lockRecord(path, folder); locked != 0)
-                ShowCodedMessage(locked, MB_ICONEXCLAMATION);
+                lockFailures.push_back(locked);
         }
     }
+    wait.reset();
+    for (int failure : lockFailures)
+        ShowCodedMessage(failure, MB_ICONEXCLAMATION);
     if (options->convert || options->compress)
         m_runCompressor(paths, options->convert, options->compress, folder, owner);
 
+    wait.emplace();
     const int result = recordmail::sendFiles(paths);
+    wait.reset();
     if (result == recordmail::kCancelled)
         ShowCodedMessage(result, MB_ICONINFORMATION);
     else if (result == recordmail::kFailed)
