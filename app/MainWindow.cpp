@@ -541,6 +541,24 @@ void MainWindow::playSelectedRecord()
         fillList(listType);
 }
 
+std::vector<std::string> MainWindow::selectedFileNames() const
+{
+    std::vector<std::string> names;
+    const SearchLogRows& data = m_model->rows();
+    for (const QModelIndex& row : m_ui->IDC_RECORD_LIST->selectionModel()->selectedRows())
+        names.push_back(data.cell(static_cast<std::size_t>(row.row()), data.fileNameColumn()));
+    return names;
+}
+
+void MainWindow::sendSelectedRecords()
+{
+    const std::vector<std::string> names = selectedFileNames();
+    if (names.empty() || !m_services.mail)
+        return;
+    // Locking rewrites only the copies, so the list stays as it is.
+    m_services.mail->sendRecords(m_app, names, this);
+}
+
 void MainWindow::deleteSelectedRecords()
 {
     const std::vector<std::string> ids = selectedIds();
@@ -765,6 +783,10 @@ void MainWindow::registerCommands()
     if (m_services.player) {
         m_commands.add(ID_TB_PLAY, [this] { playSelectedRecord(); });
         m_commands.add(ID_RECORD_PLAY, [this] { playSelectedRecord(); });
+    }
+    if (m_services.mail) {
+        m_commands.add(ID_TB_SEND, [this] { sendSelectedRecords(); });
+        m_commands.add(ID_RECORD_SEND, [this] { sendSelectedRecords(); });
     }
     m_commands.add(ID_NEW_RECORDING, [this] { newRecording(m_app.CurrentListType); });
     m_commands.add(ID_TB_NEW_RECORDING, [this] { newRecording(m_app.CurrentListType); });

@@ -72,11 +72,15 @@ public:
     const std::string& selectedFileName() const { return m_selectedFile; }
     int selectedCount() const { return m_selectedCount; }
     std::vector<std::string> selectedIds() const;
+    // The record file names ("%08d.vxz") of the selected rows.
+    std::vector<std::string> selectedFileNames() const;
 
     // The record menu for the current selection (nullptr when nothing is
     // selected); the caller shows it.
     std::unique_ptr<QMenu> recordMenu();
 
+    // Send (8019, 2112): the selected records by e-mail.
+    void sendSelectedRecords();
     // Delete (command 2102) with its questions and reports.
     void deleteSelectedRecords();
     // New recording (8017, 2177; 2104 for a dictation) of a list type.

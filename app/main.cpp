@@ -10,6 +10,7 @@
 #include "app/NavoApp.h"
 #include "app/RecordListModel.h"
 #include "app/PlayerLauncher.h"
+#include "app/RecordMailer.h"
 #include "audio/EffectsEngine.h"
 #include "audio/PlayerEffects.h"
 #include "audio/DiaryMonitor.h"
@@ -42,6 +43,7 @@ int main(int argc, char** argv)
     playereffects::publishDirectXVersion(makeEffectsEngine() != nullptr);
     StoreCompression compression(store);
     DiaryMonitor diary;
+    RecordMailer mailer;
     InertServices notYetBuilt;
     StartupServices services = notYetBuilt.services();
     services.store = &store;
@@ -52,6 +54,7 @@ int main(int argc, char** argv)
     services.player = &player;
     services.compression = &compression;
     services.diary = &diary;
+    services.mail = &mailer;
     NavoApp app(theAppData(), services,
                 QFile::encodeName(QApplication::applicationFilePath()).toStdString());
     app.InitInstance();

@@ -205,6 +205,16 @@ public:
     virtual int play(AppData& app, const std::vector<std::string>& recIds, int index, QWidget* owner) = 0;
 };
 
+class MailService {
+public:
+    virtual ~MailService() = default;
+    // Sends records of the open store (record file names "%08d.vxz") by
+    // e-mail: the options, the copies, the compressor and the composer.
+    // The result of Send files (0, 500 to 504), or -1 when the options
+    // were cancelled or nothing could be taken out.
+    virtual int sendRecords(AppData& app, const std::vector<std::string>& recordFileNames, QWidget* owner) = 0;
+};
+
 struct StartupServices {
     StoreService* store = nullptr;
     LineService* line = nullptr;
@@ -214,4 +224,5 @@ struct StartupServices {
     RecorderService* recorder = nullptr;  // none: New Recording stays grey
     StudioService* studio = nullptr;      // none: the Mixing Studio item stays grey
     PlayerService* player = nullptr;      // none: Play stays grey
+    MailService* mail = nullptr;          // none: Send stays grey
 };

@@ -3,7 +3,7 @@
 //
 // Numbers the program loads but whose text has not been settled yet (the
 // data store messages 616 to 620, and the
-// long texts 658, 755, 803 and 875) are deliberately absent: they load as ""
+// long text 803) are deliberately absent: they load as ""
 // until their wording is known, and the message catalogue shows a fallback
 // for the coded ones.
 #include "res/StringTable.h"
@@ -53,6 +53,9 @@ constexpr StringEntry kStrings[] = {
 
     // Sending by e-mail, locked records
     {657, "The Navo recording was not sent because you cancelled the operation"},
+    {658, "An error occurred trying to send your Navo recording : Error 501.\n\n"
+          "Navo hands recordings to the mail program set up on this computer. "
+          "Web-based mail, read and written in a web browser, cannot be used to send Navo recordings."},
     {660, "The record is locked and cannot be edited : Info 006"},
 
     // Player tool tips
@@ -107,6 +110,9 @@ constexpr StringEntry kStrings[] = {
           "Phone monitoring has been disabled.\n"
           "Use Modem Selection from the Phone menu to see if you have an alternative"},
     {752, "A telephone call is currently in progress.\nAction cancelled "},
+    // Mail texts: how to play an attached recording (755 voice, 875 video)
+    {755, "\r\nIMPORTANT\r\n\r\nTo play the attached Navo recording you will require either Navo or the FREE Navo "
+          "Player, which you can download from the Navo web site at https://navo.example.org/download/\r\n\r\n"},
     {759, "No suitable modems were found.\n"
           "To use the phone functionality you must have a voice modem installed - See the Trouble shooting section in the help"},
     {760, "Please select a modem to test from the list by clicking on the \n"
@@ -152,6 +158,8 @@ constexpr StringEntry kStrings[] = {
 
     {865, "You will need to install the latest version of Microsoft's DirectX to use this function.\n"
           "Would you like to install it now?"},
+    {875, "\r\nIMPORTANT\r\n\r\nTo play the attached Navo recording you will require either Navo or the FREE Navo "
+          "Video Player, which you can download from the Navo web site at https://navo.example.org/download/\r\n\r\n"},
     {876, " video mail attached"},
 };
 // clang-format on

@@ -318,6 +318,16 @@
     X(IDC_COMPRESS_ERROR_LOG, 10257)                                          \
     X(IDC_COMPRESS_STATUS1, 10258)                                            \
     X(IDC_COMPRESS_STATUS2, 10259)                                            \
+    /* Compressor dialog (143) */                                             \
+    X(IDC_COMPRESSOR_TEXT, 10380)                                             \
+    X(IDC_COMPRESSOR_FILE_PROGRESS, 10381)                                    \
+    X(IDC_COMPRESSOR_TOTAL_PROGRESS, 10382)                                   \
+    X(IDC_COMPRESSOR_STOP, 10383)                                             \
+    X(IDC_COMPRESSOR_RESTART, 10384)                                          \
+    /* Export options dialog (152) */                                         \
+    X(IDC_EXPORT_LOCK, 10385)                                                 \
+    X(IDC_EXPORT_CONVERT, 10386)                                              \
+    X(IDC_EXPORT_COMPRESS, 10387)                                             \
     /* Sounds (WAVE) and pictures */                                          \
     X(IDR_WAVE_TONE, 3001)                                                    \
     X(IDR_WAVE_RING, 3003)                                                    \

@@ -9,6 +9,9 @@ NAVO_BUILD_PACKAGES=(cmake g++ make pkg-config qt6-base-dev qt6-base-dev-tools l
                      libgtest-dev libx11-dev fonts-dejavu-core liblinphone-dev libsoundtouch-dev libsoxr-dev libpulse-dev libopusenc-dev libopusfile-dev)
 NAVO_HEADLESS_PACKAGES=(xvfb xauth imagemagick xdotool x11-utils linphone-cli baresip iproute2 pulseaudio pulseaudio-utils sox sqlite3 poppler-utils)
 
+# Sending recordings by e-mail hands them to the desktop's composer through xdg-email.
+NAVO_BUILD_PACKAGES+=(xdg-utils)
+
 navo_say() { printf '\033[1m[navo]\033[0m %s\n' "$*"; }
 navo_fail() { printf '\033[1;31m[navo]\033[0m %s\n' "$*" >&2; exit 1; }
 
