@@ -121,7 +121,7 @@ TEST_F(TelephonyServiceTest, ALineInUseElsewhereSaysSoAndCanBeStartedOnceFree)
     ASSERT_EQ(prompt.messages().size(), 1u);
     EXPECT_NE(prompt.messages()[0].text, LoadString(749)) << "told the modem is gone";
     EXPECT_NE(prompt.messages()[0].text.find("in use by another program"), std::string::npos);
-    EXPECT_EQ(service.statusText(), "Failed to start line monitoring");
+    EXPECT_EQ(service.statusText(), "Failed to start line monitoring (the line is in use by another program)");
     // The device is still there: once the other program lets go, it is
     // monitored without being chosen again.
     EXPECT_TRUE(service.deviceChosen());

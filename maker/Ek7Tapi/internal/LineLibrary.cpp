@@ -422,8 +422,11 @@ void LineLibrary::drain()
             if (event.p1 == LINEDEVSTATE_RINGING)
                 onRinging();
             if (event.p1 == LINEDEVSTATE_INSERVICE || event.p1 == LINEDEVSTATE_OUTOFSERVICE) {
+                const bool was = m_inService;
                 m_inService = event.p1 == LINEDEVSTATE_INSERVICE;
                 m_state.DialReady = m_inService && m_state.CallHandle == 0 ? 1 : 0;
+                if (was != m_inService)
+                    post(kEk7MsgServiceChanged, m_inService ? 1 : 0);
             }
             break;
         case LINE_CALLINFO:
