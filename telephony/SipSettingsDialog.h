@@ -24,8 +24,7 @@ public:
     ~SipSettingsDialog() override;
 
     SipSettings settings() const;
-
-protected:
+    // OK: checks, then writes; the window stays open on a problem.
     void accept() override;
 
 private:
