@@ -22,7 +22,9 @@
 
 #include "LineTestSupport.h"
 #include "maker/Ek7Tapi/Ek7Tapi.h"
+#include "core/AppData.h"
 #include "telephony/ModemTester.h"
+#include "telephony/TelephonyService.h"
 
 namespace {
 
@@ -505,20 +507,25 @@ TEST(SipDialTone, AnAcceptedAccountGivesTheDialTone)
     setup.environment().set("NAVO_SIP_DOMAIN", "127.0.0.1:" + std::to_string(ScriptedRegistrar::kPort));
     ScriptedRegistrar registrar(200);
     ASSERT_TRUE(registrar.bound());
-    LineState* state = Ek7TapiInitVar();
-    MessageLog log(state);
-    state->DeviceId = 0;
-    ASSERT_EQ(Ek7TapiInit(0)->ErrorCode, kEk7Ok);
-    ASSERT_EQ(Ek7TapiOpen(log.handle())->ErrorCode, kEk7Ok);
+    AppData app;
+    app.IniPath = setup.path("NAVO.ini");
+    app.ProfileSection = "Tester";
+    TelephonyService service;
+    service.initVar(app);
+    service.chooseDevice(0);
+    MessageLog log(app.lineState);
+    ASSERT_EQ(service.startMonitoring(&log), TelephonyService::StartResult::Started);
+    EXPECT_EQ(app.lineState->DialReady, 0);
+    EXPECT_EQ(service.statusText(), "Line monitoring active : ada@127.0.0.1:5090 registering...");
     ASSERT_TRUE(log.waitFor(kEk7MsgServiceChanged, 2, 10000));
-    EXPECT_EQ(log.messages()[0].wParam, 0u);  // registering
-    EXPECT_EQ(log.first(kEk7MsgServiceChanged)->state.DialReady, 0);
+    EXPECT_EQ(log.messages()[0].wParam, 0u);
     const LoggedMessage& registered = log.messages().back();
     EXPECT_EQ(registered.message, kEk7MsgServiceChanged);
     EXPECT_EQ(registered.wParam, 1u);
     EXPECT_EQ(registered.state.DialReady, 1);
+    EXPECT_EQ(service.statusText(), "Line monitoring active : ada@127.0.0.1:5090 registered");
     EXPECT_EQ(log.count(kEk7MsgLineClosed), 0);
-    Ek7TapiClose();
+    service.close(app);
 }
 
 // A SIP request written by hand, sent from a socket of the test's own.

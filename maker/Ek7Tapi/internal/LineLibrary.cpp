@@ -171,9 +171,12 @@ LineState* LineLibrary::open(HWND window)
     m_line = line;
     m_window = window;
     m_state.Monitoring = 1;
-    // Until the provider says otherwise (its report is queued behind this).
+    // Until the provider says otherwise; what it said while opening (a SIP
+    // account not registered yet has no dial tone) is taken in at once, so
+    // the block never claims a dial tone the line does not have.
     m_inService = true;
     m_state.DialReady = 1;
+    drain();
     return result(kEk7Ok);
 }
 
