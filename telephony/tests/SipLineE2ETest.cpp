@@ -678,12 +678,15 @@ TEST_F(SipDirectLine, JunkDatagramsDoNotHoldUpACaller)
 }
 
 // The modem tester on the SIP line against baresip, which answers at once:
-// every step passes.
-TEST(SipModemTester, BaresipAnswersAndEveryStepPasses)
+// every step passes, over each transport the line can use.
+class SipModemTester : public ::testing::TestWithParam<std::string> {};
+
+TEST_P(SipModemTester, BaresipAnswersAndEveryStepPasses)
 {
     if (!inSipTestNetwork())
         GTEST_SKIP() << "needs a private network namespace: run it through ctest (sip_e2e.sh)";
     TestLineSetup setup{kRingPeriodMs, "SIP line"};
+    setup.environment().set("NAVO_SIP_TRANSPORT", GetParam());
     setup.environment().set("NAVO_SIP_PORT", std::to_string(kNavoPort));
     setup.environment().set("NAVO_SIP_RTP_PORTS", "7078-7098");
     const std::string greeting = setup.path("vxgreet.wav");
@@ -699,7 +702,7 @@ TEST(SipModemTester, BaresipAnswersAndEveryStepPasses)
     MessageLog log(state);
     log.onMessage = [&](const LoggedMessage& m) { tester.message(m.message); };
     tester.open("Navo SIP line");
-    tester.start("300@127.0.0.1:5092", log.handle());
+    tester.start("sip:300@127.0.0.1:5092;transport=" + GetParam(), log.handle());
     ASSERT_TRUE(log.waitFor(kEk7MsgIdle, 1, 15000)) << tester.log() << phone.output();
     tester.stop();
     EXPECT_EQ(tester.log(),
@@ -722,6 +725,8 @@ TEST(SipModemTester, BaresipAnswersAndEveryStepPasses)
         << phone.output();
     EXPECT_EQ(state->Monitoring, 0);
 }
+
+INSTANTIATE_TEST_SUITE_P(Transports, SipModemTester, ::testing::Values("udp", "tcp"));
 
 INSTANTIATE_TEST_SUITE_P(Registrar, SipRegistration,
                          ::testing::Values(Refusal{401, kEk7RegistrationRefused}, Refusal{403, kEk7RegistrationRefused},
