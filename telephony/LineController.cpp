@@ -127,6 +127,9 @@ LineController::Refresh LineController::lineMessage(UINT message, QWidget* owner
     case kEk7MsgCallerId:
         callerIdentity();
         return Refresh::Nothing;
+    case kEk7MsgServiceChanged:
+        // A SIP account registered (or lost it): the status line says so.
+        return Refresh::Status;
     case kEk7MsgAnswerNow:
         if (line != nullptr && line->CallState == 1 && line->CallHandle != 0)
             m_machine.answerCall(m_app);

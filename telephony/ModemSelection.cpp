@@ -79,3 +79,10 @@ void ModemSelection::cancel()
 {
     m_line = Ek7TapiClose();
 }
+
+std::int32_t ModemSelection::testDevice(const std::string& numberText)
+{
+    const std::int32_t kept = m_line->DeviceId;
+    m_line->DeviceId = static_cast<std::int32_t>(std::atol(numberText.c_str()));
+    return kept;
+}

@@ -42,6 +42,10 @@ public:
     long choose(const std::string& numberText);
     // "Cancel": Ek7TapiClose, no choice.
     void cancel();
+    // "Test" on a row: DeviceId from its column-0 text for the tester; the
+    // DeviceId it had before, to be put back when the tester closes, since
+    // testing a line is not choosing it.
+    std::int32_t testDevice(const std::string& numberText);
 
 private:
     struct DeviceRows;

@@ -12,6 +12,8 @@
 #include "res/ResourceIds.h"
 #include "res/StringTable.h"
 #include "res/resource.h"
+#include "telephony/ModemTesterDialog.h"
+#include "telephony/SipSettingsDialog.h"
 #include "ui_ModemSelectionDialog.h"
 
 namespace {
@@ -29,7 +31,7 @@ QIcon iconOf(HICON icon)
 }  // namespace
 
 ModemSelectionDialog::ModemSelectionDialog(LineState*& line, const ProfileValues& profile, QWidget* parent)
-    : QDialog(parent), m_ui(std::make_unique<Ui::ModemSelectionDialog>()), m_selection(line, profile)
+    : QDialog(parent), m_ui(std::make_unique<Ui::ModemSelectionDialog>()), m_selection(line, profile), m_line(line)
 {
     m_ui->setupUi(this);
     m_ui->IDC_MODEM_8008->setToolTip(LoadStringQ(742));
@@ -43,6 +45,8 @@ ModemSelectionDialog::ModemSelectionDialog(LineState*& line, const ProfileValues
     connect(m_ui->IDC_MODEM_SELECT, &QPushButton::clicked, this, [this] { select(); });
     connect(m_ui->IDC_MODEM_CANCEL, &QPushButton::clicked, this, [this] { reject(); });
     connect(m_ui->IDC_MODEM_LIST, &QTreeWidget::itemDoubleClicked, this, [this] { select(); });
+    connect(m_ui->IDC_MODEM_TEST, &QPushButton::clicked, this, [this] { test(); });
+    connect(m_ui->sipSettingsButton, &QPushButton::clicked, this, [this] { sipSettings(); });
     assignControlNumbers(this);
 }
 
@@ -99,6 +103,27 @@ void ModemSelectionDialog::select()
         return;
     m_chosen = m_selection.choose(toAnsi(selected.first()->text(0)));
     done(IDOK);
+}
+
+void ModemSelectionDialog::test()
+{
+    const QList<QTreeWidgetItem*> selected = m_ui->IDC_MODEM_LIST->selectedItems();
+    if (selected.isEmpty()) {
+        AfxMessageBox(LoadString(760), MB_OK | MB_ICONINFORMATION);
+        return;
+    }
+    const std::int32_t kept = m_selection.testDevice(toAnsi(selected.first()->text(0)));
+    {
+        ModemTesterDialog tester(m_line, toAnsi(selected.first()->text(1)), m_greetingPath, this);
+        tester.exec();
+    }
+    m_line->DeviceId = kept;
+}
+
+void ModemSelectionDialog::sipSettings()
+{
+    SipSettingsDialog dialog(this);
+    dialog.exec();
 }
 
 void ModemSelectionDialog::reject()

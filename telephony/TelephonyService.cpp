@@ -17,6 +17,8 @@
 #include "platform/Trace.h"
 #include "telephony/ModemSelectionDialog.h"
 #include "telephony/TapiBinding.h"
+#include "telephony/AnswerMachineGreeting.h"
+#include "telephony/module/LineOptions.h"
 
 namespace {
 
@@ -26,31 +28,58 @@ bool deviceGone(int reason)
     return reason == kEk7DeviceMissing || reason == kEk7OpenFailed || reason == kEk7DeviceGone;
 }
 
-// What the user is told when the line cannot be opened or stops by itself
-// for a reason of its own settings or network; empty for the other reasons.
-std::string lineTrouble(int reason)
+// The line's own troubles (its settings, its network), each with the short
+// cause the status line shows and what the user is told.
+struct Trouble {
+    int reason;
+    const char* cause;
+    const char* message;
+};
+
+const Trouble kTroubles[] = {
+    {kEk7LineInUse, "the line is in use by another program",
+     "The telephone line is in use by another program, so Navo cannot monitor it.\n\n"
+     "For the SIP line this means another program holds its UDP port: close that program or give "
+     "the line another port."},
+    {kEk7LineSettings, "the line's settings are incomplete",
+     "The telephone line's settings are incomplete: an account at a registrar needs both a user "
+     "and a domain that make a valid SIP address.\n\nCorrect the line's settings, then start "
+     "monitoring again."},
+    {kEk7PasswordFile, "the password file cannot be used",
+     "The password file of the telephone line's account cannot be used: it is missing or "
+     "unreadable, or other users can read it.\n\nIt must be readable by you only (chmod 600)."},
+    {kEk7RegistrationRefused, "the registrar refused the account",
+     "The registrar refused the telephone line's account: check its user name and password.\n\n"
+     "Line monitoring has stopped."},
+    {kEk7RegistrarUnreachable, "the registrar does not answer",
+     "The registrar of the telephone line's account does not answer: check its domain and the "
+     "network connection.\n\nLine monitoring has stopped."},
+};
+
+const Trouble* lineTrouble(int reason)
 {
-    switch (reason) {
-    case kEk7LineInUse:
-        return "The telephone line is in use by another program, so Navo cannot monitor it.\n\n"
-               "For the SIP line this means another program holds its UDP port: close that program or give "
-               "the line another port.";
-    case kEk7LineSettings:
-        return "The telephone line's settings are incomplete: an account at a registrar needs both a user "
-               "and a domain that make a valid SIP address.\n\nCorrect the line's settings, then start "
-               "monitoring again.";
-    case kEk7PasswordFile:
-        return "The password file of the telephone line's account cannot be used: it is missing or "
-               "unreadable, or other users can read it.\n\nIt must be readable by you only (chmod 600).";
-    case kEk7RegistrationRefused:
-        return "The registrar refused the telephone line's account: check its user name and password.\n\n"
-               "Line monitoring has stopped.";
-    case kEk7RegistrarUnreachable:
-        return "The registrar of the telephone line's account does not answer: check its domain and the "
-               "network connection.\n\nLine monitoring has stopped.";
-    default:
-        return std::string();
-    }
+    for (const Trouble& trouble : kTroubles)
+        if (trouble.reason == reason)
+            return &trouble;
+    return nullptr;
+}
+
+// The status line after a failure: why, when the line could say.
+std::string failedStatus(const Trouble* trouble)
+{
+    return trouble == nullptr ? std::string(TelephonyService::kFailed)
+                              : std::string(TelephonyService::kFailed) + " (" + trouble->cause + ")";
+}
+
+// "ada@sip.example.net" when the device is the SIP line with an account at
+// a registrar, else empty.
+std::string sipAccount(std::int32_t device)
+{
+    const LineOptions options = LineOptions::current();
+    if (device < 0 || static_cast<std::size_t>(device) >= options.providers.size() ||
+        options.providers[static_cast<std::size_t>(device)] != "SIP line" || options.sipUser.empty())
+        return {};
+    return options.sipUser + "@" + options.sipDomain;
 }
 
 }  // namespace
@@ -133,14 +162,16 @@ TelephonyService::StartResult TelephonyService::startMonitoring(QObject* mainWin
     m_line = Ek7TapiOpen(handleOf(mainWindow));
     if (m_line->ErrorCode < 1) {
         m_status = kActive;
+        m_account = sipAccount(m_line->DeviceId);
         return StartResult::Started;
     }
     const int reason = m_line->ErrorCode;
-    m_status = kFailed;
-    if (const std::string trouble = lineTrouble(reason); !trouble.empty()) {
+    const Trouble* trouble = lineTrouble(reason);
+    m_status = failedStatus(trouble);
+    if (trouble != nullptr) {
         // The device is there; once the cause is put right it can be
         // monitored again without choosing it anew.
-        AfxMessageBox(trouble, MB_OK | MB_ICONEXCLAMATION);
+        AfxMessageBox(trouble->message, MB_OK | MB_ICONEXCLAMATION);
         return StartResult::OpenFailed;
     }
     if (deviceGone(reason))
@@ -151,6 +182,18 @@ TelephonyService::StartResult TelephonyService::startMonitoring(QObject* mainWin
         LineFailureReport::show(reason);
     m_line->DeviceChosen = 0;
     return StartResult::OpenFailed;
+}
+
+std::string TelephonyService::statusText() const
+{
+    std::string text = m_status;
+    if (!m_account.empty() && m_line != nullptr && m_line->Monitoring != 0) {
+        // Word 8 comes up once the registrar has accepted the account; a
+        // call on the line holds it down meanwhile.
+        const bool registered = m_line->DialReady != 0 || m_line->CallInProgress != 0;
+        text += " : " + m_account + (registered ? " registered" : " registering...");
+    }
+    return m_callText.empty() ? text : text + " : " + m_callText;
 }
 
 void TelephonyService::placeCall(const std::string& name, const std::string& number)
@@ -210,9 +253,10 @@ bool TelephonyService::outgoingCallMessage(unsigned message)
 void TelephonyService::lineClosed(int reason)
 {
     // The library has closed the line already.
-    m_status = kFailed;
-    const std::string trouble = lineTrouble(reason);
-    AfxMessageBox(trouble.empty() ? LoadString(749) : trouble, MB_OK | MB_ICONEXCLAMATION);
+    const Trouble* trouble = lineTrouble(reason);
+    m_status = failedStatus(trouble);
+    m_account.clear();
+    AfxMessageBox(trouble == nullptr ? LoadString(749) : std::string(trouble->message), MB_OK | MB_ICONEXCLAMATION);
 }
 
 void TelephonyService::closeLine()
@@ -224,6 +268,7 @@ void TelephonyService::closeLine()
         lineDrop(m_line->CallHandle, nullptr, 0);
     m_line = Ek7TapiClose();
     m_status = kInactive;
+    m_account.clear();
     m_callText.clear();
     m_outgoing = false;
 }
@@ -241,6 +286,8 @@ long TelephonyService::selectModem(QWidget* owner)
     long chosen = -1;
     {
         ModemSelectionDialog dialog(m_line, profile(), owner);
+        if (m_app != nullptr)
+            dialog.setGreetingPath(m_app->TempDir + "/" + AnswerMachineGreeting::kFileName);
         chosen = dialog.run();
     }
     if (wasMonitoring)

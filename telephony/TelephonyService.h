@@ -65,7 +65,10 @@ public:
     // Exit: frees the incoming-call window, files a message being left,
     // drops a present call (lineDrop), Ek7TapiClose. The one-second wait after it is the caller's.
     void close(AppData& app) override;
-    std::string statusText() const override { return m_callText.empty() ? m_status : m_status + " : " + m_callText; }
+    // The line's state, then for a SIP account "ada@example.net registering..."
+    // or "... registered", then an outgoing call's progress; a failure says
+    // its cause in brackets where the line could tell it.
+    std::string statusText() const override;
     bool monitoring() const override;
     bool answerMachineOn() const override;
     // A call is connected and the answer machine is not handling it.
@@ -123,6 +126,7 @@ private:
     QObject* m_window = nullptr;
     std::string m_status = kInactive;
     std::string m_callText;  // the outgoing call's progress, shown after m_status
+    std::string m_account;   // the SIP line's account while monitored
     std::string m_callee;    // "Ada (0161 496)"
     bool m_outgoing = false;
     bool m_outgoingConnected = false;

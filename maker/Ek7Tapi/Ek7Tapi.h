@@ -44,6 +44,9 @@
 //                                  refused the account or stopped answering,
 //                                  the network went): it is closed already,
 //                                  Monitoring 0; wParam the reason (60-79).
+//   WM_USER+158 kEk7MsgServiceChanged  the line can place calls now (wParam 1:
+//                                  a SIP registrar accepted the account) or
+//                                  no longer can (0); word 8 says it already.
 // Outgoing calls (Ek7TapiDial): +154 kEk7MsgDialStarted once the call exists,
 // +111 dialling, +152 proceeding, +153 ringing at the far end, +108 busy,
 // +109 no dial tone, then +107 or +150/+151 as above.
@@ -171,6 +174,7 @@ inline constexpr UINT kEk7MsgProceeding = WM_USER + 152;
 inline constexpr UINT kEk7MsgRingBack = WM_USER + 153;
 inline constexpr UINT kEk7MsgDialStarted = WM_USER + 154;
 inline constexpr UINT kEk7MsgLineClosed = WM_USER + 157;
+inline constexpr UINT kEk7MsgServiceChanged = WM_USER + 158;
 
 // The list control Ek7TapiListDev fills.
 class Ek7TapiDeviceList {

@@ -1,6 +1,7 @@
 #include "telephony/module/LineOptions.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -20,8 +21,16 @@ const Key kKeys[] = {
     {"sip_port", "NAVO_SIP_PORT"},              {"sip_rtp_ports", "NAVO_SIP_RTP_PORTS"},
     {"sip_user", "NAVO_SIP_USER"},              {"sip_domain", "NAVO_SIP_DOMAIN"},
     {"sip_password_file", "NAVO_SIP_PASSWORD_FILE"}, {"sip_data_dir", "NAVO_SIP_DATA_DIR"},
-    {"test_line_socket", "NAVO_TEST_LINE_SOCKET"},
+    {"test_line_socket", "NAVO_TEST_LINE_SOCKET"}, {"test_line", "NAVO_TEST_LINE"},
+    {"sip_auth_user", "NAVO_SIP_AUTH_USER"},     {"sip_registrar", "NAVO_SIP_REGISTRAR"},
+    {"sip_transport", "NAVO_SIP_TRANSPORT"},     {"sip_stun_server", "NAVO_SIP_STUN_SERVER"},
+    {"sip_allow_remote", "NAVO_SIP_ALLOW_REMOTE"},
 };
+
+bool yes(const std::string& text)
+{
+    return text == "1" || text == "yes" || text == "true" || text == "on";
+}
 
 std::string trim(const std::string& text)
 {
@@ -54,7 +63,7 @@ std::string variable(const std::map<std::string, std::string>& environment, cons
 LineOptions LineOptions::from(const std::string& fileText, const std::map<std::string, std::string>& environment)
 {
     std::map<std::string, std::string> values = {
-        {"providers", "SIP line,test line"},
+        {"providers", "SIP line"},
         {"ring_period_ms", "3000"},
         {"sip_port", "5060"},
         {"sip_rtp_ports", "7078-7178"},
@@ -77,6 +86,9 @@ LineOptions LineOptions::from(const std::string& fileText, const std::map<std::s
     for (std::string name; std::getline(names, name, ',');)
         if (!trim(name).empty())
             options.providers.push_back(trim(name));
+    if (yes(values["test_line"]) &&
+        std::find(options.providers.begin(), options.providers.end(), "test line") == options.providers.end())
+        options.providers.push_back("test line");
     options.ringPeriodMs = number(values["ring_period_ms"], 3000, 100, 20000);
     options.sipPort = number(values["sip_port"], 5060, -1, 65535);
     if (options.sipPort == 0)
@@ -99,29 +111,43 @@ LineOptions LineOptions::from(const std::string& fileText, const std::map<std::s
         options.sipDataDir = (!dataHome.empty() ? dataHome : (home.empty() ? std::string("/tmp") : home) + "/.local/share") +
                              "/navo/sip";
     }
+    options.sipAuthUser = values["sip_auth_user"];
+    options.sipRegistrar = values["sip_registrar"];
+    options.sipTransport = values["sip_transport"].empty() ? "udp" : values["sip_transport"];
+    std::transform(options.sipTransport.begin(), options.sipTransport.end(), options.sipTransport.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    options.sipStunServer = values["sip_stun_server"];
+    options.sipAllowRemote = yes(values["sip_allow_remote"]);
     options.testLineSocket = values["test_line_socket"];
     return options;
+}
+
+std::string LineOptions::configPath()
+{
+    auto variable = [](const char* name) {
+        const char* value = std::getenv(name);
+        return std::string(value != nullptr ? value : "");
+    };
+    if (!variable("NAVO_LINE_CONFIG").empty())
+        return variable("NAVO_LINE_CONFIG");
+    if (!variable("XDG_CONFIG_HOME").empty())
+        return variable("XDG_CONFIG_HOME") + "/navo/line.conf";
+    if (!variable("HOME").empty())
+        return variable("HOME") + "/.config/navo/line.conf";
+    return {};
 }
 
 LineOptions LineOptions::current()
 {
     std::map<std::string, std::string> environment;
-    for (const char* name : {"XDG_DATA_HOME", "HOME", "XDG_CONFIG_HOME", "NAVO_LINE_CONFIG"})
+    for (const char* name : {"XDG_DATA_HOME", "HOME"})
         if (const char* value = std::getenv(name))
             environment[name] = value;
     for (const Key& key : kKeys)
         if (const char* value = std::getenv(key.variable))
             environment[key.variable] = value;
 
-    std::string path = variable(environment, "NAVO_LINE_CONFIG");
-    if (path.empty()) {
-        const std::string configHome = variable(environment, "XDG_CONFIG_HOME");
-        const std::string home = variable(environment, "HOME");
-        if (!configHome.empty())
-            path = configHome + "/navo/line.conf";
-        else if (!home.empty())
-            path = home + "/.config/navo/line.conf";
-    }
+    const std::string path = configPath();
     std::string text;
     if (!path.empty()) {
         std::ifstream file(path);

@@ -20,9 +20,17 @@
 // accepted finds no dial tone, as a modem on a dead line would; the line
 // reports itself out of service until then (LineState word 8).
 //
-// Settings (LineOptions): local UDP port, RTP port range, an optional account
-// at a registrar (user, domain, and a password file that only its owner may
-// read), the ring period and the folder for liblinphone's own files.
+// Settings (LineOptions): the transport (UDP, TCP or TLS) and its local
+// port, RTP port range, an optional account at a registrar (user, domain, a
+// registrar that is also the outbound proxy when it is not the domain, an
+// authentication name, and a password file that only its owner may read), a
+// STUN server, the ring period and the folder for liblinphone's own files.
+//
+// Strangers: without an account nobody was given the line's address, so a
+// direct call is taken only from this machine (the top Via's address, and
+// the address the stack saw it come from, both loopback) unless
+// sip_allow_remote says otherwise; others get 403. On UDP, DatagramGuard
+// drops datagrams no SIP peer sends before the stack can choke on them.
 //
 // Failures say what went wrong: the port in use, settings that make no
 // account, a password file that is not private each fail open with their own

@@ -21,7 +21,12 @@ namespace {
 TEST(LineOptions, DefaultsWithoutFileOrEnvironment)
 {
     const LineOptions options = LineOptions::from("", {{"HOME", "/home/ada"}});
-    EXPECT_EQ(options.providers, (std::vector<std::string>{"SIP line", "test line"}));
+    // The test line only when asked for: nobody but navo-line can call it.
+    EXPECT_EQ(options.providers, (std::vector<std::string>{"SIP line"}));
+    EXPECT_EQ(LineOptions::from("test_line = 1\n", {}).providers,
+              (std::vector<std::string>{"SIP line", "test line"}));
+    EXPECT_EQ(LineOptions::from("", {{"NAVO_TEST_LINE", "1"}, {"NAVO_LINE_PROVIDERS", "test line"}}).providers,
+              (std::vector<std::string>{"test line"}));
     EXPECT_EQ(options.ringPeriodMs, 3000);
     EXPECT_EQ(options.sipPort, 5060);
     EXPECT_EQ(options.rtpPortMin, 7078);

@@ -9,6 +9,7 @@
 #include <QHeaderView>
 #include <QLabel>
 #include <QLocalServer>
+#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QTimer>
 #include <QTreeWidget>
@@ -121,7 +122,7 @@ TEST_F(TelephonyServiceTest, ALineInUseElsewhereSaysSoAndCanBeStartedOnceFree)
     ASSERT_EQ(prompt.messages().size(), 1u);
     EXPECT_NE(prompt.messages()[0].text, LoadString(749)) << "told the modem is gone";
     EXPECT_NE(prompt.messages()[0].text.find("in use by another program"), std::string::npos);
-    EXPECT_EQ(service.statusText(), "Failed to start line monitoring");
+    EXPECT_EQ(service.statusText(), "Failed to start line monitoring (the line is in use by another program)");
     // The device is still there: once the other program lets go, it is
     // monitored without being chosen again.
     EXPECT_TRUE(service.deviceChosen());
@@ -317,7 +318,6 @@ TEST_F(TwoLines, ModemSelectionPreselectsCommIdReadAsDecimalAndRestartsMonitorin
 
     QStringList rows;
     QString preselected;
-    bool testEnabled = true;
     bool iconShown = false;
     bool descriptionsWhole = true;
     whenModal([&](QWidget* dialog) {
@@ -334,7 +334,6 @@ TEST_F(TwoLines, ModemSelectionPreselectsCommIdReadAsDecimalAndRestartsMonitorin
                 list->columnWidth(1) > list->fontMetrics().horizontalAdvance(list->topLevelItem(i)->text(1));
         descriptionsWhole = descriptionsWhole && list->viewport()->width() >= list->header()->length() &&
                             list->columnWidth(0) < list->columnWidth(1) / 2;
-        testEnabled = dialog->findChild<QPushButton*>(QStringLiteral("8011"))->isEnabled();
         list->clearSelection();
         list->topLevelItem(1)->setSelected(true);
         dialog->findChild<QPushButton*>(QStringLiteral("8010"))->click();  // Select
@@ -344,7 +343,6 @@ TEST_F(TwoLines, ModemSelectionPreselectsCommIdReadAsDecimalAndRestartsMonitorin
     EXPECT_EQ(preselected, QStringLiteral("0"));
     EXPECT_TRUE(iconShown);
     EXPECT_TRUE(descriptionsWhole);
-    EXPECT_FALSE(testEnabled);
     EXPECT_EQ(app.lineState->DeviceId, 1);
     EXPECT_TRUE(service.deviceChosen());
     EXPECT_EQ(profile.read(settings::kCommID), "1");
@@ -357,14 +355,29 @@ TEST_F(TwoLines, CancelKeepsTheDeviceAndCommIdMissingPreselectsNothing)
 {
     service.chooseDevice(1);
     QString preselected = QStringLiteral("unset");
+    QString testerLog;
+    ScriptedPrompt prompt;
+    prompt.answerMessage(IDOK);
     whenModal([&](QWidget* dialog) {
         auto* list = dialog->findChild<QTreeWidget*>(QStringLiteral("10038"));
         preselected = list->selectedItems().isEmpty() ? QString() : list->selectedItems().first()->text(0);
+        // Test with no row chosen: message 760; with one: the tester on it.
+        dialog->findChild<QPushButton*>(QStringLiteral("8011"))->click();
+        list->topLevelItem(0)->setSelected(true);
+        whenModal([&](QWidget* tester) {
+            testerLog = tester->findChild<QPlainTextEdit*>(QStringLiteral("10261"))->toPlainText();
+            tester->findChild<QPushButton*>(QString::number(IDCANCEL))->click();
+        });
+        dialog->findChild<QPushButton*>(QStringLiteral("8011"))->click();
         dialog->findChild<QPushButton*>(QStringLiteral("8009"))->click();  // Cancel
     });
     EXPECT_EQ(service.selectModem(nullptr), -1);
     EXPECT_TRUE(preselected.isEmpty());
-    EXPECT_EQ(app.lineState->DeviceId, 1);  // put back after listing
+    ASSERT_EQ(prompt.messages().size(), 1u);
+    EXPECT_EQ(prompt.messages()[0].text, LoadString(760));
+    EXPECT_EQ(testerLog, QStringLiteral("Navo test line (driven by navo-line) selected for testing\n\n"));
+    // Neither listing nor testing a line chooses it.
+    EXPECT_EQ(app.lineState->DeviceId, 1);
     EXPECT_FALSE(service.monitoring());
 }
 

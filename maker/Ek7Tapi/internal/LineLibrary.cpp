@@ -171,9 +171,12 @@ LineState* LineLibrary::open(HWND window)
     m_line = line;
     m_window = window;
     m_state.Monitoring = 1;
-    // Until the provider says otherwise (its report is queued behind this).
+    // Until the provider says otherwise; what it said while opening (a SIP
+    // account not registered yet has no dial tone) is taken in at once, so
+    // the block never claims a dial tone the line does not have.
     m_inService = true;
     m_state.DialReady = 1;
+    drain();
     return result(kEk7Ok);
 }
 
@@ -422,8 +425,11 @@ void LineLibrary::drain()
             if (event.p1 == LINEDEVSTATE_RINGING)
                 onRinging();
             if (event.p1 == LINEDEVSTATE_INSERVICE || event.p1 == LINEDEVSTATE_OUTOFSERVICE) {
+                const bool was = m_inService;
                 m_inService = event.p1 == LINEDEVSTATE_INSERVICE;
                 m_state.DialReady = m_inService && m_state.CallHandle == 0 ? 1 : 0;
+                if (was != m_inService)
+                    post(kEk7MsgServiceChanged, m_inService ? 1 : 0);
             }
             break;
         case LINE_CALLINFO:
