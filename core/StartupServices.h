@@ -9,6 +9,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -205,6 +206,37 @@ public:
     virtual int play(AppData& app, const std::vector<std::string>& recIds, int index, QWidget* owner) = 0;
 };
 
+// The phone recorder (dialog 125, modeless), as the main window's line
+// handlers reach it: opened for a call picked up, placed or already up,
+// told when the call connects and ends. None: calls are not recorded.
+class PhoneRecorderService {
+public:
+    // Its messages (posted to window()): the call has ended; an incoming
+    // call picked up is to be answered and recorded there.
+    static constexpr unsigned kCallEnded = 0x0400 + 7;
+    static constexpr unsigned kRecordIncoming = 0x0400 + 11;
+    // The state-change code for a connected call.
+    static constexpr int kConnected = 7;
+
+    virtual ~PhoneRecorderService() = default;
+    virtual bool isOpen() const = 0;
+    // Recording or paused in a run.
+    virtual bool recording() const = 0;
+    // Its window handle for PostMessage; 0 when it is not open.
+    virtual std::uintptr_t window() const = 0;
+    // Creates it, or brings it forward restored, with the caller's or
+    // callee's name and number.
+    virtual void open(AppData& app, QWidget* owner, const std::string& name, const std::string& number) = 0;
+    // The line's state changed (kConnected).
+    virtual void stateChange(int code) = 0;
+    // The line is no longer there for it (the call ended, the line closed).
+    virtual void clearLineInUse() = 0;
+    // Closes it (the answer machine was switched on while it was idle).
+    virtual void close() = 0;
+    // Called after it has filed a call (the main window fills the Phone list).
+    virtual void whenFiled(std::function<void()> refresh) = 0;
+};
+
 struct StartupServices {
     StoreService* store = nullptr;
     LineService* line = nullptr;
@@ -214,4 +246,5 @@ struct StartupServices {
     RecorderService* recorder = nullptr;  // none: New Recording stays grey
     StudioService* studio = nullptr;      // none: the Mixing Studio item stays grey
     PlayerService* player = nullptr;      // none: Play stays grey
+    PhoneRecorderService* phoneRecorder = nullptr;  // none: calls are not recorded
 };

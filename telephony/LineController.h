@@ -54,6 +54,13 @@ public:
 
     const PhoneMenuState& menu() const { return m_menu; }
 
+    // The phone recorder that takes calls picked up, placed or connected;
+    // none: they go unrecorded (and "&Answer" is greyed).
+    void setPhoneRecorder(PhoneRecorderService* recorder) { m_recorder = recorder; }
+    // Set when the answer machine was switched on while the phone recorder
+    // was open and idle (it was closed then).
+    bool recorderWasOpen() const { return m_recorderWasOpen; }
+
     // Start-up: stop greyed; start and answer machine on only with a device.
     void startUp();
     // Phone menu 2002, 2003, 2004.
@@ -70,7 +77,7 @@ public:
     // parents the incoming-call window. Messages that need nothing (a ring,
     // busy, dialling, playing, idle, and any other) give Nothing.
     // +155 (the phone recorder for an outgoing call; lParam 0 the chosen
-    // entry, 1 nobody) places the call until the phone recorder exists.
+    // entry, 1 nobody) opens the phone recorder, then places the call.
     Refresh lineMessage(UINT message, QWidget* owner, LPARAM lParam = 0);
     // WM_USER+157: the line stopped by itself (wParam the reason); the user
     // is told why and monitoring can be started again.
@@ -85,10 +92,15 @@ private:
     void readPhoneWarning();
     void callerIdentity();
     Refresh callEnded();
+    // The main window's after-call update.
+    Refresh afterCall();
+    void openRecorderForIncoming(QWidget* owner);
 
     AppData& m_app;
     LineService& m_line;
     AnswerMachineService& m_machine;
     NewMessageCounter m_countNewMessages;
     PhoneMenuState m_menu;
+    PhoneRecorderService* m_recorder = nullptr;
+    bool m_recorderWasOpen = false;
 };
