@@ -43,6 +43,8 @@ void PhoneRecorderHost::open(AppData& app, QWidget* owner, const std::string& na
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setModal(false);
     m_dialog = dialog;
+    // Closed is gone, for the line, even before Qt deletes it.
+    QObject::connect(dialog, &QDialog::finished, dialog, [this] { m_dialog.clear(); });
     QObject::connect(dialog, &PhoneRecorderDialog::filed, dialog, [this] {
         if (m_filed)
             m_filed();
