@@ -144,8 +144,22 @@ bool PhoneRecorderDialog::event(QEvent* event)
     return QDialog::event(event);
 }
 
+void PhoneRecorderDialog::takeCallerIdentity()
+{
+    // The caller's identity can come after the pick-up; boxes the user has
+    // typed in are left alone.
+    const LineState* line = m_app.lineState;
+    if (line == nullptr || line->CallState != 1 || line->CallerIdValid != 1)
+        return;
+    if (m_ui->IDC_PHONE_CALLER_NAME->text().isEmpty())
+        m_ui->IDC_PHONE_CALLER_NAME->setText(fromAnsi(line->CallerName));
+    if (m_ui->IDC_PHONE_CALLER_NUMBER->text().isEmpty())
+        m_ui->IDC_PHONE_CALLER_NUMBER->setText(fromAnsi(line->CallerNumber));
+}
+
 void PhoneRecorderDialog::answerIncoming()
 {
+    takeCallerIdentity();
     const LineState* line = m_app.lineState;
     if (line == nullptr || line->CallState != 1 || line->CallHandle == 0) {
         showCallState(tr("The caller has gone"));
@@ -167,6 +181,7 @@ void PhoneRecorderDialog::stateChange(int code)
     if (code != PhoneRecorderService::kConnected)
         return;
     m_lineInUse = true;
+    takeCallerIdentity();
     showCallState(tr("Connected: recording both sides"));
     if (!m_callClock.isValid())
         m_callClock.start();
@@ -176,6 +191,7 @@ void PhoneRecorderDialog::stateChange(int code)
 
 void PhoneRecorderDialog::callEnded()
 {
+    takeCallerIdentity();
     m_lineInUse = false;
     if (m_callClock.isValid()) {
         showElapsed(m_callClock.elapsed());

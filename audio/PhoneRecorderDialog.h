@@ -73,6 +73,7 @@ private:
     void refresh();
     void tick();
     void answerIncoming();
+    void takeCallerIdentity();
     void callEnded();
     void onSave();
     void showCallState(const QString& text);
