@@ -78,14 +78,8 @@ MainWindow::MainWindow(AppData& app, StartupServices services, std::string execu
     setWindowFlags(Qt::Window | Qt::WindowMinMaxButtonsHint | Qt::WindowCloseButtonHint);
     m_phone = std::make_unique<LineController>(m_app, *m_services.line, *m_services.answerMachine,
                                                [this] { return countNewPhoneMessages(); });
-    if (m_services.phoneRecorder != nullptr) {
+    if (m_services.phoneRecorder != nullptr)
         m_phone->setPhoneRecorder(m_services.phoneRecorder);
-        // A recorded call is filed when it ends, after the line's own update.
-        m_services.phoneRecorder->whenFiled([this] {
-            if (m_app.CurrentListType == kListPhone)
-                fillList(kListPhone);
-        });
-    }
     auto* menuBar = new QMenuBar(this);
     menuBar->setObjectName(QString::number(IDR_MAIN_MENU));
     layout()->setMenuBar(menuBar);

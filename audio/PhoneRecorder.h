@@ -52,8 +52,8 @@ public:
     // OK: 0, 110, or kKeptOpen (see EngineRecorder::file).
     int save(const PhoneCallEntry& entry);
 
-    // The line runs recorded so far (their wave files).
-    std::size_t lineRuns() const { return m_runs.size(); }
+    // The present run records the line too.
+    bool recordingLine() const { return m_lineRecording; }
 
     // Mixes line into mic, sample by sample with clipping; the longer sets
     // the length.

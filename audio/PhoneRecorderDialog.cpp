@@ -185,6 +185,10 @@ void PhoneRecorderDialog::stateChange(int code)
     showCallState(tr("Connected: recording both sides"));
     if (!m_callClock.isValid())
         m_callClock.start();
+    // A run begun before the call connected holds the microphone alone: it
+    // ends there and the call's own run begins.
+    if (m_recorder.state() != PhoneRecorder::State::Idle && !m_recorder.recordingLine())
+        m_recorder.stop();
     if (m_recorder.state() == PhoneRecorder::State::Idle)
         m_recorder.pickup();
 }

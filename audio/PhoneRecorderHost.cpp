@@ -45,10 +45,9 @@ void PhoneRecorderHost::open(AppData& app, QWidget* owner, const std::string& na
     m_dialog = dialog;
     // Closed is gone, for the line, even before Qt deletes it.
     QObject::connect(dialog, &QDialog::finished, dialog, [this] { m_dialog.clear(); });
-    QObject::connect(dialog, &PhoneRecorderDialog::filed, dialog, [this] {
-        if (m_filed)
-            m_filed();
-    });
+    const HWND ownerWindow = handleOf(owner);
+    QObject::connect(dialog, &PhoneRecorderDialog::filed, dialog,
+                     [ownerWindow] { PostMessage(ownerWindow, kFiled, 0, 0); });
     dialog->setCaller(name, number);
     if (dialog->openRecording() != 0) {
         delete dialog;

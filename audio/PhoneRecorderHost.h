@@ -1,6 +1,7 @@
 // The main window's phone recorder (PhoneRecorderService): keeps the one
 // modeless phone recorder window, creates it when a call needs it and
-// forgets it once it has closed.
+// forgets it once it has closed. A filed call is told to the window that
+// opened it with WM_USER+156.
 #pragma once
 
 #include <QPointer>
@@ -21,13 +22,11 @@ public:
     void stateChange(int code) override;
     void clearLineInUse() override;
     void close() override;
-    void whenFiled(std::function<void()> refresh) override { m_filed = std::move(refresh); }
 
     PhoneRecorderDialog* dialog() const { return m_dialog.data(); }
 
 private:
     PhoneRecorder::FailureReport m_report;
     PhoneRecorderDialog::HelpOpener m_openHelp;
-    std::function<void()> m_filed;
     QPointer<PhoneRecorderDialog> m_dialog;
 };

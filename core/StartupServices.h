@@ -9,7 +9,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -212,9 +211,12 @@ public:
 class PhoneRecorderService {
 public:
     // Its messages (posted to window()): the call has ended; an incoming
-    // call picked up is to be answered and recorded there.
+    // call picked up is to be answered and recorded there. Once it has
+    // filed a call it posts kFiled to its owner, the main window, whose
+    // after-call update then shows the call.
     static constexpr unsigned kCallEnded = 0x0400 + 7;
     static constexpr unsigned kRecordIncoming = 0x0400 + 11;
+    static constexpr unsigned kFiled = 0x0400 + 156;
     // The state-change code for a connected call.
     static constexpr int kConnected = 7;
 
@@ -233,8 +235,6 @@ public:
     virtual void clearLineInUse() = 0;
     // Closes it (the answer machine was switched on while it was idle).
     virtual void close() = 0;
-    // Called after it has filed a call (the main window fills the Phone list).
-    virtual void whenFiled(std::function<void()> refresh) = 0;
 };
 
 struct StartupServices {

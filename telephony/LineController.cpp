@@ -172,11 +172,14 @@ LineController::Refresh LineController::lineMessage(UINT message, QWidget* owner
         else
             m_line.noRecorderForCall();
         return Refresh::Status;
+    case kListRoutine:
+        // The phone recorder has filed a call: shown as after a call.
+        return afterCall();
     default:
         if (outgoingShown)
             return Refresh::Status;
-        // +105 (a ring), +108 (busy), +156 (the list routine) and the
-        // dialling, playing and idle messages need nothing here.
+        // +105 (a ring), +108 (busy) and the dialling, playing and idle
+        // messages need nothing here.
         return Refresh::Nothing;
     }
 }

@@ -45,7 +45,8 @@ public:
     // when there is no store to count in.
     using NewMessageCounter = std::function<int()>;
 
-    // Private messages of parts not in this version.
+    // The main window's own messages: the phone recorder for an outgoing
+    // call; the after-call update once the phone recorder has filed a call.
     static constexpr UINT kOutgoingCallRecorder = WM_USER + 155;
     static constexpr UINT kListRoutine = WM_USER + 156;
 
@@ -74,8 +75,9 @@ public:
     void useDictationAsGreeting(int selectedCount, const std::string& recordFileName);
 
     // A line message (WM_USER+105 to +156) posted to the window; owner
-    // parents the incoming-call window. Messages that need nothing (a ring,
-    // busy, dialling, playing, idle, and any other) give Nothing.
+    // parents the incoming-call window and the phone recorder. Messages that
+    // need nothing (a ring, busy, dialling, playing, idle, and any other)
+    // give Nothing.
     // +155 (the phone recorder for an outgoing call; lParam 0 the chosen
     // entry, 1 nobody) opens the phone recorder, then places the call.
     Refresh lineMessage(UINT message, QWidget* owner, LPARAM lParam = 0);

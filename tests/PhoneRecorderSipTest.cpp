@@ -188,6 +188,8 @@ TEST_F(PhoneRecorderSip, NavoCallsOutPlaysADictationIntoTheCallAndRecordsBothSid
     app.ChosenNumber = "200@127.0.0.1:5092";
     PostMessage(window->handle(), WM_USER + 155, 0, 0);
     ASSERT_TRUE(waitUntil([&] { return recorder.recording(); }, 10000)) << phone.output();
+    QElapsedTimer connected;
+    connected.start();
     EXPECT_EQ(recorder.dialog()->findChild<QLineEdit*>(QString::number(IDC_PHONE_CALLER_NAME))->text(), "Far End");
 
     // 2114 plays the selected record into the call.
@@ -200,6 +202,9 @@ TEST_F(PhoneRecorderSip, NavoCallsOutPlaysADictationIntoTheCallAndRecordsBothSid
     EXPECT_TRUE(reports.empty());
 
     const LineSamples call = recordedCall();
+    // Hung up by the far end while recording: nothing said is lost, the
+    // recording lasts from the answer to the hang-up.
+    EXPECT_NEAR(static_cast<double>(call.size()) / LineWave::kRate, connected.elapsed() / 1000.0, 0.6);
     EXPECT_EQ(cell(0, 2), "Far End");
     EXPECT_EQ(cell(0, 1), "200@127.0.0.1:5092");
     expectBothSides(call);

@@ -95,8 +95,7 @@ TEST_F(LineControllerTest, LineMessagesReachTheAnswerMachineOnlyWhenTheLineState
 
     // A ring, a busy number, the idle call and the parts not built need nothing.
     const std::size_t before = fake.calls.size();
-    for (UINT message : {kEk7MsgRing, kEk7MsgBusy, kEk7MsgIdle, kEk7MsgPlayDone, kEk7MsgRecording,
-                         LineController::kListRoutine})
+    for (UINT message : {kEk7MsgRing, kEk7MsgBusy, kEk7MsgIdle, kEk7MsgPlayDone, kEk7MsgRecording})
         EXPECT_EQ(controller.lineMessage(message, nullptr), Refresh::Nothing);
     EXPECT_EQ(fake.calls.size(), before);
 
@@ -249,7 +248,6 @@ public:
         shown = false;
         calls.push_back("close");
     }
-    void whenFiled(std::function<void()>) override {}
 };
 
 TEST_F(LineControllerTest, CallsPickedUpPlacedAndEndedReachThePhoneRecorder)
@@ -275,6 +273,10 @@ TEST_F(LineControllerTest, CallsPickedUpPlacedAndEndedReachThePhoneRecorder)
     QCoreApplication::sendPostedEvents(&recorder.inbox);
     EXPECT_EQ(recorder.inbox.messages,
               (std::vector<UINT>{PhoneRecorderService::kRecordIncoming, PhoneRecorderService::kCallEnded}));
+
+    // +156 (the recorder filed the call): the Phone list, when shown, is filled again.
+    app.CurrentListType = kListPhone;
+    EXPECT_EQ(controller.lineMessage(LineController::kListRoutine, nullptr), Refresh::PhoneList);
 
     // +155: the chosen entry is shown, then dialled; lParam 1 opens it empty
     // and dials nothing.
