@@ -11,13 +11,16 @@
 #include "audio/RecordingFlags.h"
 #include "core/AppData.h"
 #include "core/ProfileValues.h"
+#include "core/SettingsKeys.h"
 #include "core/StartupServices.h"
 #include "maker/Ek7Tapi/Ek7Tapi.h"
 #include "platform/Codepage.h"
+#include "platform/FileOps.h"
 #include "platform/Prompt.h"
 #include "platform/Trace.h"
 #include "platform/WindowMessages.h"
 #include "res/ResourceIds.h"
+#include "store/ComponentFiles.h"
 #include "ui_PhoneRecorderDialog.h"
 
 namespace {
@@ -189,8 +192,23 @@ void PhoneRecorderDialog::stateChange(int code)
     // ends there and the call's own run begins.
     if (m_recorder.state() != PhoneRecorder::State::Idle && !m_recorder.recordingLine())
         m_recorder.stop();
-    if (m_recorder.state() == PhoneRecorder::State::Idle)
-        m_recorder.pickup();
+    if (m_recorder.state() == PhoneRecorder::State::Idle && m_recorder.pickup() == 1)
+        warnTheOtherParty();
+}
+
+void PhoneRecorderDialog::warnTheOtherParty()
+{
+    // "PhWarn": the other party hears the store's recording warning once a
+    // call, recorded with the rest.
+    if (m_warned || !ProfileValues(m_app).yesNo(settings::kPhWarn))
+        return;
+    m_warned = true;
+    const std::string warning = components::workspacePath(m_app.TempDir, components::kWarning);
+    if (!fileops::fileExists(warning))
+        return;
+    m_app.lineState = Ek7TapiPlayFile(warning.c_str());
+    if (m_app.lineState->ErrorCode >= 1)
+        OutputDebugString("The recording warning could not be played into the call\n");
 }
 
 void PhoneRecorderDialog::callEnded()

@@ -13,7 +13,8 @@
 //               filed at once, with the notes typed so far; the recorder
 //               then closes. Nothing recorded: it just closes.
 // Opened while a call is already connected (New Recording on the Phone list)
-// it starts recording at once. PICKUP, PAUSE and STOP work as in the other
+// it starts recording at once. With "PhWarn" on, the store's recording
+// warning ("vxwarn.wav") is played into the call when recording begins. PICKUP, PAUSE and STOP work as in the other
 // recorders, for both sides; OK files, CANCEL asks about unsaved sound.
 #pragma once
 
@@ -74,6 +75,7 @@ private:
     void tick();
     void answerIncoming();
     void takeCallerIdentity();
+    void warnTheOtherParty();
     void callEnded();
     void onSave();
     void showCallState(const QString& text);
@@ -89,4 +91,5 @@ private:
     QElapsedTimer m_callClock;
     long long m_elapsedMs = 0;
     bool m_lineInUse = false;
+    bool m_warned = false;
 };
