@@ -20,6 +20,7 @@
 #include "telephony/OutgoingCall.h"
 #include "telephony/PhoneBook.h"
 #include "telephony/PhoneBookDialog.h"
+#include "telephony/PhoneMessagePlayerDialog.h"
 
 #include "app/AboutDialog.h"
 #include "app/CommandMenus.h"
@@ -78,6 +79,8 @@ MainWindow::MainWindow(AppData& app, StartupServices services, std::string execu
     setWindowFlags(Qt::Window | Qt::WindowMinMaxButtonsHint | Qt::WindowCloseButtonHint);
     m_phone = std::make_unique<LineController>(m_app, *m_services.line, *m_services.answerMachine,
                                                [this] { return countNewPhoneMessages(); });
+    if (m_services.phoneRecorder != nullptr)
+        m_phone->setPhoneRecorder(m_services.phoneRecorder);
     auto* menuBar = new QMenuBar(this);
     menuBar->setObjectName(QString::number(IDR_MAIN_MENU));
     layout()->setMenuBar(menuBar);
@@ -495,11 +498,26 @@ std::unique_ptr<QMenu> MainWindow::recordMenu()
 
 bool MainWindow::hasRecorder(int listType) const
 {
+    if (listType == kListPhone && m_services.phoneRecorder != nullptr)
+        return true;
     return m_services.recorder && m_services.recorder->hasRecorder(listType);
 }
 
 void MainWindow::newRecording(int listType)
 {
+    if (listType == kListPhone && m_services.phoneRecorder != nullptr) {
+        // A phone call is recorded while it is up: the phone recorder takes
+        // the call in progress.
+        const LineState* line = m_app.lineState;
+        if (line == nullptr || !m_services.line->callWaitingForUser()) {
+            AfxMessageBox("A telephone call is recorded while it is in progress: pick up a call, or place one "
+                          "from the phone book or the dialer, and the phone recorder records it.",
+                          MB_ICONINFORMATION);
+            return;
+        }
+        m_services.phoneRecorder->open(m_app, this, line->CallerName, line->CallerNumber);
+        return;
+    }
     if (!hasRecorder(listType))
         return;
     const bool prime = ProfileValues(m_app).yesNo(settings::kPrime);
@@ -689,6 +707,18 @@ void MainWindow::registerPhoneCommands()
     };
     const auto inPhoneList = [this] { return m_app.CurrentListType == kListPhone; };
     m_commands.add(ID_PHONE_BOOK, [this, bookPath] { PhoneBookDialog::run(m_app, bookPath(), handle(), this); });
+    m_commands.add(
+        ID_RECORD_PLAY_OVER_LINE,
+        [this] {
+            const QModelIndexList rows = m_ui->IDC_RECORD_LIST->selectionModel()->selectedRows();
+            if (rows.size() != 1 || !m_services.line->callWaitingForUser())
+                return;
+            const auto row = static_cast<std::size_t>(rows.front().row());
+            const SearchLogRows& data = m_model->rows();
+            PhoneMessagePlayerDialog::run(m_app, data.cell(row, data.fileNameColumn()),
+                                          std::max(0, data.quality(row)), this);
+        },
+        [this] { return m_services.line->callWaitingForUser(); });
     m_commands.add(
         ID_RECORD_REDIAL,
         [this, bookPath, selectedCall] {

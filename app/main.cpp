@@ -14,11 +14,13 @@
 #include "audio/EffectsEngine.h"
 #include "audio/PlayerEffects.h"
 #include "audio/DiaryMonitor.h"
+#include "audio/PhoneRecorderHost.h"
 #include "audio/RecorderLauncher.h"
 #include "audio/StudioLauncher.h"
 #include "platform/gui/QtPrompt.h"
 #include "store/DataStoreService.h"
 #include "telephony/AnswerMachine.h"
+#include "telephony/LineFailureReport.h"
 #include "telephony/TelephonyService.h"
 
 int main(int argc, char** argv)
@@ -55,6 +57,9 @@ int main(int argc, char** argv)
     services.compression = &compression;
     services.diary = &diary;
     services.mail = &mailer;
+    PhoneRecorderHost phoneRecorder([](int reason) { LineFailureReport::show(reason); }, &MainWindow::openHelpPage);
+    services.phoneRecorder = &phoneRecorder;
+    line.setPhoneRecorderAvailable(true);
     NavoApp app(theAppData(), services,
                 QFile::encodeName(QApplication::applicationFilePath()).toStdString());
     app.InitInstance();

@@ -104,7 +104,7 @@ int EngineRecorder::openNew()
     }
     m_recId = names.recId;
     m_baseName = names.baseName;
-    m_quality = m_app.RecordingQuality;
+    m_quality = m_fixedQuality >= 0 ? m_fixedQuality : m_app.RecordingQuality;
     m_wave.RawRecordPath = components::workspacePath(m_app.TempDir, "buffer.wav");
     m_wave.RawDataPath = components::workspacePath(m_app.TempDir, "data.wav");
     m_wave.WavePath = RecordFiler::wavePath(m_app.TempDir, m_baseName);

@@ -42,16 +42,16 @@ public:
 
     // Takes the RecID and the work-file names and points the engine at
     // them. 0, or kNoRecId (shown).
-    int openNew();
+    virtual int openNew();
 
     // PICKUP: starts a run. 1, or 0 when the engine refused (its last error
     // was shown and the engine freed).
-    int pickup();
+    virtual int pickup();
     // PAUSE toggles the paused flag inside a run.
-    void pause();
+    virtual void pause();
     // STOP ends a run and joins it to the entry's sound. 0, or the engine's
     // Append code (220, 221) when the run could not be joined (shown).
-    int stop();
+    virtual int stop();
 
     void addMark(const std::string& comment);
     bool setPicture(const std::string& path);
@@ -92,11 +92,14 @@ protected:
     // "now" as LogDate writes it, when a run has not set the time.
     std::string startText() const;
     std::string endText() const;
+    // Writes the recording's wave for filing (the engine's sound).
+    virtual bool writeWave(const std::string& path);
+    // Before openNew: record at this quality instead of "RecQual".
+    void setQuality(int quality) { m_fixedQuality = quality; }
 
     AppData& m_app;
 
 private:
-    bool writeWave(const std::string& path);
     void discardWorkFiles();
     long bytesPerSecond() const;
 
@@ -106,6 +109,7 @@ private:
     long m_recId = 0;
     std::string m_baseName;
     int m_quality = 0;
+    int m_fixedQuality = -1;
     unsigned long long m_recordedBytes = 0;  // joined into the data file
     bool m_waveWritten = false;
     std::string m_startTime;

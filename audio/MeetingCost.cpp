@@ -59,6 +59,13 @@ MeetingCost MeetingCost::fromProfile(const ProfileValues& profile)
     return MeetingCost(profile.cost(settings::kMeetCost), profile.currency(), profile.yesNo(settings::kHighLight));
 }
 
+MeetingCost MeetingCost::phoneCallFromProfile(const ProfileValues& profile)
+{
+    MeetingCost call("0", profile.currency(), profile.yesNo(settings::kHighLight));
+    call.m_perHour = hundredths(profile.cost(settings::kPhoneCost)) * 60;
+    return call;
+}
+
 long long MeetingCost::hundredthsAt(long long elapsedMs) const
 {
     if (elapsedMs <= 0)

@@ -1,7 +1,8 @@
 // The cost timers of a meeting: the time it has run and what it has cost
 // at "MeetCost" per hour, shown with the "Currency" sign, both highlighted
 // when "HighLight" is "Y". Used by the Meeting Recorder and by Offline
-// Meeting (a meeting that is not recorded).
+// Meeting (a meeting that is not recorded), and by the phone recorder for a
+// call at "PhoneCost" per minute.
 #pragma once
 
 #include <string>
@@ -14,6 +15,8 @@ public:
     // unreadable costs nothing); currency in Windows-1252 ("\xA3" for £).
     MeetingCost(const std::string& perHour, std::string currency, bool highlight);
     static MeetingCost fromProfile(const ProfileValues& profile);
+    // A telephone call: "PhoneCost" is per minute.
+    static MeetingCost phoneCallFromProfile(const ProfileValues& profile);
 
     // The cost after elapsedMs, in hundredths, rounded to the nearest.
     long long hundredthsAt(long long elapsedMs) const;

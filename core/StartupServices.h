@@ -215,6 +215,38 @@ public:
     virtual int sendRecords(AppData& app, const std::vector<std::string>& recordFileNames, QWidget* owner) = 0;
 };
 
+// The phone recorder (dialog 125, modeless), as the main window's line
+// handlers reach it: opened for a call picked up, placed or already up,
+// told when the call connects and ends. None: calls are not recorded.
+class PhoneRecorderService {
+public:
+    // Its messages (posted to window()): the call has ended; an incoming
+    // call picked up is to be answered and recorded there. Once it has
+    // filed a call it posts kFiled to its owner, the main window, whose
+    // after-call update then shows the call.
+    static constexpr unsigned kCallEnded = 0x0400 + 7;
+    static constexpr unsigned kRecordIncoming = 0x0400 + 11;
+    static constexpr unsigned kFiled = 0x0400 + 156;
+    // The state-change code for a connected call.
+    static constexpr int kConnected = 7;
+
+    virtual ~PhoneRecorderService() = default;
+    virtual bool isOpen() const = 0;
+    // Recording or paused in a run.
+    virtual bool recording() const = 0;
+    // Its window handle for PostMessage; 0 when it is not open.
+    virtual std::uintptr_t window() const = 0;
+    // Creates it, or brings it forward restored, with the caller's or
+    // callee's name and number.
+    virtual void open(AppData& app, QWidget* owner, const std::string& name, const std::string& number) = 0;
+    // The line's state changed (kConnected).
+    virtual void stateChange(int code) = 0;
+    // The line is no longer there for it (the call ended, the line closed).
+    virtual void clearLineInUse() = 0;
+    // Closes it (the answer machine was switched on while it was idle).
+    virtual void close() = 0;
+};
+
 struct StartupServices {
     StoreService* store = nullptr;
     LineService* line = nullptr;
@@ -225,4 +257,5 @@ struct StartupServices {
     StudioService* studio = nullptr;      // none: the Mixing Studio item stays grey
     PlayerService* player = nullptr;      // none: Play stays grey
     MailService* mail = nullptr;          // none: Send stays grey
+    PhoneRecorderService* phoneRecorder = nullptr;  // none: calls are not recorded
 };

@@ -5,6 +5,7 @@
 #include "core/SettingsKeys.h"
 #include "maker/Ek7Tapi/Ek7Tapi.h"
 #include "platform/Trace.h"
+#include "platform/WindowMessages.h"
 
 LineController::LineController(AppData& app, LineService& line, AnswerMachineService& machine,
                                NewMessageCounter countNewMessages)
@@ -61,12 +62,23 @@ LineController::Refresh LineController::startMonitoring(QObject* window)
 LineController::Refresh LineController::stopMonitoring()
 {
     m_line.stopMonitoring();
+    if (m_recorder != nullptr && m_recorder->isOpen())
+        m_recorder->clearLineInUse();
     applyMonitoring();
     return Refresh::Status;
 }
 
 LineController::Refresh LineController::switchOn(QObject* window)
 {
+    // A call in progress is refused by the machine itself, recorder and all.
+    const LineState* line = m_app.lineState;
+    if (line == nullptr || line->CallInProgress == 0) {
+        m_recorderWasOpen = false;
+        if (m_recorder != nullptr && m_recorder->isOpen() && !m_recorder->recording()) {
+            m_recorderWasOpen = true;
+            m_recorder->close();
+        }
+    }
     return apply(m_machine.switchOn(m_app, window));
 }
 
@@ -135,28 +147,42 @@ LineController::Refresh LineController::lineMessage(UINT message, QWidget* owner
             m_machine.answerCall(m_app);
         return Refresh::Nothing;
     case kEk7MsgConnected:
-        // The phone recorder, which a call the machine does not have would
-        // be handed to here, is not in this version.
+        // The line's wave devices, and the greeting when the machine has
+        // the call; a call the machine does not have is the recorder's.
         m_machine.callConnected(m_app);
+        if (line != nullptr && line->AnswerMachineOn == 0 && m_recorder != nullptr && m_recorder->isOpen())
+            m_recorder->stateChange(PhoneRecorderService::kConnected);
         return outgoingShown ? Refresh::Status : Refresh::LineState;
     case kEk7MsgDisconnected: {
         const Refresh after = callEnded();
         return outgoingShown && after != Refresh::PhoneList ? Refresh::Status : after;
     }
     case kOutgoingCallRecorder:
-        // The phone recorder would take the call from here; without it the
-        // call is placed and its progress shown, but nothing records it.
-        OutputDebugString("The phone recorder is not in this build: dialling without it\n");
+        if (m_recorder != nullptr) {
+            // lParam 0: the chosen entry; otherwise an empty recorder.
+            const bool chosen = lParam == 0;
+            m_recorder->open(m_app, owner, chosen ? m_app.ChosenName : std::string(),
+                             chosen ? m_app.ChosenNumber : std::string());
+            if (chosen)
+                m_line.placeCall(m_app.ChosenName, m_app.ChosenNumber);
+            return Refresh::Status;
+        }
+        // Without a phone recorder the call is placed and its progress
+        // shown, but nothing records it.
+        OutputDebugString("No phone recorder in this build: dialling without it\n");
         if (lParam == 0)
             m_line.placeCall(m_app.ChosenName, m_app.ChosenNumber);
         else
             m_line.noRecorderForCall();
         return Refresh::Status;
+    case kListRoutine:
+        // The phone recorder has filed a call: shown as after a call.
+        return afterCall();
     default:
         if (outgoingShown)
             return Refresh::Status;
-        // +105 (a ring), +108 (busy), +156 (the list routine) and the
-        // dialling, playing and idle messages need nothing here.
+        // +105 (a ring), +108 (busy) and the dialling, playing and idle
+        // messages need nothing here.
         return Refresh::Nothing;
     }
 }
@@ -171,10 +197,22 @@ LineController::Refresh LineController::incomingCall(QWidget* owner)
         // A caller who has already gone leaves no call for anyone to take.
         if (choice != LineService::IncomingChoice::CallerHungUp)
             m_machine.forThisCall(m_app, !picked);
-        if (picked)
-            OutputDebugString("Call picked up, but the phone recorder is not in this build\n");
+        if (picked && m_recorder != nullptr)
+            openRecorderForIncoming(owner);
+        else if (picked)
+            OutputDebugString("Call picked up, but this build has no phone recorder\n");
     }
     return Refresh::LineState;
+}
+
+void LineController::openRecorderForIncoming(QWidget* owner)
+{
+    LineState* line = m_app.lineState;
+    if (line == nullptr)
+        return;
+    line->AnswerMachineOn = 0;
+    m_recorder->open(m_app, owner, line->CallerName, line->CallerNumber);
+    PostMessage(m_recorder->window(), PhoneRecorderService::kRecordIncoming, 0, 0);
 }
 
 void LineController::readPhoneWarning()
@@ -196,12 +234,26 @@ void LineController::callerIdentity()
 
 LineController::Refresh LineController::callEnded()
 {
-    // The phone recorder is not in this version, so the steps that would
-    // tell it the call has ended have no one to tell.
     m_line.callEnded();
     const LineState* line = m_app.lineState;
+    const bool recorderOpen = m_recorder != nullptr && m_recorder->isOpen();
+    if (recorderOpen && m_recorderWasOpen) {
+        m_recorder->clearLineInUse();
+        PostMessage(m_recorder->window(), PhoneRecorderService::kCallEnded, 0, 0);
+        m_recorderWasOpen = false;
+        return afterCall();
+    }
+    if (recorderOpen && line != nullptr && line->AnswerMachineOn == 0) {
+        m_recorder->clearLineInUse();
+        PostMessage(m_recorder->window(), PhoneRecorderService::kCallEnded, 0, 0);
+    }
     if (line != nullptr && line->AnswerMachineOn != 0)
         m_machine.callEnded(m_app);
+    return afterCall();
+}
+
+LineController::Refresh LineController::afterCall()
+{
     if (m_app.CurrentListType == kListPhone)
         return Refresh::PhoneList;
     // Not shown: counted as the Phone list would count them, so the

@@ -45,7 +45,8 @@ public:
     // when there is no store to count in.
     using NewMessageCounter = std::function<int()>;
 
-    // Private messages of parts not in this version.
+    // The main window's own messages: the phone recorder for an outgoing
+    // call; the after-call update once the phone recorder has filed a call.
     static constexpr UINT kOutgoingCallRecorder = WM_USER + 155;
     static constexpr UINT kListRoutine = WM_USER + 156;
 
@@ -53,6 +54,13 @@ public:
                    NewMessageCounter countNewMessages);
 
     const PhoneMenuState& menu() const { return m_menu; }
+
+    // The phone recorder that takes calls picked up, placed or connected;
+    // none: they go unrecorded (and "&Answer" is greyed).
+    void setPhoneRecorder(PhoneRecorderService* recorder) { m_recorder = recorder; }
+    // Set when the answer machine was switched on while the phone recorder
+    // was open and idle (it was closed then).
+    bool recorderWasOpen() const { return m_recorderWasOpen; }
 
     // Start-up: stop greyed; start and answer machine on only with a device.
     void startUp();
@@ -67,10 +75,11 @@ public:
     void useDictationAsGreeting(int selectedCount, const std::string& recordFileName);
 
     // A line message (WM_USER+105 to +156) posted to the window; owner
-    // parents the incoming-call window. Messages that need nothing (a ring,
-    // busy, dialling, playing, idle, and any other) give Nothing.
+    // parents the incoming-call window and the phone recorder. Messages that
+    // need nothing (a ring, busy, dialling, playing, idle, and any other)
+    // give Nothing.
     // +155 (the phone recorder for an outgoing call; lParam 0 the chosen
-    // entry, 1 nobody) places the call until the phone recorder exists.
+    // entry, 1 nobody) opens the phone recorder, then places the call.
     Refresh lineMessage(UINT message, QWidget* owner, LPARAM lParam = 0);
     // WM_USER+157: the line stopped by itself (wParam the reason); the user
     // is told why and monitoring can be started again.
@@ -85,10 +94,15 @@ private:
     void readPhoneWarning();
     void callerIdentity();
     Refresh callEnded();
+    // The main window's after-call update.
+    Refresh afterCall();
+    void openRecorderForIncoming(QWidget* owner);
 
     AppData& m_app;
     LineService& m_line;
     AnswerMachineService& m_machine;
     NewMessageCounter m_countNewMessages;
     PhoneMenuState m_menu;
+    PhoneRecorderService* m_recorder = nullptr;
+    bool m_recorderWasOpen = false;
 };

@@ -229,8 +229,8 @@ bool TelephonyService::outgoingCallMessage(unsigned message)
         return true;
     case kEk7MsgConnected:
         m_outgoingConnected = true;
-        // Said plainly: nothing records this call yet.
-        m_callText = "Connected to " + m_callee + " (not recorded)";
+        // Said plainly when nothing records the call.
+        m_callText = "Connected to " + m_callee + (m_phoneRecorder ? "" : " (not recorded)");
         return true;
     case kEk7MsgBusy:
         m_callText = m_callee + " is busy";

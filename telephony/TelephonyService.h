@@ -95,9 +95,9 @@ public:
     // account or stopped answering): says why; status failed. The device
     // stays chosen, so monitoring can be started again.
     void lineClosed(int reason) override;
-    // Outgoing calls. Until the phone recorder exists the call is not
-    // recorded: its progress is shown after the line status text ("Calling
-    // Ada (0161 496)", "Connected to ... (not recorded)", "... is busy", "No dial tone",
+    // Outgoing calls: their progress is shown after the line status text
+    // ("Calling Ada (0161 496)", "Connected to ...", with " (not recorded)"
+    // when there is no phone recorder, "... is busy", "No dial tone",
     // "Call to ... ended"); Stop Monitoring hangs it up.
     void placeCall(const std::string& name, const std::string& number) override;
     void noRecorderForCall() override;

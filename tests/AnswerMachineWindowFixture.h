@@ -88,6 +88,7 @@ protected:
     TelephonyService line{ProgramResources(QString::fromStdString(TestLineSetup::soundsFolder()))};
     AnswerMachine machine{line};
     std::unique_ptr<ScriptedPrompt> prompt;
+    PhoneRecorderService* phoneRecorder = nullptr;  // none: calls go unrecorded
     std::unique_ptr<MainWindow> window;
 
     // An existing profile with the test line as its modem and the machine on.
@@ -111,6 +112,7 @@ protected:
         services.store = &store;
         services.line = &line;
         services.answerMachine = &machine;
+        services.phoneRecorder = phoneRecorder;
         window = std::make_unique<MainWindow>(app, services, root + "/navo");
         window->OnInitDialog();
         ASSERT_EQ(app.StoreUnusable, kStoreHealthy);
@@ -135,7 +137,7 @@ protected:
     QString cell(int row, int column) const { return model()->index(row, column).data().toString(); }
     ProfileSettings profile() const { return ProfileSettings(app.IniPath, app.ProfileSection); }
 
-    // The sound of a filed message, as the line library saved it.
+    // The sound of a filed message or call, as it was filed.
     LineSamples filedSound(const std::string& recId)
     {
         const std::string out = root + "/out-" + recId;
@@ -147,7 +149,7 @@ protected:
         std::vector<std::string> members;
         VXlistMembers((out + "/" + record).c_str(), &members);
         for (const std::string& member : members)
-            if (fs::path(member).extension() == ".vxw" &&
+            if ((fs::path(member).extension() == ".vxw" || fs::path(member).extension() == ".wav") &&
                 ExtractFile((out + "/" + record).c_str(), member.c_str(), out.c_str()) == 0)
                 LineWave::readFile(out + "/" + member, samples);
         return samples;

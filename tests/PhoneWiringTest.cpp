@@ -99,8 +99,7 @@ TEST_F(LineControllerTest, LineMessagesReachTheAnswerMachineOnlyWhenTheLineState
 
     // A ring, a busy number, the idle call and the parts not built need nothing.
     const std::size_t before = fake.calls.size();
-    for (UINT message : {kEk7MsgRing, kEk7MsgBusy, kEk7MsgIdle, kEk7MsgPlayDone, kEk7MsgRecording,
-                         LineController::kListRoutine})
+    for (UINT message : {kEk7MsgRing, kEk7MsgBusy, kEk7MsgIdle, kEk7MsgPlayDone, kEk7MsgRecording})
         EXPECT_EQ(controller.lineMessage(message, nullptr), Refresh::Nothing);
     EXPECT_EQ(fake.calls.size(), before);
 
@@ -216,6 +215,93 @@ TEST_F(LineControllerTest, MonitoringCommandsAndModemSelectionSetThePhoneMenu)
     EXPECT_EQ(controller.modemSelection(nullptr), Refresh::Status);
     EXPECT_EQ(fake.device, 1);
     EXPECT_EQ(states(controller.menu()), (std::vector<bool>{true, false, true, false, true, true}));
+}
+
+// The phone recorder as the line hands calls to it, scripted: what it was
+// told, in order; window() a handle whose posted messages are kept.
+class ScriptedRecorder : public PhoneRecorderService {
+public:
+    class Inbox : public QObject {
+    public:
+        std::vector<UINT> messages;
+        bool event(QEvent* e) override
+        {
+            if (e->type() != WindowMessageEvent::eventType())
+                return QObject::event(e);
+            messages.push_back(static_cast<WindowMessageEvent*>(e)->message());
+            return true;
+        }
+    };
+    std::vector<std::string> calls;
+    bool shown = false;
+    bool busy = false;
+    Inbox inbox;
+
+    bool isOpen() const override { return shown; }
+    bool recording() const override { return busy; }
+    std::uintptr_t window() const override { return shown ? handleOf(const_cast<Inbox*>(&inbox)) : 0; }
+    void open(AppData&, QWidget*, const std::string& name, const std::string& number) override
+    {
+        shown = true;
+        calls.push_back("open " + name + "/" + number);
+    }
+    void stateChange(int code) override { calls.push_back("state " + std::to_string(code)); }
+    void clearLineInUse() override { calls.push_back("line not in use"); }
+    void close() override
+    {
+        shown = false;
+        calls.push_back("close");
+    }
+};
+
+TEST_F(LineControllerTest, CallsPickedUpPlacedAndEndedReachThePhoneRecorder)
+{
+    ScriptedRecorder recorder;
+    controller.setPhoneRecorder(&recorder);
+    // "&Answer": the machine is off for this call, the recorder opens with
+    // the caller and is told to answer (+11).
+    block.CallState = 1;
+    block.CallHandle = 9;
+    std::snprintf(block.CallerNumber, sizeof block.CallerNumber, "%s", "01632 960001");
+    std::snprintf(block.CallerName, sizeof block.CallerName, "%s", "Zoe Smith");
+    fake.incomingChoice = LineService::IncomingChoice::PickedUp;
+    controller.lineMessage(kEk7MsgOffered, nullptr);
+    EXPECT_EQ(block.AnswerMachineOn, 0);
+    // +107 with the machine off: connected (7); with it on the recorder is left alone.
+    controller.lineMessage(kEk7MsgConnected, nullptr);
+    block.AnswerMachineOn = 1;
+    controller.lineMessage(kEk7MsgConnected, nullptr);
+    block.AnswerMachineOn = 0;
+    // +150: the line is no longer the recorder's, and it hears of the end (+7).
+    controller.lineMessage(kEk7MsgDisconnected, nullptr);
+    QCoreApplication::sendPostedEvents(&recorder.inbox);
+    EXPECT_EQ(recorder.inbox.messages,
+              (std::vector<UINT>{PhoneRecorderService::kRecordIncoming, PhoneRecorderService::kCallEnded}));
+
+    // +156 (the recorder filed the call): the Phone list, when shown, is filled again.
+    app.CurrentListType = kListPhone;
+    EXPECT_EQ(controller.lineMessage(LineController::kListRoutine, nullptr), Refresh::PhoneList);
+
+    // +155: the chosen entry is shown, then dialled; lParam 1 opens it empty
+    // and dials nothing.
+    app.ChosenName = "Ada Lovelace";
+    app.ChosenNumber = "0161 496";
+    fake.calls.clear();
+    controller.lineMessage(LineController::kOutgoingCallRecorder, nullptr, 0);
+    controller.lineMessage(LineController::kOutgoingCallRecorder, nullptr, 1);
+    EXPECT_EQ(fake.calls, (std::vector<std::string>{"place call Ada Lovelace 0161 496"}));
+
+    // The answer machine switched on: an idle recorder is closed and
+    // remembered; one recording is left recording.
+    recorder.busy = true;
+    controller.switchOn(nullptr);
+    EXPECT_FALSE(controller.recorderWasOpen());
+    recorder.busy = false;
+    controller.switchOn(nullptr);
+    EXPECT_TRUE(controller.recorderWasOpen());
+    EXPECT_EQ(recorder.calls,
+              (std::vector<std::string>{"open Zoe Smith/01632 960001", "state 7", "line not in use",
+                                        "open Ada Lovelace/0161 496", "open /", "close"}));
 }
 
 // --- The window's side ------------------------------------------------------
