@@ -13,6 +13,7 @@
 #include "audio/EffectsEngine.h"
 #include "audio/PlayerEffects.h"
 #include "audio/DiaryMonitor.h"
+#include "audio/ExportLauncher.h"
 #include "audio/RecorderLauncher.h"
 #include "audio/StudioLauncher.h"
 #include "platform/gui/QtPrompt.h"
@@ -42,6 +43,7 @@ int main(int argc, char** argv)
     playereffects::publishDirectXVersion(makeEffectsEngine() != nullptr);
     StoreCompression compression(store);
     DiaryMonitor diary;
+    ExportLauncher exporter;
     InertServices notYetBuilt;
     StartupServices services = notYetBuilt.services();
     services.store = &store;
@@ -52,6 +54,7 @@ int main(int argc, char** argv)
     services.player = &player;
     services.compression = &compression;
     services.diary = &diary;
+    services.exporter = &exporter;
     NavoApp app(theAppData(), services,
                 QFile::encodeName(QApplication::applicationFilePath()).toStdString());
     app.InitInstance();

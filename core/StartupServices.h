@@ -205,6 +205,15 @@ public:
     virtual int play(AppData& app, const std::vector<std::string>& recIds, int index, QWidget* owner) = 0;
 };
 
+class ExportService {
+public:
+    virtual ~ExportService() = default;
+    // Exports the records recIds ("%08d") as kind, the record menu's command
+    // (2115 Navo recording, 2116 WAV, 2117 MP3, 2118 WMA, 2119 OGG, 8022
+    // WMV), asking for the files as "ExpPrompt" says. The files written.
+    virtual int exportRecords(AppData& app, int kind, const std::vector<std::string>& recIds, QWidget* owner) = 0;
+};
+
 struct StartupServices {
     StoreService* store = nullptr;
     LineService* line = nullptr;
@@ -214,4 +223,5 @@ struct StartupServices {
     RecorderService* recorder = nullptr;  // none: New Recording stays grey
     StudioService* studio = nullptr;      // none: the Mixing Studio item stays grey
     PlayerService* player = nullptr;      // none: Play stays grey
+    ExportService* exporter = nullptr;    // none: the record exports stay grey
 };
