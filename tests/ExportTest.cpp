@@ -74,7 +74,7 @@ std::map<std::string, std::string> probe(const std::string& path)
     return found;
 }
 
-std::string logOnName()
+std::string userWhoSaved()
 {
     char name[257] = {};
     DWORD size = sizeof name;
@@ -152,7 +152,7 @@ TEST_F(ExportTest, Mp3ExportsAreNamedFromTheirRecordsTaggedAndSoundAsRecorded)
 
     const auto tags = probe(named);
     EXPECT_EQ(tags.at("tag:title"), "Q3 / plans: draft?");
-    EXPECT_EQ(tags.at("tag:artist"), logOnName());
+    EXPECT_EQ(tags.at("tag:artist"), userWhoSaved());
     EXPECT_EQ(tags.at("tag:date"), "2026");
     ASSERT_EQ(std::system(("lame --quiet --decode '" + out("chosen.mp3") + "' '" + out("decoded.wav") + "'").c_str()),
               0);

@@ -52,7 +52,7 @@ std::map<std::string, std::string> tagsOf(const std::string& path)
 {
     std::map<std::string, std::string> tags;
     const std::string command =
-        "ffprobe -v error -show_entries format_tags -of default=noprint_wrappers=1 '" + path + "'";
+        "ffprobe -v error -show_entries format_tags:stream_tags -of default=noprint_wrappers=1 '" + path + "'";
     FILE* pipe = popen(command.c_str(), "r");
     if (pipe == nullptr)
         return tags;
@@ -90,7 +90,7 @@ TEST_F(Ek7ConvTest, EachFormatDecodesToTheRecordingsLengthToneAndTags)
 {
     for (const tone::Format quality : {tone::kQualities[0], tone::kQualities[3], tone::kQualities[2]}) {
         const std::string source = path("tone.wav");
-        const long ms = 2000;
+        const long ms = 1000;
         tone::write(source, quality, 440.0, ms);
         for (const Format& f : kFormats) {
             SCOPED_TRACE(std::string(f.name) + " at " + std::to_string(quality.rate) + " Hz, " +
