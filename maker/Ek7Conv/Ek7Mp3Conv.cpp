@@ -60,8 +60,9 @@ public:
             id3tag_set_title(m_lame, latin1(settings.title).c_str());
         if (!settings.artist.empty())
             id3tag_set_artist(m_lame, latin1(settings.artist).c_str());
+        // ID3v2.3 keeps a year only ("yyyy" of "yyyy-mm-dd").
         if (!settings.date.empty())
-            id3tag_set_year(m_lame, settings.date.c_str());
+            id3tag_set_year(m_lame, settings.date.substr(0, 4).c_str());
         if (lame_init_params(m_lame) < 0)
             return kEk7ConvInitFailed;
         m_file = std::fopen(path.c_str(), "wb");

@@ -6,6 +6,7 @@
 //   navo-converter-show [--shot FILE]
 #include <QApplication>
 #include <QProgressBar>
+#include <QPushButton>
 #include <QScreen>
 #include <QTemporaryDir>
 #include <QTimer>
@@ -42,7 +43,9 @@ int main(int argc, char** argv)
                                                                 dialog.frameGeometry().height());
             if (!picture.save(shot))
                 std::fprintf(stderr, "could not save %s\n", qPrintable(shot));
-            dialog.reject();
+            // Cancel, as the user would press it.
+            if (auto* cancel = dialog.findChild<QPushButton*>(QStringLiteral("10426")))
+                cancel->click();
         });
         timer->start(50);
     }

@@ -98,7 +98,7 @@ TEST_F(Ek7ConvTest, EachFormatDecodesToTheRecordingsLengthToneAndTags)
             _Ek7Conv* settings = f.init();
             settings->title = "Budget meeting";
             settings->artist = "Anne Smith";
-            settings->date = "2026";
+            settings->date = "2026-11-22";
             const std::string target = path(std::string("out.") + f.extension);
             ASSERT_EQ(f.convert(0, source.c_str(), target.c_str()), kEk7ConvOk);
             ASSERT_TRUE(fs::exists(target));
@@ -126,9 +126,11 @@ TEST_F(Ek7ConvTest, EachFormatDecodesToTheRecordingsLengthToneAndTags)
             const auto tags = tagsOf(target);
             EXPECT_EQ(tags.count("title") ? tags.at("title") : "", "Budget meeting");
             EXPECT_EQ(tags.count("artist") ? tags.at("artist") : "", "Anne Smith");
-            const bool hasDate = (tags.count("date") && tags.at("date") == "2026") ||
-                                 (tags.count("wm/year") && tags.at("wm/year") == "2026");
-            EXPECT_TRUE(hasDate);
+            // ID3v2.3 holds the year only.
+            const std::string date = std::string(f.name) == "MP3" ? "2026" : "2026-11-22";
+            const bool hasDate = (tags.count("date") && tags.at("date") == date) ||
+                                 (tags.count("wm/year") && tags.at("wm/year") == date);
+            EXPECT_TRUE(hasDate) << (tags.count("date") ? tags.at("date") : "no date");
             fs::remove(target);
         }
     }
