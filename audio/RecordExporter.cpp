@@ -73,6 +73,18 @@ std::string safeName(const std::string& utf8)
     return out;
 }
 
+const char* filterName(int kind)
+{
+    switch (kind) {
+    case RecordExporter::kNavo: return "Navo Recordings";
+    case RecordExporter::kWav: return "WAV Files";
+    case RecordExporter::kMp3: return "MP3 Files";
+    case RecordExporter::kWma: return "WMA Files";
+    case RecordExporter::kOgg: return "OGG Files";
+    default: return "WMV Files";
+    }
+}
+
 // Copies a file into place under target, never leaving half of it there.
 bool copyInto(const std::string& source, const std::string& target)
 {
@@ -228,14 +240,22 @@ RecordExporter::Result RecordExporter::exportRecords(int kind, const std::vector
     std::string chosenFolder;
     for (const Taken& taken : records) {
         if (!targets.empty() && m_app.PromptOnExport == 0) {
-            targets.push_back(fileops::joinPath(chosenFolder, taken.naming.fileName));
+            // Named by Navo, not by the user: an existing file of that name
+            // is replaced only when the user says so.
+            const std::string target = fileops::joinPath(chosenFolder, taken.naming.fileName);
+            if (fileops::fileExists(target) &&
+                AfxMessageBox(target + " already exists.\nDo you want to replace it?", MB_YESNO | MB_ICONEXCLAMATION) !=
+                    IDYES)
+                targets.push_back({});
+            else
+                targets.push_back(target);
             continue;
         }
         FileDialogRequest request;
         request.open = false;
         request.title = "Export " + taken.recId;
         const std::string extension = extensionOf(kind);
-        request.filter = "*" + extension + "|*" + extension + "|All Files (*.*)|*.*||";
+        request.filter = filterName(kind) + std::string(" (*") + extension + ")|*" + extension + "|All Files (*.*)|*.*||";
         request.defaultExt = extension.substr(1);
         request.initialDir = chosenFolder;
         request.fileName = taken.naming.fileName;
@@ -253,6 +273,8 @@ RecordExporter::Result RecordExporter::exportRecords(int kind, const std::vector
     std::vector<FileConverter::Job> jobs;
     for (std::size_t i = 0; i < records.size(); ++i) {
         const Taken& taken = records[i];
+        if (targets[i].empty())
+            continue;
         const std::string copyFrom = kind == kNavo ? taken.recordFile : kind == kWmv ? taken.video : std::string();
         if (!copyFrom.empty()) {
             if (copyInto(copyFrom, targets[i]))

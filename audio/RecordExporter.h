@@ -7,8 +7,9 @@
 // File names are "<RecID> <subject>.<ext>". With "ExpPrompt" on, a save
 // chooser offers each record's name in turn; with it off, one chooser on
 // the first record's name decides the folder, and every record is written
-// there under its own name. Cancelling a chooser ends the export before
-// anything is written.
+// there under its own name (a file already there is replaced only when the
+// user says Yes). Cancelling a chooser ends the export before anything is
+// written.
 //
 // WMV (8022, the Video list): a record whose record file holds a ".wmv"
 // member is exported as that file; a record with sound only (every video
@@ -36,7 +37,7 @@ public:
         int exported = 0;                // files written
         int failed = 0;                  // records that could not be read or converted
         bool cancelled = false;          // a chooser was cancelled: nothing written
-        std::vector<std::string> files;  // the target paths asked for, in order
+        std::vector<std::string> files;  // the target paths, in order ("" for one kept)
     };
 
     RecordExporter(AppData& app, RunConverter runConverter);

@@ -171,6 +171,17 @@ TEST_F(ExportTest, Mp3ExportsAreNamedFromTheirRecordsTaggedAndSoundAsRecorded)
     expectRampSound(out("decoded.wav"));
     // Nothing is left behind in the workspace.
     EXPECT_FALSE(fs::exists(app.TempDir + "/export"));
+
+    // Again: the file Navo named is there already and the user keeps it.
+    const std::string kept = out(asked == budget ? plans : budget);
+    fs::resize_file(kept, 10);
+    ScriptedPrompt again;
+    again.answerFile(out("chosen.mp3"));
+    again.answerMessage(IDNO);
+    window->runCommand(ID_RECORD_EXPORT_MP3);
+    ASSERT_EQ(again.messages().size(), 1u);
+    EXPECT_EQ(again.messages()[0].text, kept + " already exists.\nDo you want to replace it?");
+    EXPECT_EQ(fs::file_size(kept), 10u);
 }
 
 TEST_F(ExportTest, WithExpPromptEachRecordIsAskedForAndACancelWritesNothing)
