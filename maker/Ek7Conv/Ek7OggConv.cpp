@@ -2,6 +2,7 @@
 
 #include <vorbis/vorbisenc.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
@@ -51,12 +52,21 @@ public:
 
     int encode(const std::int16_t* samples, std::size_t frames) override
     {
-        float** buffer = vorbis_analysis_buffer(&m_dsp, static_cast<int>(frames));
-        for (std::size_t i = 0; i < frames; ++i)
-            for (int c = 0; c < m_channels; ++c)
-                buffer[c][i] = samples[i * static_cast<std::size_t>(m_channels) + static_cast<std::size_t>(c)] / 32768.0f;
-        vorbis_analysis_wrote(&m_dsp, static_cast<int>(frames));
-        return drain() ? 0 : kEk7ConvCreateFailed;
+        // In pieces no longer than the encoder's own analysis window, so its
+        // buffer stays small and in cache.
+        const auto channels = static_cast<std::size_t>(m_channels);
+        for (std::size_t done = 0; done < frames; done += kPiece) {
+            const std::size_t count = std::min(kPiece, frames - done);
+            float** buffer = vorbis_analysis_buffer(&m_dsp, static_cast<int>(count));
+            const std::int16_t* in = samples + done * channels;
+            for (std::size_t i = 0; i < count; ++i)
+                for (std::size_t c = 0; c < channels; ++c)
+                    buffer[c][i] = in[i * channels + c] * (1.0f / 32768.0f);
+            vorbis_analysis_wrote(&m_dsp, static_cast<int>(count));
+            if (!drain())
+                return kEk7ConvCreateFailed;
+        }
+        return 0;
     }
 
     int end(bool failed) override
@@ -75,6 +85,8 @@ public:
     }
 
 private:
+    static constexpr std::size_t kPiece = 1024;
+
     void addTag(const char* name, const std::string& value)
     {
         if (!value.empty())

@@ -55,7 +55,6 @@ public:
             return kEk7ConvCreateFailed;
         if (avformat_write_header(m_format, nullptr) < 0)
             return kEk7ConvCreateFailed;
-        m_headerWritten = true;
         m_frame = av_frame_alloc();
         m_packet = av_packet_alloc();
         if (m_frame == nullptr || m_packet == nullptr)
@@ -162,7 +161,6 @@ private:
     int m_frameSize = 0;
     int m_filled = 0;
     std::int64_t m_pts = 0;
-    bool m_headerWritten = false;
 };
 
 _Ek7Conv g_settings;
