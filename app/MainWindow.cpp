@@ -818,6 +818,15 @@ void MainWindow::registerCommands()
         m_commands.add(ID_TB_SEND, [this] { sendSelectedRecords(); });
         m_commands.add(ID_RECORD_SEND, [this] { sendSelectedRecords(); });
     }
+    // The record exports; the record menu enables those that suit the list.
+    if (m_services.exporter)
+        for (int kind : {ID_RECORD_EXPORT_NAVO, ID_RECORD_EXPORT_WAV, ID_RECORD_EXPORT_MP3, ID_RECORD_EXPORT_WMA,
+                         ID_RECORD_EXPORT_OGG, ID_RECORD_EXPORT_WMV})
+            m_commands.add(kind, [this, kind] {
+                const std::vector<std::string> ids = selectedIds();
+                if (!ids.empty())
+                    m_services.exporter->exportRecords(m_app, kind, ids, this);
+            });
     m_commands.add(ID_NEW_RECORDING, [this] { newRecording(m_app.CurrentListType); });
     m_commands.add(ID_TB_NEW_RECORDING, [this] { newRecording(m_app.CurrentListType); });
     m_commands.add(ID_RECORD_NEW_DICTATION, [this] { newRecording(kListDictation); },

@@ -15,6 +15,7 @@
 #include "audio/PlayerEffects.h"
 #include "audio/DiaryMonitor.h"
 #include "audio/PhoneRecorderHost.h"
+#include "audio/ExportLauncher.h"
 #include "audio/RecorderLauncher.h"
 #include "audio/StudioLauncher.h"
 #include "platform/gui/QtPrompt.h"
@@ -46,6 +47,7 @@ int main(int argc, char** argv)
     StoreCompression compression(store);
     DiaryMonitor diary;
     RecordMailer mailer;
+    ExportLauncher exporter;
     InertServices notYetBuilt;
     StartupServices services = notYetBuilt.services();
     services.store = &store;
@@ -60,6 +62,7 @@ int main(int argc, char** argv)
     PhoneRecorderHost phoneRecorder([](int reason) { LineFailureReport::show(reason); }, &MainWindow::openHelpPage);
     services.phoneRecorder = &phoneRecorder;
     line.setPhoneRecorderAvailable(true);
+    services.exporter = &exporter;
     NavoApp app(theAppData(), services,
                 QFile::encodeName(QApplication::applicationFilePath()).toStdString());
     app.InitInstance();

@@ -15,7 +15,9 @@
 #include "core/ShowCodedMessage.h"
 #include "maker/Ek7Audio/Ek7Audio.h"
 #include "maker/VXSAVE/VXSAVE.h"
+#include "maker/Ek7WavComp/Ek7WavComp.h"
 #include "maker/ZOLO/ZOLODATE.h"
+#include "platform/FileOps.h"
 #include "platform/Prompt.h"
 #include "platform/Trace.h"
 #include "platform/WindowMessages.h"
@@ -177,7 +179,16 @@ int MessagePlayer::openCurrent()
     removeFile(local);
     m_waveMember = waveMember(m_members, m_record.baseName);
     m_wavePath = components::workspacePath(m_app.TempDir, m_waveMember);
-    if (opened != 0 || m_waveMember.empty()) {
+    // A compressed recording plays as the wave made of it, under the
+    // member's own name, so a changed sound is saved back as a plain wave.
+    bool playable = !m_waveMember.empty();
+    if (opened == 0 && playable && Ek7WavIsComp(m_wavePath.c_str())) {
+        const std::string decoded = m_wavePath + ".dec";
+        playable = Ek7WavDeComp(0, m_wavePath.c_str(), decoded.c_str()) == kEk7WavCompFinished &&
+                   fileops::renameFile(decoded, m_wavePath) == 0;
+        removeFile(decoded);
+    }
+    if (opened != 0 || !playable) {
         closeCurrent();
         ShowCodedMessage(opened != 0 ? opened : kCannotPlay, MB_ICONEXCLAMATION);
         return opened != 0 ? opened : kCannotPlay;

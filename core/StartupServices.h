@@ -247,6 +247,15 @@ public:
     virtual void close() = 0;
 };
 
+class ExportService {
+public:
+    virtual ~ExportService() = default;
+    // Exports the records recIds ("%08d") as kind, the record menu's command
+    // (2115 Navo recording, 2116 WAV, 2117 MP3, 2118 WMA, 2119 OGG, 8022
+    // WMV), asking for the files as "ExpPrompt" says. The files written.
+    virtual int exportRecords(AppData& app, int kind, const std::vector<std::string>& recIds, QWidget* owner) = 0;
+};
+
 struct StartupServices {
     StoreService* store = nullptr;
     LineService* line = nullptr;
@@ -258,4 +267,5 @@ struct StartupServices {
     PlayerService* player = nullptr;      // none: Play stays grey
     MailService* mail = nullptr;          // none: Send stays grey
     PhoneRecorderService* phoneRecorder = nullptr;  // none: calls are not recorded
+    ExportService* exporter = nullptr;    // none: the record exports stay grey
 };

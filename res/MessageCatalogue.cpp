@@ -80,6 +80,9 @@ constexpr CodedMessage kMessages[] = {
     // Sending by e-mail (502 to 504 are returned but never shown)
     {500, 657, nullptr},
     {501, 658, "An error occurred trying to send your Navo recording : Error 501."},
+
+    // Use dictation as greeting: a compressed recording that would not convert
+    {721, 0, "The compressed recording could not be made into a greeting : Error 721"},
 };
 // clang-format on
 

@@ -314,6 +314,14 @@
     X(IDC_EXTRACT_TO_MSEC, 10234)                                             \
     X(IDC_EXTRACT_TO_TIME, 10236)                                             \
     X(IDC_EXTRACT_TO_SPIN, 10237)                                             \
+    /* File Converter (dialog 151) */                                         \
+    X(IDC_CONVERT_COUNT, 10420)                                               \
+    X(IDC_CONVERT_FILE, 10421)                                                \
+    X(IDC_CONVERT_FILE_PROGRESS, 10422)                                       \
+    X(IDC_CONVERT_ALL_PROGRESS, 10423)                                        \
+    X(IDC_CONVERT_RESTART, 10424)                                             \
+    X(IDC_CONVERT_STOP, 10425)                                                \
+    X(IDC_CONVERT_CANCEL, 10426)                                              \
     /* Data store compression dialog */                                       \
     X(IDC_COMPRESS_ERROR_LOG, 10257)                                          \
     X(IDC_COMPRESS_STATUS1, 10258)                                            \

@@ -4,7 +4,9 @@
 #include <vector>
 
 #include "core/AppData.h"
+#include "maker/Ek7Acm/Ek7Acm.h"
 #include "maker/Ek7Tapi/wave/LineWave.h"
+#include "maker/Ek7WavComp/Ek7WavComp.h"
 #include "maker/VXSAVE/VXSAVE.h"
 #include "platform/Trace.h"
 #include "store/ComponentFiles.h"
@@ -16,6 +18,8 @@ namespace {
 constexpr int kNotWritten = 109;
 constexpr int kNotExtracted = 111;
 constexpr int kNotReadable = 112;
+constexpr int kNotConverted = 721;
+constexpr int kLineQuality = 0;  // mono 8000 Hz 16-bit
 
 bool endsWith(const std::string& text, const std::string& end)
 {
@@ -69,13 +73,14 @@ int AnswerMachineGreeting::fromDictation(const AppData& app, const std::string& 
     if (listed != 0)
         return listed;
 
-    // Compressed recordings are not made by this version yet, so every
-    // record's sound is taken as the plain WAV it was filed as; a sound the
-    // line cannot read is refused here rather than when a caller rings.
+    // A compressed recording is converted into the line's format, anything
+    // else copied as it is; a sound the line cannot read is refused here
+    // rather than when a caller rings.
     const std::string member = soundMember(members);
     const std::string sound = components::workspacePath(workspace, member);
+    const bool compressed = !member.empty() && Ek7WavIsComp(sound.c_str());
     int rate = 0, channels = 0, bits = 0;
-    if (member.empty() || !LineWave::probe(sound, rate, channels, bits))
+    if (member.empty() || (!compressed && !LineWave::probe(sound, rate, channels, bits)))
         return kNotReadable;
 
     // The new greeting comes in beside the old one and replaces it only
@@ -94,10 +99,17 @@ int AnswerMachineGreeting::fromDictation(const AppData& app, const std::string& 
         if (hadGreeting)
             fs::rename(kept, greeting, ignored);
     };
-    fs::copy_file(sound, greeting, fs::copy_options::overwrite_existing, error);
-    if (error) {
-        restore();
-        return kNotWritten;
+    if (compressed) {
+        if (Ek7AcmConvert(0, sound.c_str(), greeting.c_str(), kLineQuality) > 0) {
+            restore();
+            return kNotConverted;
+        }
+    } else {
+        fs::copy_file(sound, greeting, fs::copy_options::overwrite_existing, error);
+        if (error) {
+            restore();
+            return kNotWritten;
+        }
     }
     if (!components::putIntoStore(app.DataStorePath, workspace, kFileName)) {
         OutputDebugString("The new greeting could not be stored; the old one stays\n");

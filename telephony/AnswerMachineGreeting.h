@@ -19,7 +19,8 @@ public:
     // opens it in the workspace, copies its sound over the greeting and puts
     // the greeting into the store. 0, or the code of the message to show:
     // 111 the record file is not in the store, 112/113 it cannot be read or
-    // is damaged, or holds no sound the line can play, 109 the greeting
+    // is damaged, or holds no sound the line can play, 721 its compressed
+    // sound would not convert into the line's format, 109 the greeting
     // cannot be written or stored. The old greeting stays on any failure,
     // and the record's working copies are deleted whatever happens.
     static int fromDictation(const AppData& app, const std::string& recordFileName);

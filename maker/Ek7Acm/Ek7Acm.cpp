@@ -1,5 +1,9 @@
 #include "maker/Ek7Acm/Ek7Acm.h"
 
+#include <string>
+
+#include "maker/Ek7WavComp/Ek7WavComp.h"
+
 #include "maker/Ek7Acm/AcmStream.h"
 #include "platform/FileOps.h"
 #include "platform/audio/WavFileReader.h"
@@ -21,6 +25,16 @@ int Ek7AcmConvert(HWND, const char* sourcePath, const char* targetPath, int numb
 {
     if (sourcePath == nullptr || targetPath == nullptr)
         return kSourceUnreadable;
+    // A compressed recording is made a wave again first (beside the target,
+    // and gone afterwards).
+    if (Ek7WavIsComp(sourcePath)) {
+        const std::string wave = std::string(targetPath) + ".dec.wav";
+        int result = Ek7WavDeComp(0, sourcePath, wave.c_str()) == kEk7WavCompFinished ? 0 : kSourceUnreadable;
+        if (result == 0)
+            result = Ek7AcmConvert(0, wave.c_str(), targetPath, number);
+        fileops::removeFile(wave);
+        return result;
+    }
     WavFileReader reader;
     if (!reader.open(sourcePath))
         return kSourceUnreadable;

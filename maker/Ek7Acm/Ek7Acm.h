@@ -8,7 +8,8 @@
 // `number` ("RecQual": 0 mono 8000 Hz 16-bit, 1 stereo 8000 Hz 16-bit,
 // 2 mono 22050 Hz 8-bit, 3 stereo 44100 Hz 16-bit; any other value as 0),
 // holding the sound of sourcePath: 8-, 16-, 32-bit integer or 32-bit float
-// PCM, any rate, any number of channels. The rate goes through libsoxr;
+// PCM, any rate, any number of channels, or a compressed recording
+// (Ek7WavComp's, decompressed first). The rate goes through libsoxr;
 // channels (several averaged to mono, mono copied to both sides) and sample
 // width are Navo's own code. owner is accepted for the callers' sake and
 // not used: the conversion is quick and reports nothing on the way.

@@ -252,3 +252,18 @@ int Ek7WavDeComp(HWND progressWindow, const char* sourcePath, const char* target
         return report(progressWindow, [] { return kEk7WavCompOpenFailed; });
     return report(progressWindow, [&] { return decompress(sourcePath, targetPath); });
 }
+
+bool Ek7WavIsComp(const char* path)
+{
+    if (path == nullptr)
+        return false;
+    const fileops::UniqueFd fd(fileops::openFile(path, fileops::Access::Read));
+    if (!fd.valid())
+        return false;
+    // "OggS" opens every page; the first packet of an Opus stream is
+    // "OpusHead", at byte 28 of a first page with one segment.
+    char head[36] = {};
+    std::size_t got = 0;
+    const bool read = fileops::readUpTo(fd.get(), head, sizeof head, &got) == 0;
+    return read && got == sizeof head && std::memcmp(head, "OggS", 4) == 0 && std::memcmp(head + 28, "OpusHead", 8) == 0;
+}

@@ -28,3 +28,7 @@ int Ek7WavCompInit();
 
 int Ek7WavComp(HWND progressWindow, const char* sourcePath, const char* targetPath);
 int Ek7WavDeComp(HWND progressWindow, const char* sourcePath, const char* targetPath);
+
+// Whether path holds what Ek7WavComp makes (an Ogg Opus stream), as opposed
+// to a wave: a compressed recording's sound keeps its work-file name.
+bool Ek7WavIsComp(const char* path);
