@@ -2,6 +2,7 @@
 
 #include <cctype>
 
+#include "maker/Ek7WavComp/Ek7WavComp.h"
 #include "maker/VXSAVE/VXSAVE.h"
 #include "platform/FileOps.h"
 
@@ -102,28 +103,27 @@ int CompressorRun::prepare()
     if (!endsWithNoCase(recordFile, ".vxz") || VXlistMembers(recordFile.c_str(), &members) != kVxOk)
         return kEk7WavCompOpenFailed;
     m_soundMember.clear();
-    for (const std::string& member : members) {
-        const bool wave = endsWithNoCase(member, ".wav") || endsWithNoCase(member, ".vxw");
-        const bool compressed = endsWithNoCase(member, kCompressedExtension);
-        if (m_options.decompress && !m_options.compress ? compressed : wave) {
+    for (const std::string& member : members)
+        if (endsWithNoCase(member, ".wav") || endsWithNoCase(member, ".vxw")) {
             m_soundMember = member;
             break;
         }
-    }
     if (m_soundMember.empty())
         return kEk7WavCompInvalidFile;
     if (ExtractFile(recordFile.c_str(), m_soundMember.c_str(), m_workFolder.c_str()) != kVxOk)
         return kEk7WavCompOpenFailed;
     m_source = fileops::joinPath(m_workFolder, m_soundMember);
+    // Decompressing a sound that is not compressed would only copy it.
+    if (m_options.decompress && !m_options.compress && !Ek7WavIsComp(m_source.c_str()))
+        return kEk7WavCompInvalidFile;
+    m_targetMember = m_soundMember;
     const std::string base = baseOf(m_soundMember);
     if (m_options.compress)
-        m_targetMember = base + kCompressedExtension;
+        m_target = fileops::joinPath(m_workFolder, base + ".compressed");
     else if (m_options.decompress)
-        m_targetMember = base + ".wav";
+        m_target = fileops::joinPath(m_workFolder, base + ".decompressed");
     else
-        m_targetMember = m_soundMember;
-    m_target = m_options.compress || m_options.decompress ? fileops::joinPath(m_workFolder, m_targetMember)
-                                                          : m_worker.convertedPath();
+        m_target = m_worker.convertedPath();
     CompressorJob job;
     job.source = m_source;
     job.target = m_target;
@@ -137,11 +137,9 @@ int CompressorRun::prepare()
 int CompressorRun::putBack()
 {
     const std::string& recordFile = m_files[static_cast<std::size_t>(m_current)];
-    // The new sound goes in before the old one leaves: a failure between
-    // the two leaves a record file with both, never with neither.
+    // The member is replaced in one rewrite of the archive beside itself,
+    // so the record file has the old sound or the new, never neither.
     if (VXaddMember(recordFile.c_str(), m_target.c_str(), m_targetMember.c_str()) != kVxOk)
-        return kEk7WavCompCreateFailed;
-    if (m_targetMember != m_soundMember && DelFile(recordFile.c_str(), m_soundMember.c_str()) != kVxOk)
         return kEk7WavCompCreateFailed;
     return kEk7WavCompFinished;
 }

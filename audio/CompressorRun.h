@@ -5,10 +5,11 @@
 // of the sound it came from. The dialog feeds it the messages its window
 // receives and shows what it says.
 //
-// A compressed sound goes into the record file as "<base name>.opus" (Ogg
-// Opus, Ek7WavComp's output) and the wave member leaves it; decompression
-// does the reverse and writes "<base name>.wav". Converting alone replaces
-// the wave member with its Navo Voice form under the same name. A record
+// A compressed sound (Ogg Opus, Ek7WavComp's output) replaces the wave
+// member under the same name, and decompression puts the wave back: the
+// player, exports and greetings find a record's sound by its name and tell
+// a compressed one by its content (Ek7WavIsComp). Converting alone
+// replaces the wave member with its Navo Voice form the same way. A record
 // file changes only by whole members (the archive is rewritten beside
 // itself and renamed into place), so it is never left half made.
 //
@@ -40,7 +41,6 @@ public:
 
     // The text shown for a result code (an error box), nullptr for 5.
     static const char* resultText(int code);
-    static constexpr const char* kCompressedExtension = ".opus";
 
     using ShowError = std::function<void(const std::string& text)>;
 

@@ -19,6 +19,7 @@
 #include "app/MainWindow.h"
 #include "app/RecordMailer.h"
 #include "audio/CompressorDialog.h"
+#include "maker/Ek7WavComp/Ek7WavComp.h"
 #include "maker/VXSAVE/VXSAVE.h"
 #include "res/MessageCatalogue.h"
 #include "res/resource.h"
@@ -146,10 +147,15 @@ TEST_F(MailTest, SendGivesTheComposerTheTextsAndTheRecordsLockedAndCompressedAnd
         std::string joined;
         for (const std::string& m : members)
             joined += m.substr(m.find('.')) + " ";
-        EXPECT_EQ(joined, ".opus .vxl .vxs ") << name;
+        EXPECT_EQ(joined, ".vxl .vxs .wav ") << name;
         const std::string info = root + "/info";
         fs::create_directories(info);
         for (const std::string& m : members) {
+            if (m.size() > 4 && m.substr(m.size() - 4) == ".wav") {
+                // Sent compressed: the sound member holds the compressed form.
+                ASSERT_EQ(ExtractFile(copy.string().c_str(), m.c_str(), info.c_str()), kVxOk);
+                EXPECT_TRUE(Ek7WavIsComp((info + "/" + m).c_str())) << m;
+            }
             if (m.size() > 4 && m.substr(m.size() - 4) == ".vxs") {
                 ASSERT_EQ(ExtractFile(copy.string().c_str(), m.c_str(), info.c_str()), kVxOk);
                 EXPECT_NE(slurp(info + "/" + m).find("Locked=Y\n"), std::string::npos);
