@@ -6,8 +6,9 @@ NAVO_BUILD=${NAVO_BUILD:-$NAVO_ROOT/build}
 
 # Debian packages needed to build Navo and run it (or its tests) headless.
 NAVO_BUILD_PACKAGES=(cmake g++ make pkg-config qt6-base-dev qt6-base-dev-tools libgl-dev libsqlite3-dev libzip-dev qt6-multimedia-dev
-                     libgtest-dev libx11-dev fonts-dejavu-core liblinphone-dev libsoundtouch-dev libsoxr-dev libopusenc-dev libopusfile-dev)
-NAVO_HEADLESS_PACKAGES=(xvfb xauth imagemagick xdotool x11-utils linphone-cli baresip iproute2 pulseaudio pulseaudio-utils sox sqlite3 poppler-utils)
+                     libgtest-dev libx11-dev fonts-dejavu-core liblinphone-dev libsoundtouch-dev libsoxr-dev libopusenc-dev libopusfile-dev
+                     libavformat-dev libavcodec-dev libswresample-dev libavutil-dev)
+NAVO_HEADLESS_PACKAGES=(xvfb xauth imagemagick xdotool x11-utils linphone-cli baresip iproute2 pulseaudio pulseaudio-utils sox sqlite3 poppler-utils ffmpeg lame)
 
 navo_say() { printf '\033[1m[navo]\033[0m %s\n' "$*"; }
 navo_fail() { printf '\033[1;31m[navo]\033[0m %s\n' "$*" >&2; exit 1; }
