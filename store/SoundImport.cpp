@@ -110,12 +110,44 @@ std::time_t fileTime(const std::string& path)
     return std::chrono::system_clock::to_time_t(system);
 }
 
-bool isVideo(const std::string& path)
+std::string extensionOf(const std::string& path)
 {
     std::string extension = fs::path(path).extension().string();
     for (char& c : extension)
         c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return extension == ".wmv";
+    return extension;
+}
+
+// The title, artist, album and date of a wave's "LIST" "INFO" chunk.
+void readWaveTags(const std::string& path, MediaInfo* info)
+{
+    std::string file;
+    if (fileops::readWholeFile(path, &file) != 0 || file.size() < 12 || file.compare(0, 4, "RIFF") != 0)
+        return;
+    for (std::size_t at = 12; at + 8 <= file.size();) {
+        const std::uint32_t size = get(file, at + 4, 4);
+        const std::size_t end = std::min<std::size_t>(file.size(), at + 8 + size);
+        if (file.compare(at, 4, "LIST") == 0 && at + 12 <= end && file.compare(at + 8, 4, "INFO") == 0) {
+            for (std::size_t item = at + 12; item + 8 <= end;) {
+                const std::uint32_t length = get(file, item + 4, 4);
+                if (item + 8 + length > end)
+                    break;
+                std::string value = file.substr(item + 8, length);
+                value = value.substr(0, value.find('\0'));
+                const std::string id = file.substr(item, 4);
+                if (id == "INAM")
+                    info->title = value;
+                else if (id == "IART")
+                    info->artist = value;
+                else if (id == "IPRD")
+                    info->album = value;
+                else if (id == "ICRD")
+                    info->date = value;
+                item += 8 + length + (length & 1);
+            }
+        }
+        at += 8 + static_cast<std::size_t>(size) + (size & 1);
+    }
 }
 
 // The line's type code and places for a list; the duration place is filled
@@ -196,25 +228,34 @@ bool SoundImport::importOne(const std::string& path, int listType, const std::st
     char stamp[kDateStampSize];
     DateStamp(stamp);
     const std::string base = folder + "/" + stamp;
-    const bool video = isVideo(path);
+    const bool video = extensionOf(path) == ".wmv";
     if (video)
         listType = kListVideo;
 
-    const std::string decoded = folder + "/decoded.tmp";
-    MediaInfo info;
-    const int decodedCode = MediaDecodeToWave(path.c_str(), decoded.c_str(), &info);
-    if (decodedCode == kMediaNoSound && video) {
-        if (!writeSilence(decoded, info.durationMs))
-            return fail(MediaDecodeReason(kMediaWriteFailed));
-    } else if (decodedCode != kMediaOk) {
-        return fail(MediaDecodeReason(decodedCode));
-    }
-    if (video && !info.hasVideo)
-        return fail("it holds no video");
     const int quality = m_app.RecordingQuality;
-    if (Ek7AcmConvert(0, decoded.c_str(), (base + ".wav").c_str(), quality) != 0)
-        return fail("its sound cannot be converted to the recording quality");
-    fileops::removeFile(decoded);
+    MediaInfo info;
+    // A PCM wave goes straight to the converter; FFmpeg would read it all
+    // once more looking for sound hidden in it. Anything else (and a wave
+    // of another coding) is decoded first.
+    const bool plainWave = !video && extensionOf(path) == ".wav"
+                           && Ek7AcmConvert(0, path.c_str(), (base + ".wav").c_str(), quality) == 0;
+    if (plainWave) {
+        readWaveTags(path, &info);
+    } else {
+        const std::string decoded = folder + "/decoded.tmp";
+        const int decodedCode = MediaDecodeToWave(path.c_str(), decoded.c_str(), &info);
+        if (decodedCode == kMediaNoSound && video) {
+            if (!writeSilence(decoded, info.durationMs))
+                return fail(MediaDecodeReason(kMediaWriteFailed));
+        } else if (decodedCode != kMediaOk) {
+            return fail(MediaDecodeReason(decodedCode));
+        }
+        if (video && !info.hasVideo)
+            return fail("it holds no video");
+        if (Ek7AcmConvert(0, decoded.c_str(), (base + ".wav").c_str(), quality) != 0)
+            return fail("its sound cannot be converted to the recording quality");
+        fileops::removeFile(decoded);
+    }
     if (video) {
         std::error_code error;
         fs::copy_file(path, base + ".wmv", error);

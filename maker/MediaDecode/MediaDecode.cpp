@@ -76,7 +76,14 @@ int decode(const char* sourcePath, const char* targetPath, MediaInfo* info)
     if (avformat_open_input(&opened, sourcePath, nullptr, nullptr) != 0)
         return kMediaNotMedia;
     std::unique_ptr<AVFormatContext, FormatCloser> format(opened);
-    if (avformat_find_stream_info(format.get(), nullptr) < 0)
+    // Reading ahead to learn the streams costs as much as decoding a short
+    // file; a header that already says what the sound is (WAV, most MP3,
+    // Ogg and ASF files) is taken at its word.
+    const int known = av_find_best_stream(format.get(), AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0);
+    const AVCodecParameters* said = known >= 0 ? format->streams[known]->codecpar : nullptr;
+    const bool complete = said != nullptr && said->codec_id != AV_CODEC_ID_NONE && said->sample_rate > 0
+                          && said->ch_layout.nb_channels > 0 && said->format >= 0 && format->duration > 0;
+    if (!complete && avformat_find_stream_info(format.get(), nullptr) < 0)
         return kMediaNotMedia;
 
     const int soundIndex = av_find_best_stream(format.get(), AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0);
