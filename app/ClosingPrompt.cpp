@@ -19,3 +19,11 @@ std::optional<std::string> ClosingPrompt::chooseFile(const FileDialogRequest& re
     OutputDebugString("Stopping, no file chosen: " + request.title + "\n");
     return std::nullopt;
 }
+
+std::vector<std::string> ClosingPrompt::chooseFiles(const FileDialogRequest& request)
+{
+    if (!m_closed)
+        return m_inner.chooseFiles(request);
+    OutputDebugString("Stopping, no file chosen: " + request.title + "\n");
+    return {};
+}

@@ -17,6 +17,7 @@ public:
 
     int messageBox(const std::string& text, UINT flags, const std::string& caption) override;
     std::optional<std::string> chooseFile(const FileDialogRequest& request) override;
+    std::vector<std::string> chooseFiles(const FileDialogRequest& request) override;
 
 private:
     Prompt& m_inner;

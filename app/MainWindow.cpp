@@ -26,6 +26,7 @@
 #include "app/CommandMenus.h"
 #include "app/DictationEditorDialog.h"
 #include "app/HotKeysDialog.h"
+#include "app/ImportCommands.h"
 #include "app/ListPrinting.h"
 #include "app/SearchDialog.h"
 #include "core/AppData.h"
@@ -848,6 +849,9 @@ void MainWindow::registerCommands()
                    [this] { return m_services.recorder && m_services.recorder->hasOfflineMeeting(); });
     m_commands.add(commandmenus::kInternetRepository, [this] { openInternetRepository(); });
     m_commands.add(ID_TB_SEARCH, [this] { openSearch(); });
+    // The imports; a store's phone book, templates and agendas are merged
+    // through the wiring's mergeComponents (none yet: records only).
+    importcommands::registerCommands(m_commands, m_app, this, {[this](int listType) { fillList(listType); }, {}});
     m_commands.add(ID_RECORD_PRINT, [this] { printList(); });
     HelpPages::registerCommands(m_commands);
     registerPhoneCommands();
@@ -897,7 +901,7 @@ void MainWindow::diaryChanged()
 
 void MainWindow::openSearch()
 {
-    SearchDialog dialog(m_app, m_services.store, this);
+    SearchDialog dialog(m_app, m_services.store, this, m_services.player);
     dialog.exec();
     // Records deleted from the results leave the list too.
     if (recordlists::specFor(m_app.CurrentListType) != nullptr)

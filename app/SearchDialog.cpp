@@ -8,6 +8,7 @@
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QHeaderView>
+#include <QItemSelectionModel>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
@@ -35,8 +36,8 @@ int dayOf(const QDate& date)
 
 }  // namespace
 
-SearchDialog::SearchDialog(AppData& app, StoreService* store, QWidget* parent)
-    : QDialog(parent), m_app(app), m_store(store)
+SearchDialog::SearchDialog(AppData& app, StoreService* store, QWidget* parent, PlayerService* player)
+    : QDialog(parent), m_app(app), m_store(store), m_player(player)
 {
     setObjectName(QStringLiteral("SearchDialog"));
     setWindowTitle(QStringLiteral("Search for recordings"));
@@ -132,6 +133,11 @@ SearchDialog::SearchDialog(AppData& app, StoreService* store, QWidget* parent)
     if (m_store != nullptr)
         m_commands.add(ID_RECORD_DELETE, [this] { deleteSelected(); });
     m_commands.add(ID_RECORD_PRINT, [this] { print(); });
+    // Send and the exports are not in this window yet: they stay greyed.
+    if (m_player != nullptr) {
+        m_commands.add(ID_RECORD_PLAY, [this] { playSelected(); });
+        connect(m_results, &QAbstractItemView::doubleClicked, this, [this] { playSelected(); });
+    }
 
     m_pause.setSingleShot(true);
     m_pause.setInterval(kPauseMs);
@@ -260,6 +266,29 @@ std::unique_ptr<QMenu> SearchDialog::recordMenu()
         return nullptr;
     return commandmenus::buildRecordMenu(this, m_commands,
                                          recordlists::contextMenuStates(m_model->listType(), selected, false));
+}
+
+void SearchDialog::playSelected()
+{
+    if (m_player == nullptr)
+        return;
+    // Prev and Next walk the results; the player starts on the current row
+    // when it is selected, else on the first selected one.
+    const SearchLogRows& data = m_model->rows();
+    std::vector<std::string> recIds;
+    for (std::size_t row = 0; row < data.size(); ++row)
+        recIds.push_back(data.recId(row));
+    QItemSelectionModel* selection = m_results->selectionModel();
+    int index = m_results->currentIndex().row();
+    if (index < 0 || !selection->isRowSelected(index, {})) {
+        const QModelIndexList rows = selection->selectedRows();
+        index = rows.isEmpty() ? -1 : rows.first().row();
+    }
+    if (index < 0 || index >= static_cast<int>(recIds.size()))
+        return;
+    // Playing can make messages heard, which changes what the results show.
+    if (m_player->play(m_app, recIds, index, this) > 0)
+        searchNow();
 }
 
 void SearchDialog::deleteSelected()

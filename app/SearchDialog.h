@@ -23,14 +23,16 @@ class QLabel;
 class QLineEdit;
 class QTreeView;
 class RecordListModel;
+class PlayerService;
 class StoreService;
 struct AppData;
 
 class SearchDialog : public QDialog {
     Q_OBJECT
 public:
-    // store deletes records (nullptr: Delete stays greyed).
-    SearchDialog(AppData& app, StoreService* store, QWidget* parent = nullptr);
+    // store deletes records (nullptr: Delete stays greyed); player plays
+    // them (nullptr: Play stays greyed).
+    SearchDialog(AppData& app, StoreService* store, QWidget* parent = nullptr, PlayerService* player = nullptr);
     ~SearchDialog() override;
 
     // What the controls ask for now.
@@ -56,11 +58,13 @@ private:
     void start();
     void showAnswer(SearchAnswer answer, int generation);
     void deleteSelected();
+    void playSelected();
     void print();
     std::vector<std::string> selectedIds() const;
 
     AppData& m_app;
     StoreService* m_store;
+    PlayerService* m_player = nullptr;
     QLineEdit* m_words = nullptr;
     std::vector<std::pair<QCheckBox*, unsigned>> m_types;
     QCheckBox* m_useFrom = nullptr;

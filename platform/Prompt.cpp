@@ -21,6 +21,12 @@ public:
 
 }  // namespace
 
+std::vector<std::string> Prompt::chooseFiles(const FileDialogRequest& request)
+{
+    std::optional<std::string> chosen = chooseFile(request);
+    return chosen ? std::vector<std::string>{*chosen} : std::vector<std::string>{};
+}
+
 int unansweredResult(UINT flags)
 {
     switch (flags & MB_TYPEMASK) {

@@ -10,6 +10,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 // What a file chooser is asked for, in the terms of the Windows file dialogs.
 struct FileDialogRequest {
@@ -32,6 +33,10 @@ public:
     virtual int messageBox(const std::string& text, UINT flags, const std::string& caption) = 0;
     // The path chosen, or nullopt when the user cancelled.
     virtual std::optional<std::string> chooseFile(const FileDialogRequest& request) = 0;
+    // Several existing files at once (an open dialog); empty when the user
+    // cancelled. A prompt that offers no such choice answers with the one
+    // file chooseFile gives.
+    virtual std::vector<std::string> chooseFiles(const FileDialogRequest& request);
 };
 
 // The installed prompt, else the default one.

@@ -7,7 +7,7 @@ NAVO_BUILD=${NAVO_BUILD:-$NAVO_ROOT/build}
 # Debian packages needed to build Navo and run it (or its tests) headless.
 NAVO_BUILD_PACKAGES=(cmake g++ make pkg-config qt6-base-dev qt6-base-dev-tools libgl-dev libsqlite3-dev libzip-dev qt6-multimedia-dev
                      libgtest-dev libx11-dev fonts-dejavu-core liblinphone-dev libsoundtouch-dev libsoxr-dev libpulse-dev libopusenc-dev libopusfile-dev
-                     libmp3lame-dev libvorbis-dev libavcodec-dev libavformat-dev libavutil-dev libsndfile1-dev)
+                     libmp3lame-dev libvorbis-dev libavcodec-dev libavformat-dev libavutil-dev libswresample-dev libsndfile1-dev)
 NAVO_HEADLESS_PACKAGES=(xvfb xauth imagemagick xdotool x11-utils linphone-cli baresip iproute2 pulseaudio pulseaudio-utils sox sqlite3 poppler-utils lame vorbis-tools ffmpeg)
 
 # Sending recordings by e-mail hands them to the desktop's composer through xdg-email.

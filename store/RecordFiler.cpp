@@ -98,7 +98,7 @@ int RecordFiler::file(RecordingToFile& recording, RecordingSource& source)
     // 1. The search text, kept in the "vxs" file with the audit data.
     OutputDebugString("Saving SFS\n");
     RecordInfo details;
-    if (recording.reRecorded)
+    if (recording.reRecorded || recording.keepInfo)
         recordinfo::readFile(info, &details);  // kept from the record file when it was opened
     details.keywords = recording.keywords;
     details.extraText = recording.extraText;

@@ -37,6 +37,9 @@ struct RecordingToFile {
     // A re-recorded record keeps its RecID and its record file.
     bool reRecorded = false;
     std::string recordFileName;
+    // The "vxs" work file is already there with the record's audit data (an
+    // imported record): it is kept, and only stamped with this save.
+    bool keepInfo = false;
     // Workspace files added to the record file once it is filed (marks,
     // a picture chosen after the first filing).
     std::vector<std::string> extraMembers;

@@ -13,6 +13,7 @@
 #include <QTest>
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <filesystem>
 #include <fstream>
 
@@ -331,7 +332,7 @@ TEST_F(ListWindowTest, InternetRepositoryKeepsItsDoubledSeparatorAndSaysWhenUnav
 
 TEST_F(ListWindowTest, CommandsOfPartsNotBuiltStayGreyUntilTheirPartRegistersThem)
 {
-    for (int id : {ID_NEW_RECORDING, ID_IMPORT_WAV, ID_TEXT_TO_SPEECH, ID_TB_PLAY}) {
+    for (int id : {ID_NEW_RECORDING, ID_TEXT_TO_SPEECH, ID_TB_PLAY}) {
         ASSERT_NE(window->commandAction(id), nullptr) << id;
         EXPECT_FALSE(window->commandAction(id)->isEnabled()) << id;
     }
@@ -486,4 +487,57 @@ TEST_F(ListWindowTest, AStopAskedForDuringCompressionWaitsForItsEnd)
     const char* family[] = {components::kDictation};
     ASSERT_EQ(RPS_Get(app.DataStorePath.c_str(), check.c_str(), family, 1), 0);
     EXPECT_EQ(std::filesystem::file_size(check + "/" + components::kDictation), 2 * indexline::kLineBytes);
+}
+
+TEST_F(ListWindowTest, ImportingWaveFilesFromTheFileMenuFilesThemIntoTheListShownAndReports)
+{
+    auto wave = [&](const std::string& name, std::uint32_t samples) {
+        std::string w = "RIFF";
+        auto put = [&](std::uint32_t v, int bytes) {
+            for (int i = 0; i < bytes; ++i)
+                w += static_cast<char>((v >> (8 * i)) & 0xFF);
+        };
+        put(36 + samples * 2, 4);
+        w += "WAVEfmt ";
+        put(16, 4);
+        put(1, 2);  // PCM, mono, 8 kHz, 16-bit
+        put(1, 2);
+        put(8000, 4);
+        put(16000, 4);
+        put(2, 2);
+        put(16, 2);
+        w += "data";
+        put(samples * 2, 4);
+        for (std::uint32_t i = 0; i < samples; ++i)
+            put(static_cast<std::uint16_t>(std::lround(8000 * std::sin(i * 0.3))), 2);
+        const std::string path = QFile::encodeName(dir.path()).toStdString() + "/" + name;
+        std::ofstream(path, std::ios::binary) << w;
+        return path;
+    };
+    const std::string first = wave("Site visit.wav", 8000);
+    const std::string second = wave("Minutes.wav", 4000);
+    window->fillList(kListMeeting);
+    ASSERT_TRUE(window->commandAction(ID_IMPORT_WAV)->isEnabled());
+
+    ScriptedPrompt prompt;
+    prompt.answerFile(first);
+    prompt.answerMessage(IDOK);
+    window->commandAction(ID_IMPORT_WAV)->trigger();
+    prompt.answerFile(second);
+    prompt.answerMessage(IDOK);
+    window->commandAction(ID_IMPORT_WAV)->trigger();
+
+    ASSERT_EQ(prompt.fileRequests().size(), 2u);
+    EXPECT_EQ(prompt.fileRequests()[0].title, "Import WAV Files");
+    ASSERT_EQ(prompt.messages().size(), 2u);
+    EXPECT_EQ(prompt.messages()[0].text, "Imported: 1\nAlready in the data store (skipped): 0\nFailed: 0");
+    EXPECT_EQ(prompt.messages()[0].flags, static_cast<UINT>(MB_ICONINFORMATION));
+    // Into the Meeting list shown, subject from the file name, newest last.
+    EXPECT_EQ(app.CurrentListType, kListMeeting);
+    ASSERT_EQ(list()->model()->rowCount(), 2);
+    QStringList subjects;
+    for (int row = 0; row < 2; ++row)
+        subjects << list()->model()->index(row, 1).data().toString();
+    subjects.sort();
+    EXPECT_EQ(subjects, (QStringList{"Minutes", "Site visit"}));
 }

@@ -82,7 +82,17 @@ TEST_F(SearchWindowTest, TypingFindsAfterThePauseNarrowsAndDeletesFromTheResults
     const long caller = records->phoneCall("Marguerite Okafor", "0161 496 0000");
     records->message("Desmond Hale", "07700 900123", true);
 
-    SearchDialog dialog(app, &store, window.get());
+    struct ChosenForPlay : PlayerService {
+        std::vector<std::string> recIds;
+        int index = -1;
+        int play(AppData&, const std::vector<std::string>& ids, int at, QWidget*) override
+        {
+            recIds = ids;
+            index = at;
+            return 0;
+        }
+    } player;
+    SearchDialog dialog(app, &store, window.get(), &player);
     dialog.finishPending();
     EXPECT_EQ(dialog.model()->rowCount(), 4);  // no words: everything, newest first
 
@@ -121,8 +131,9 @@ TEST_F(SearchWindowTest, TypingFindsAfterThePauseNarrowsAndDeletesFromTheResults
     dialog.finishPending();
     ASSERT_EQ(dialog.model()->rowCount(), 1);
 
-    // The record menu on a result: Delete and Print work here, Play waits
-    // for the player; the deleted record leaves the results.
+    // The record menu on a result: Play, Delete and Print work here, Send
+    // and the exports are not in this window; the deleted record leaves the
+    // results.
     dialog.results()->selectionModel()->select(dialog.model()->index(0, 0),
                                                QItemSelectionModel::Select | QItemSelectionModel::Rows);
     std::unique_ptr<QMenu> menu = dialog.recordMenu();
@@ -131,7 +142,10 @@ TEST_F(SearchWindowTest, TypingFindsAfterThePauseNarrowsAndDeletesFromTheResults
     ASSERT_NE(remove, nullptr);
     EXPECT_TRUE(remove->isEnabled());
     EXPECT_TRUE(menu->findChild<QAction*>(QString::number(ID_RECORD_PRINT))->isEnabled());
-    EXPECT_FALSE(menu->findChild<QAction*>(QString::number(ID_RECORD_PLAY))->isEnabled());
+    EXPECT_FALSE(menu->findChild<QAction*>(QString::number(ID_RECORD_SEND))->isEnabled());
+    menu->findChild<QAction*>(QString::number(ID_RECORD_PLAY))->trigger();
+    EXPECT_EQ(player.recIds, std::vector<std::string>{indexline::recIdText(caller)});
+    EXPECT_EQ(player.index, 0);
     ScriptedPrompt prompt;
     prompt.answerMessage(IDYES);
     prompt.answerMessage(IDOK);

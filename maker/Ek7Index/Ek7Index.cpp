@@ -172,7 +172,12 @@ public:
         if (code == kEk7IndexOk)
             code = m_db.check(&empty);
         if (code == kEk7IndexOk)
-            code = m_db.exec("PRAGMA journal_mode = DELETE; PRAGMA synchronous = FULL");
+            // The file is the workspace's working copy: a crash of Navo still
+            // leaves it whole (the journal rolls back), and after a crash of
+            // the system the next start takes the copy saved in the store and
+            // rebuilds what is missing from the lines. Syncing every change
+            // only made each filing wait for the disk twice.
+            code = m_db.exec("PRAGMA journal_mode = DELETE; PRAGMA synchronous = OFF");
         if (code != kEk7IndexOk)
             return code;
         m_transaction = std::make_unique<Transaction>(m_db.handle(), Transaction::Kind::Write);

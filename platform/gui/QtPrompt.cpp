@@ -119,15 +119,19 @@ int QtPrompt::messageBox(const std::string& text, UINT flags, const std::string&
     return layout.escapeButton != 0 ? layout.escapeButton : IDCANCEL;
 }
 
-std::optional<std::string> QtPrompt::chooseFile(const FileDialogRequest& request)
+namespace {
+
+// The files chosen in Qt's dialog; several when many, and empty on cancel.
+QStringList chosenFiles(const FileDialogRequest& request, bool many)
 {
     QFileDialog dialog(QApplication::activeWindow());
     // Qt's own dialog: the same behaviour on every desktop, and no portal
     // round trip that would ignore the options below.
     dialog.setOption(QFileDialog::DontUseNativeDialog);
     dialog.setAcceptMode(request.open ? QFileDialog::AcceptOpen : QFileDialog::AcceptSave);
-    dialog.setFileMode(request.open && request.fileMustExist ? QFileDialog::ExistingFile
-                                                             : QFileDialog::AnyFile);
+    dialog.setFileMode(many ? QFileDialog::ExistingFiles
+                            : request.open && request.fileMustExist ? QFileDialog::ExistingFile
+                                                                    : QFileDialog::AnyFile);
     dialog.setOption(QFileDialog::DontConfirmOverwrite, request.open || !request.overwritePrompt);
     if (!request.title.empty())
         dialog.setWindowTitle(fromAnsi(request.title));
@@ -145,9 +149,24 @@ std::optional<std::string> QtPrompt::chooseFile(const FileDialogRequest& request
     if (!request.fileName.empty())
         dialog.selectFile(QFile::decodeName(request.fileName.c_str()));
     if (dialog.exec() != QDialog::Accepted)
-        return std::nullopt;
-    const QStringList files = dialog.selectedFiles();
+        return {};
+    return dialog.selectedFiles();
+}
+
+}  // namespace
+
+std::optional<std::string> QtPrompt::chooseFile(const FileDialogRequest& request)
+{
+    const QStringList files = chosenFiles(request, false);
     if (files.isEmpty())
         return std::nullopt;
     return QFile::encodeName(files.first()).toStdString();
+}
+
+std::vector<std::string> QtPrompt::chooseFiles(const FileDialogRequest& request)
+{
+    std::vector<std::string> paths;
+    for (const QString& file : chosenFiles(request, request.open))
+        paths.push_back(QFile::encodeName(file).toStdString());
+    return paths;
 }

@@ -36,4 +36,5 @@ class QtPrompt : public Prompt {
 public:
     int messageBox(const std::string& text, UINT flags, const std::string& caption) override;
     std::optional<std::string> chooseFile(const FileDialogRequest& request) override;
+    std::vector<std::string> chooseFiles(const FileDialogRequest& request) override;
 };
