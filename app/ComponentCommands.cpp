@@ -1,5 +1,6 @@
 #include "app/ComponentCommands.h"
 
+#include <filesystem>
 #include <functional>
 #include <string>
 
@@ -10,12 +11,13 @@
 #include "res/resource.h"
 #include "store/ComponentExchange.h"
 #include "store/ComponentFiles.h"
+#include "store/RecordImport.h"
 #include "telephony/PhoneBookImport.h"
 
 namespace componentcommands {
 namespace {
 
-using Import = std::function<int(const AppData&, const std::string&, ImportReport*, std::string*)>;
+using Import = std::function<int(const AppData&, const std::string&, MergeReport*, std::string*)>;
 
 // One component's exchange: what it is called and its file type.
 struct Kind {
@@ -25,6 +27,13 @@ struct Kind {
     Import fromStore;
     Import fromFile;
 };
+
+const Kind kPhoneBook{"Phone Book", components::kPhoneBook, "vxb", phonebookimport::importFromStore,
+                     phonebookimport::importFromFile};
+const Kind kTemplates{"Templates", components::kTemplates, "vxc", componentexchange::importTemplatesFromStore,
+                      componentexchange::importTemplatesFromFile};
+const Kind kAgendas{"Meeting Agendas", components::kCounterA, "vxa", componentexchange::importAgendasFromStore,
+                    componentexchange::importAgendasFromFile};
 
 std::string filterOf(const Kind& kind)
 {
@@ -57,7 +66,7 @@ void importFrom(const AppData& app, const Kind& kind, bool fromStore)
     const std::optional<std::string> path = currentPrompt().chooseFile(request);
     if (!path)
         return;
-    ImportReport report;
+    MergeReport report;
     std::string error;
     const int result = (fromStore ? kind.fromStore : kind.fromFile)(app, *path, &report, &error);
     if (result != componentexchange::kImported) {
@@ -70,15 +79,25 @@ void importFrom(const AppData& app, const Kind& kind, bool fromStore)
 
 }  // namespace
 
+void mergeStoreComponents(const AppData& app, const std::string& sourceStore, const std::string& folder,
+                          ImportReport* report)
+{
+    for (const Kind* kind : {&kPhoneBook, &kTemplates, &kAgendas}) {
+        const std::string path = folder + "/" + kind->component;
+        std::error_code missing;
+        if (!std::filesystem::exists(path, missing))
+            continue;
+        MergeReport merged;
+        std::string error;
+        if (kind->fromFile(app, path, &merged, &error) == componentexchange::kImported)
+            report->notes.push_back(std::string(kind->what) + ": " + componentexchange::reportText(merged));
+        else
+            report->failed.push_back({std::string(kind->component) + " in " + sourceStore, error});
+    }
+}
+
 void registerCommands(CommandTable& commands, const AppData& app, QWidget* parent)
 {
-    static const Kind kPhoneBook{"Phone Book", components::kPhoneBook, "vxb", phonebookimport::importFromStore,
-                                 phonebookimport::importFromFile};
-    static const Kind kTemplates{"Templates", components::kTemplates, "vxc",
-                                 componentexchange::importTemplatesFromStore,
-                                 componentexchange::importTemplatesFromFile};
-    static const Kind kAgendas{"Meeting Agendas", components::kCounterA, "vxa",
-                               componentexchange::importAgendasFromStore, componentexchange::importAgendasFromFile};
     const auto storeOpen = [&app] { return app.StoreUnusable == kStoreHealthy; };
     const AppData* a = &app;
     commands.add(ID_EXPORT_PHONE_BOOK, [a] { exportTo(*a, kPhoneBook); }, storeOpen);

@@ -5,12 +5,21 @@
 // reason, an import ends with what it added and skipped.
 #pragma once
 
+#include <string>
+
 class CommandTable;
+struct ImportReport;
 class QWidget;
 struct AppData;
 
 namespace componentcommands {
 
 void registerCommands(CommandTable& commands, const AppData& app, QWidget* parent);
+
+// A whole store's import: merges the phone book, templates and agendas found
+// in folder (taken out of sourceStore) into this store, each as its own
+// import would, and adds what came of each to the report.
+void mergeStoreComponents(const AppData& app, const std::string& sourceStore, const std::string& folder,
+                          ImportReport* report);
 
 }  // namespace componentcommands

@@ -851,7 +851,12 @@ void MainWindow::registerCommands()
     m_commands.add(ID_TB_SEARCH, [this] { openSearch(); });
     // The imports; a store's phone book, templates and agendas are merged
     // through the wiring's mergeComponents (none yet: records only).
-    importcommands::registerCommands(m_commands, m_app, this, {[this](int listType) { fillList(listType); }, {}});
+    importcommands::registerCommands(
+        m_commands, m_app, this,
+        {[this](int listType) { fillList(listType); },
+         [this](const std::string& source, const std::string& folder, ImportReport* report) {
+             componentcommands::mergeStoreComponents(m_app, source, folder, report);
+         }});
     m_commands.add(ID_RECORD_PRINT, [this] { printList(); });
     HelpPages::registerCommands(m_commands);
     registerPhoneCommands();

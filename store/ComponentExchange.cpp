@@ -80,7 +80,7 @@ bool renamedFrom(const std::string& name, const std::string& original, std::size
 // taken. Already here: the same content under the same name, or under the
 // name an earlier import gave it. T has a `name`.
 template <class T>
-std::vector<T> merged(std::vector<T> here, const std::vector<T>& incoming, std::size_t nameMax, ImportReport* report)
+std::vector<T> merged(std::vector<T> here, const std::vector<T>& incoming, std::size_t nameMax, MergeReport* report)
 {
     for (T item : incoming) {
         bool present = false;
@@ -189,7 +189,7 @@ int replaceComponent(const AppData& app, const char* component, const std::strin
     return kStoreRefused;
 }
 
-int importTemplates(const AppData& app, const std::string& bytes, const std::string& source, ImportReport* report,
+int importTemplates(const AppData& app, const std::string& bytes, const std::string& source, MergeReport* report,
                     std::string* error)
 {
     std::vector<RecordTemplate> incoming;
@@ -205,7 +205,7 @@ int importTemplates(const AppData& app, const std::string& bytes, const std::str
         }
         incoming.push_back(t);
     }
-    ImportReport counted;
+    MergeReport counted;
     const std::vector<RecordTemplate> all =
         merged(recordtemplates::load(app), incoming, recordtemplates::kNameMax, &counted);
     if (counted.added > 0) {
@@ -221,7 +221,7 @@ int importTemplates(const AppData& app, const std::string& bytes, const std::str
     return kImported;
 }
 
-int importTemplatesFromStore(const AppData& app, const std::string& storePath, ImportReport* report,
+int importTemplatesFromStore(const AppData& app, const std::string& storePath, MergeReport* report,
                              std::string* error)
 {
     std::string bytes;
@@ -229,14 +229,14 @@ int importTemplatesFromStore(const AppData& app, const std::string& storePath, I
     return read != kImported ? read : importTemplates(app, bytes, storePath, report, error);
 }
 
-int importTemplatesFromFile(const AppData& app, const std::string& path, ImportReport* report, std::string* error)
+int importTemplatesFromFile(const AppData& app, const std::string& path, MergeReport* report, std::string* error)
 {
     std::string bytes;
     const int read = readFromFile(path, &bytes, error);
     return read != kImported ? read : importTemplates(app, bytes, path, report, error);
 }
 
-int importAgendas(const AppData& app, const std::string& bytes, const std::string& source, ImportReport* report,
+int importAgendas(const AppData& app, const std::string& bytes, const std::string& source, MergeReport* report,
                   std::string* error)
 {
     std::string counter;
@@ -247,7 +247,7 @@ int importAgendas(const AppData& app, const std::string& bytes, const std::strin
                                            : lineText(bad) + " is not a meeting agenda");
         return kBadSource;
     }
-    ImportReport counted;
+    MergeReport counted;
     const std::vector<MeetingAgenda> all =
         merged(meetingagendas::load(app), incoming, meetingagendas::kNameMax, &counted);
     if (counted.added > 0 && meetingagendas::save(app, all) != 0) {
@@ -258,7 +258,7 @@ int importAgendas(const AppData& app, const std::string& bytes, const std::strin
     return kImported;
 }
 
-int importAgendasFromStore(const AppData& app, const std::string& storePath, ImportReport* report,
+int importAgendasFromStore(const AppData& app, const std::string& storePath, MergeReport* report,
                            std::string* error)
 {
     std::string bytes;
@@ -266,14 +266,14 @@ int importAgendasFromStore(const AppData& app, const std::string& storePath, Imp
     return read != kImported ? read : importAgendas(app, bytes, storePath, report, error);
 }
 
-int importAgendasFromFile(const AppData& app, const std::string& path, ImportReport* report, std::string* error)
+int importAgendasFromFile(const AppData& app, const std::string& path, MergeReport* report, std::string* error)
 {
     std::string bytes;
     const int read = readFromFile(path, &bytes, error);
     return read != kImported ? read : importAgendas(app, bytes, path, report, error);
 }
 
-std::string reportText(const ImportReport& report)
+std::string reportText(const MergeReport& report)
 {
     std::string text = std::to_string(report.added) + " added, " + std::to_string(report.skipped)
                      + " already here and skipped.";

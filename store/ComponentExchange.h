@@ -16,7 +16,7 @@
 struct AppData;
 
 // What an import did, for the report at its end.
-struct ImportReport {
+struct MergeReport {
     int added = 0;
     int skipped = 0;   // already here, same content
     int renamed = 0;   // of the added: their name was taken by something else
@@ -50,19 +50,19 @@ int replaceComponent(const AppData& app, const char* component, const std::strin
 // (source: its path, named in errors). An incoming item with the name of a
 // different one here is added as "<name> (2)", "(3)" and so on. The result
 // code as above; *error names the source and the reason.
-int importTemplates(const AppData& app, const std::string& bytes, const std::string& source, ImportReport* report,
+int importTemplates(const AppData& app, const std::string& bytes, const std::string& source, MergeReport* report,
                     std::string* error);
-int importTemplatesFromStore(const AppData& app, const std::string& storePath, ImportReport* report,
+int importTemplatesFromStore(const AppData& app, const std::string& storePath, MergeReport* report,
                              std::string* error);
-int importTemplatesFromFile(const AppData& app, const std::string& path, ImportReport* report, std::string* error);
+int importTemplatesFromFile(const AppData& app, const std::string& path, MergeReport* report, std::string* error);
 
-int importAgendas(const AppData& app, const std::string& bytes, const std::string& source, ImportReport* report,
+int importAgendas(const AppData& app, const std::string& bytes, const std::string& source, MergeReport* report,
                   std::string* error);
-int importAgendasFromStore(const AppData& app, const std::string& storePath, ImportReport* report,
+int importAgendasFromStore(const AppData& app, const std::string& storePath, MergeReport* report,
                            std::string* error);
-int importAgendasFromFile(const AppData& app, const std::string& path, ImportReport* report, std::string* error);
+int importAgendasFromFile(const AppData& app, const std::string& path, MergeReport* report, std::string* error);
 
 // "3 added, 2 already here" and the rest, for the report box.
-std::string reportText(const ImportReport& report);
+std::string reportText(const MergeReport& report);
 
 }  // namespace componentexchange

@@ -139,6 +139,8 @@ std::string ImportReport::summary() const
                        + std::to_string(skipped) + "\nFailed: " + std::to_string(failed.size());
     for (const ImportFailure& failure : failed)
         text += "\n  " + failure.what + " : " + failure.reason;
+    for (const std::string& note : notes)
+        text += "\n" + note;
     return text;
 }
 

@@ -32,6 +32,7 @@ struct ImportReport {
     int skipped = 0;  // already in the store: the same sound and texts
     std::vector<ImportFailure> failed;
     std::vector<long> recIds;  // of the records imported, in order
+    std::vector<std::string> notes;  // what came of the phone book, templates and agendas
 
     bool refused() const { return !refusal.empty(); }
     // The text shown at the end: the counts, then each failure with its reason.

@@ -14,7 +14,7 @@ using componentexchange::kBadSource;
 using componentexchange::kImported;
 using componentexchange::kNotWritten;
 
-int importPhoneBook(const AppData& app, const std::string& bytes, const std::string& source, ImportReport* report,
+int importPhoneBook(const AppData& app, const std::string& bytes, const std::string& source, MergeReport* report,
                     std::string* error)
 {
     if (bytes.size() % PhoneBook::kLineSize != 0) {
@@ -41,7 +41,7 @@ int importPhoneBook(const AppData& app, const std::string& bytes, const std::str
         here.emplace(e.name, e.number);
     std::size_t room = PhoneBook::kMaxEntries - std::min(PhoneBook::kMaxEntries, current.size() / PhoneBook::kLineSize);
 
-    ImportReport counted;
+    MergeReport counted;
     std::string lines;
     for (const PhoneBookEntry& e : PhoneBook::entriesOf(bytes)) {
         if (!here.emplace(e.name, e.number).second) {
@@ -72,14 +72,14 @@ int importPhoneBook(const AppData& app, const std::string& bytes, const std::str
     return kImported;
 }
 
-int importFromStore(const AppData& app, const std::string& storePath, ImportReport* report, std::string* error)
+int importFromStore(const AppData& app, const std::string& storePath, MergeReport* report, std::string* error)
 {
     std::string bytes;
     const int read = componentexchange::readFromStore(storePath, components::kPhoneBook, &bytes, error);
     return read != kImported ? read : importPhoneBook(app, bytes, storePath, report, error);
 }
 
-int importFromFile(const AppData& app, const std::string& path, ImportReport* report, std::string* error)
+int importFromFile(const AppData& app, const std::string& path, MergeReport* report, std::string* error)
 {
     std::string bytes;
     const int read = componentexchange::readFromFile(path, &bytes, error);

@@ -16,9 +16,9 @@ struct AppData;
 
 namespace phonebookimport {
 
-int importPhoneBook(const AppData& app, const std::string& bytes, const std::string& source, ImportReport* report,
+int importPhoneBook(const AppData& app, const std::string& bytes, const std::string& source, MergeReport* report,
                     std::string* error);
-int importFromStore(const AppData& app, const std::string& storePath, ImportReport* report, std::string* error);
-int importFromFile(const AppData& app, const std::string& path, ImportReport* report, std::string* error);
+int importFromStore(const AppData& app, const std::string& storePath, MergeReport* report, std::string* error);
+int importFromFile(const AppData& app, const std::string& path, MergeReport* report, std::string* error);
 
 }  // namespace phonebookimport

@@ -14,6 +14,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 
@@ -484,6 +485,10 @@ TEST_F(PhoneWiring, ThePhoneBookExportedThenImportedFromTheFileMenuGivesTheSameE
     EXPECT_EQ(import(exported, ID_IMPORT_PHONE_BOOK_FILE),
               "Phone Book imported from " + exported + ":\n2 added, 1 already here and skipped.");
     EXPECT_EQ(pairs(), original);
+    // A copy of the whole store: an import puts the book into the store at
+    // once, so the copy holds all three.
+    const std::string storeCopy = dir.filePath("copy.vxt").toStdString();
+    std::filesystem::copy_file(app.DataStorePath, storeCopy);
     EXPECT_EQ(import(exported, ID_IMPORT_PHONE_BOOK_FILE),
               "Phone Book imported from " + exported + ":\n0 added, 3 already here and skipped.");
     EXPECT_EQ(pairs(), original);
@@ -501,8 +506,17 @@ TEST_F(PhoneWiring, ThePhoneBookExportedThenImportedFromTheFileMenuGivesTheSameE
     EXPECT_EQ(import(notes, ID_IMPORT_PHONE_BOOK_FILE),
               "Phone Book not imported; nothing was changed.\n" + notes
                   + ": it is not a phone book (its length is not a whole number of 101-byte lines)");
-    std::ifstream in(bookPath, std::ios::binary);
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), before);
+    {
+        std::ifstream in(bookPath, std::ios::binary);
+        EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), before);
+    }
+
+    // Importing the whole store brings its phone book in with its records.
+    ASSERT_EQ(book.remove(PhoneBook::kLineSize), 0);
+    ASSERT_EQ(pairs().size(), 2u);
+    const std::string report = import(storeCopy, ID_IMPORT_DATASTORE);
+    EXPECT_NE(report.find("Phone Book: 1 added, 2 already here and skipped."), std::string::npos) << report;
+    EXPECT_EQ(pairs().size(), 3u);
 }
 
 TEST(PhoneBookImportLimit, TheImportStopsAtFiveThousandEntriesAndSaysHowManyWereLeftOut)
@@ -519,7 +533,7 @@ TEST(PhoneBookImportLimit, TheImportStopsAtFiveThousandEntriesAndSaysHowManyWere
     std::string incoming = PhoneBook::buildLine("Name7", "7");  // already here
     for (int i = 0; i < 4; ++i)
         incoming += PhoneBook::buildLine("New" + std::to_string(i), "1");
-    ImportReport report;
+    MergeReport report;
     std::string error;
     ASSERT_EQ(phonebookimport::importPhoneBook(app, incoming, "in.vxb", &report, &error), 0) << error;
     EXPECT_EQ(report.added, 2);

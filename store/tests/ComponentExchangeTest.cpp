@@ -113,7 +113,7 @@ TEST_F(ComponentExchangeTest, TemplatesAndAgendasMergeFromAnotherStoreOnceAndSur
               0);
     ASSERT_EQ(otherStore.save(other), 0);
 
-    ImportReport report;
+    MergeReport report;
     std::string error;
     ASSERT_EQ(componentexchange::importTemplatesFromStore(app, other.DataStorePath, &report, &error), 0) << error;
     EXPECT_EQ(report.added, 2);
@@ -160,7 +160,7 @@ TEST_F(ComponentExchangeTest, BadInputIsRefusedWithItsNameAndReasonAndChangesNot
         EXPECT_EQ(member(app.DataStorePath, components::kCounterA), agendasBefore);
         EXPECT_EQ(readAll(ws(components::kCounterA)), agendasBefore);
     };
-    ImportReport report;
+    MergeReport report;
     std::string error;
 
     // A templates file whose second line is not a template.
