@@ -907,6 +907,7 @@ void MainWindow::diaryChanged()
 void MainWindow::openSearch()
 {
     SearchDialog dialog(m_app, m_services.store, this, m_services.player);
+    dialog.addSendAndExport(m_services.mail, m_services.exporter);
     dialog.exec();
     // Records deleted from the results leave the list too.
     if (recordlists::specFor(m_app.CurrentListType) != nullptr)

@@ -133,7 +133,7 @@ SearchDialog::SearchDialog(AppData& app, StoreService* store, QWidget* parent, P
     if (m_store != nullptr)
         m_commands.add(ID_RECORD_DELETE, [this] { deleteSelected(); });
     m_commands.add(ID_RECORD_PRINT, [this] { print(); });
-    // Send and the exports are not in this window yet: they stay greyed.
+    // Send and the exports come with addSendAndExport.
     if (m_player != nullptr) {
         m_commands.add(ID_RECORD_PLAY, [this] { playSelected(); });
         connect(m_results, &QAbstractItemView::doubleClicked, this, [this] { playSelected(); });
@@ -249,6 +249,27 @@ void SearchDialog::showAnswer(SearchAnswer answer, int generation)
     if (answer.unranked)
         text += QStringLiteral(" (too many to rank: newest first; add a word to narrow)");
     m_count->setText(text);
+}
+
+void SearchDialog::addSendAndExport(MailService* mail, ExportService* exporter)
+{
+    if (mail != nullptr)
+        m_commands.add(ID_RECORD_SEND, [this, mail] {
+            std::vector<std::string> names;
+            const SearchLogRows& data = m_model->rows();
+            for (const QModelIndex& row : m_results->selectionModel()->selectedRows())
+                names.push_back(data.cell(static_cast<std::size_t>(row.row()), data.fileNameColumn()));
+            if (!names.empty())
+                mail->sendRecords(m_app, names, this);
+        });
+    if (exporter != nullptr)
+        for (int kind : {ID_RECORD_EXPORT_NAVO, ID_RECORD_EXPORT_WAV, ID_RECORD_EXPORT_MP3, ID_RECORD_EXPORT_WMA,
+                         ID_RECORD_EXPORT_OGG, ID_RECORD_EXPORT_WMV})
+            m_commands.add(kind, [this, exporter, kind] {
+                const std::vector<std::string> ids = selectedIds();
+                if (!ids.empty())
+                    exporter->exportRecords(m_app, kind, ids, this);
+            });
 }
 
 std::vector<std::string> SearchDialog::selectedIds() const

@@ -23,6 +23,8 @@ class QLabel;
 class QLineEdit;
 class QTreeView;
 class RecordListModel;
+class ExportService;
+class MailService;
 class PlayerService;
 class StoreService;
 struct AppData;
@@ -34,6 +36,9 @@ public:
     // them (nullptr: Play stays greyed).
     SearchDialog(AppData& app, StoreService* store, QWidget* parent = nullptr, PlayerService* player = nullptr);
     ~SearchDialog() override;
+
+    // Send and the record exports in the results' menu (none: greyed).
+    void addSendAndExport(MailService* mail, ExportService* exporter);
 
     // What the controls ask for now.
     SearchRequest request() const;

@@ -92,7 +92,26 @@ TEST_F(SearchWindowTest, TypingFindsAfterThePauseNarrowsAndDeletesFromTheResults
             return 0;
         }
     } player;
+    struct ChosenForSend : MailService {
+        std::vector<std::string> files;
+        int sendRecords(AppData&, const std::vector<std::string>& names, QWidget*) override
+        {
+            files = names;
+            return 0;
+        }
+    } mail;
+    struct ChosenForExport : ExportService {
+        int kind = 0;
+        std::vector<std::string> recIds;
+        int exportRecords(AppData&, int k, const std::vector<std::string>& ids, QWidget*) override
+        {
+            kind = k;
+            recIds = ids;
+            return 1;
+        }
+    } exporter;
     SearchDialog dialog(app, &store, window.get(), &player);
+    dialog.addSendAndExport(&mail, &exporter);
     dialog.finishPending();
     EXPECT_EQ(dialog.model()->rowCount(), 4);  // no words: everything, newest first
 
@@ -131,9 +150,8 @@ TEST_F(SearchWindowTest, TypingFindsAfterThePauseNarrowsAndDeletesFromTheResults
     dialog.finishPending();
     ASSERT_EQ(dialog.model()->rowCount(), 1);
 
-    // The record menu on a result: Play, Delete and Print work here, Send
-    // and the exports are not in this window; the deleted record leaves the
-    // results.
+    // The record menu on a result: Play, Send, the exports, Delete and Print
+    // act on the chosen result; the deleted record leaves the results.
     dialog.results()->selectionModel()->select(dialog.model()->index(0, 0),
                                                QItemSelectionModel::Select | QItemSelectionModel::Rows);
     std::unique_ptr<QMenu> menu = dialog.recordMenu();
@@ -142,7 +160,11 @@ TEST_F(SearchWindowTest, TypingFindsAfterThePauseNarrowsAndDeletesFromTheResults
     ASSERT_NE(remove, nullptr);
     EXPECT_TRUE(remove->isEnabled());
     EXPECT_TRUE(menu->findChild<QAction*>(QString::number(ID_RECORD_PRINT))->isEnabled());
-    EXPECT_FALSE(menu->findChild<QAction*>(QString::number(ID_RECORD_SEND))->isEnabled());
+    menu->findChild<QAction*>(QString::number(ID_RECORD_SEND))->trigger();
+    EXPECT_EQ(mail.files, std::vector<std::string>{indexline::recIdText(caller) + ".vxz"});
+    menu->findChild<QAction*>(QString::number(ID_RECORD_EXPORT_MP3))->trigger();
+    EXPECT_EQ(exporter.kind, ID_RECORD_EXPORT_MP3);
+    EXPECT_EQ(exporter.recIds, std::vector<std::string>{indexline::recIdText(caller)});
     menu->findChild<QAction*>(QString::number(ID_RECORD_PLAY))->trigger();
     EXPECT_EQ(player.recIds, std::vector<std::string>{indexline::recIdText(caller)});
     EXPECT_EQ(player.index, 0);
