@@ -231,6 +231,11 @@ LineState* Ek7TapiSave();
 LineState* Ek7TapiAnswer();
 // Places a call to number on the open line.
 LineState* Ek7TapiDial(const char* number);
+// The next Ek7TapiAnswer or Ek7TapiDial sends the user's microphone to the
+// far end: input is the sound server's name of it, "" for its default;
+// nullptr sends only what is played (a greeting, else silence). One call
+// only; lines without a sound server of their own ignore it.
+LineState* Ek7TapiUseMicrophone(const char* input);
 // How loud the caller has been over the last 200 ms or so while recorded:
 // the peak, 0 (silence) to 32767 (full scale) on the 16-bit sample scale.
 // -1 when unknown: no call, not recording, paused, or a module that cannot

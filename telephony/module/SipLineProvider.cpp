@@ -452,6 +452,8 @@ void SipLineProvider::finishCall(unsigned mode)
     m_handle = 0;
     m_connected = false;
     m_forgetCalls = true;
+    // The next call is the answer machine's unless the user takes it.
+    m_core->setUseFiles(true);
     if (m_closing)
         return;
     m_events->callState(handle, LINECALLSTATE_DISCONNECTED, mode);
@@ -500,6 +502,49 @@ std::string SipLineProvider::newCallRecordFile()
     return path;
 }
 
+void SipLineProvider::chooseCallSound()
+{
+    const bool wanted = m_microphoneNext;
+    m_microphoneNext = false;
+    m_core->setUseFiles(true);
+    if (!wanted)
+        return;
+    // The server may have come (or gone) since the line opened.
+    m_core->reloadSoundDevices();
+    // The server's inputs by their descriptions, in the server's order: the
+    // one Navo records from, else the first, which is the one Navo takes
+    // when nothing is chosen. ALSA's cards would take the hardware from
+    // under the server.
+    std::string chosen;
+    for (const auto& device : m_core->getExtendedAudioDevices()) {
+        if (device->getDriverName() != "PulseAudio" ||
+            !device->hasCapability(linphone::AudioDevice::Capabilities::CapabilityRecord))
+            continue;
+        const bool named = device->getDeviceName() == m_microphoneInput;
+        if (chosen.empty() || named)
+            chosen = device->getId();
+        if (named)
+            break;
+    }
+    if (chosen.empty()) {
+        warn("no sound server to capture from: the far end hears what is played only");
+        return;
+    }
+    m_core->setCaptureDevice(chosen);
+    m_core->setUseFiles(false);
+}
+
+void SipLineProvider::useMicrophone(bool on, const std::string& input)
+{
+    m_thread.call<LONG>(
+        [&]() -> LONG {
+            m_microphoneNext = on;
+            m_microphoneInput = input;
+            return 0;
+        },
+        0);
+}
+
 // ---- requests from Navo
 
 LONG SipLineProvider::answer(HCALL call)
@@ -515,6 +560,7 @@ LONG SipLineProvider::answer(HCALL call)
             if (!m_callRecordFile.empty())
                 std::remove(m_callRecordFile.c_str());
             m_callRecordFile = newCallRecordFile();
+            chooseCallSound();
             auto params = m_core->createCallParams(m_call);
             params->setRecordFile(m_callRecordFile);
             params->enableVideo(false);
@@ -587,6 +633,7 @@ LONG SipLineProvider::makeCall(const std::string& number, HCALL& call)
             m_incoming = false;
             m_connected = false;
             m_callRecordFile = newCallRecordFile();
+            chooseCallSound();
             auto params = m_core->createCallParams(nullptr);
             params->setRecordFile(m_callRecordFile);
             params->enableVideo(false);

@@ -385,6 +385,16 @@ int LineLibrary::inputLevel()
     return static_cast<int>(std::min<TAPIDWORD>(level, 32767));
 }
 
+LineState* LineLibrary::useMicrophone(const char* input)
+{
+    if (m_line == 0)
+        return result(kEk7LineNotOpen);
+    // A module without it sends files only, as before.
+    if (m_fn.navoLineUseMicrophone != nullptr)
+        m_fn.navoLineUseMicrophone(m_line, input);
+    return result(kEk7Ok);
+}
+
 // ---- the reports
 
 void LineLibrary::callback(TAPIDWORD device, TAPIDWORD message, DWORD_PTR session, DWORD_PTR p1, DWORD_PTR p2,

@@ -44,6 +44,7 @@ public:
     LineState* answer();
     LineState* dial(const char* number);
     int inputLevel();
+    LineState* useMicrophone(const char* input);
 
     // Called by the relay on the library's thread.
     void drain();
