@@ -175,8 +175,9 @@ using PFN_navoLineGetLevel = LONG (*)(HCALL hCall, TAPIDWORD* lpdwLevel);
 // Whether the next call answered or placed on the line sends the user's
 // microphone to the far end: lpszInput names the sound server's input ("" for
 // its default); nullptr sends files only (a greeting, silence). Taken by that
-// one call, then off again. A line that cannot capture says 0 and sends
-// files only. Added later still: a module may lack it.
+// one call, then off again. 0 when it will be sent; LINEERR_OPERATIONUNAVAIL
+// when the line cannot capture (no sound server) and sends files only.
+// Added later still: a module may lack it.
 using PFN_navoLineUseMicrophone = LONG (*)(HLINE hLine, const char* lpszInput);
 }
 

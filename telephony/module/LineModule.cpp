@@ -309,8 +309,8 @@ LONG LineModule::useMicrophone(HLINE line, const char* input)
             return LINEERR_INVALLINEHANDLE;
         provider = found->second.provider;
     }
-    provider->useMicrophone(input != nullptr, input != nullptr ? input : "");
-    return 0;
+    const bool sends = provider->useMicrophone(input != nullptr, input != nullptr ? input : "");
+    return sends || input == nullptr ? 0 : LINEERR_OPERATIONUNAVAIL;
 }
 
 LONG LineModule::callInfo(HCALL call, LINECALLINFO* info)

@@ -50,7 +50,7 @@ public:
     // The caller's recent peak, 0-32767, while recording (navoLineGetLevel).
     virtual LONG inputLevel(HCALL call, int& level) = 0;
     // Whether the next call answered or placed sends the user's microphone
-    // (input: the sound server's name for it, "" for its default). Lines
-    // without sound of their own ignore it.
-    virtual void useMicrophone(bool, const std::string&) {}
+    // (input: the sound server's description of it, "" for its first).
+    // True when it will be sent; lines without sound of their own cannot.
+    virtual bool useMicrophone(bool, const std::string&) { return false; }
 };

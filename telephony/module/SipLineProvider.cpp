@@ -502,13 +502,8 @@ std::string SipLineProvider::newCallRecordFile()
     return path;
 }
 
-void SipLineProvider::chooseCallSound()
+std::string SipLineProvider::findCaptureDevice(const std::string& input)
 {
-    const bool wanted = m_microphoneNext;
-    m_microphoneNext = false;
-    m_core->setUseFiles(true);
-    if (!wanted)
-        return;
     // The server may have come (or gone) since the line opened.
     m_core->reloadSoundDevices();
     // The server's inputs by their descriptions, in the server's order: the
@@ -520,29 +515,33 @@ void SipLineProvider::chooseCallSound()
         if (device->getDriverName() != "PulseAudio" ||
             !device->hasCapability(linphone::AudioDevice::Capabilities::CapabilityRecord))
             continue;
-        const bool named = device->getDeviceName() == m_microphoneInput;
-        if (chosen.empty() || named)
+        if (device->getDeviceName() == input)
+            return device->getId();
+        if (chosen.empty())
             chosen = device->getId();
-        if (named)
-            break;
     }
-    if (chosen.empty()) {
-        warn("no sound server to capture from: the far end hears what is played only");
-        return;
-    }
-    m_core->setCaptureDevice(chosen);
-    m_core->setUseFiles(false);
+    return chosen;
 }
 
-void SipLineProvider::useMicrophone(bool on, const std::string& input)
+void SipLineProvider::chooseCallSound()
 {
-    m_thread.call<LONG>(
-        [&]() -> LONG {
-            m_microphoneNext = on;
-            m_microphoneInput = input;
-            return 0;
+    const std::string device = m_microphoneNext;
+    m_microphoneNext.clear();
+    m_core->setUseFiles(device.empty());
+    if (!device.empty())
+        m_core->setCaptureDevice(device);
+}
+
+bool SipLineProvider::useMicrophone(bool on, const std::string& input)
+{
+    return m_thread.call<bool>(
+        [&]() -> bool {
+            m_microphoneNext = on && m_core ? findCaptureDevice(input) : std::string();
+            if (on && m_microphoneNext.empty())
+                warn("no sound server to capture from: the far end hears only what is played into the call");
+            return !m_microphoneNext.empty();
         },
-        0);
+        false);
 }
 
 // ---- requests from Navo
@@ -551,6 +550,8 @@ LONG SipLineProvider::answer(HCALL call)
 {
     return m_thread.call<LONG>(
         [&]() -> LONG {
+            // The microphone is for this call or none.
+            chooseCallSound();
             if (!m_call || call != m_handle)
                 return LINEERR_INVALCALLHANDLE;
             if (!m_incoming || m_call->getState() != linphone::Call::State::IncomingReceived)
@@ -560,7 +561,6 @@ LONG SipLineProvider::answer(HCALL call)
             if (!m_callRecordFile.empty())
                 std::remove(m_callRecordFile.c_str());
             m_callRecordFile = newCallRecordFile();
-            chooseCallSound();
             auto params = m_core->createCallParams(m_call);
             params->setRecordFile(m_callRecordFile);
             params->enableVideo(false);
@@ -613,6 +613,7 @@ LONG SipLineProvider::makeCall(const std::string& number, HCALL& call)
 {
     return m_thread.call<LONG>(
         [&]() -> LONG {
+            chooseCallSound();
             if (m_call)
                 return LINEERR_CALLUNAVAIL;
             bool viaAccount = false;
@@ -633,7 +634,6 @@ LONG SipLineProvider::makeCall(const std::string& number, HCALL& call)
             m_incoming = false;
             m_connected = false;
             m_callRecordFile = newCallRecordFile();
-            chooseCallSound();
             auto params = m_core->createCallParams(nullptr);
             params->setRecordFile(m_callRecordFile);
             params->enableVideo(false);

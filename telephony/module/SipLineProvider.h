@@ -79,7 +79,7 @@ public:
     LONG pauseRecord(HCALL call, bool pause) override;
     LONG stopMedia(HCALL call) override;
     LONG inputLevel(HCALL call, int& level) override;
-    void useMicrophone(bool on, const std::string& input) override;
+    bool useMicrophone(bool on, const std::string& input) override;
 
     // Called by the stack's listeners, on the provider's thread.
     void onCallState(const std::shared_ptr<linphone::Call>& call, int state);
@@ -100,6 +100,9 @@ private:
     void finishRecording();
     void sampleLevel();
     std::string newCallRecordFile();
+    // The sound server's input for the microphone: the one described as
+    // input, else the first; "" when there is no sound server.
+    std::string findCaptureDevice(const std::string& input);
     // Sets the stack's sound for the call about to be answered or placed:
     // the sound server's capture when the user holds it, files otherwise.
     void chooseCallSound();
@@ -142,9 +145,8 @@ private:
     bool m_paused = false;
     unsigned m_fileCounter = 0;
 
-    // The next call sends the microphone (m_microphoneInput, "" the default).
-    bool m_microphoneNext = false;
-    std::string m_microphoneInput;
+    // The next call sends the microphone from this capture device ("" none).
+    std::string m_microphoneNext;
 
     // The far end's level while recording, from the stack's receive meter.
     RecentPeak m_heardLevel;
