@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 #include <linphone++/linphone.hh>
 
@@ -523,10 +524,10 @@ std::string SipLineProvider::findCaptureDevice(const std::string& input)
     return chosen;
 }
 
-void SipLineProvider::chooseCallSound()
+void SipLineProvider::chooseCallSound(const std::string& device)
 {
-    const std::string device = m_microphoneNext;
-    m_microphoneNext.clear();
+    // Read by the stack as the call's streams start; a call already running
+    // is never touched, since it is only set just before a new one.
     m_core->setUseFiles(device.empty());
     if (!device.empty())
         m_core->setCaptureDevice(device);
@@ -551,7 +552,7 @@ LONG SipLineProvider::answer(HCALL call)
     return m_thread.call<LONG>(
         [&]() -> LONG {
             // The microphone is for this call or none.
-            chooseCallSound();
+            const std::string microphone = std::exchange(m_microphoneNext, {});
             if (!m_call || call != m_handle)
                 return LINEERR_INVALCALLHANDLE;
             if (!m_incoming || m_call->getState() != linphone::Call::State::IncomingReceived)
@@ -561,6 +562,7 @@ LONG SipLineProvider::answer(HCALL call)
             if (!m_callRecordFile.empty())
                 std::remove(m_callRecordFile.c_str());
             m_callRecordFile = newCallRecordFile();
+            chooseCallSound(microphone);
             auto params = m_core->createCallParams(m_call);
             params->setRecordFile(m_callRecordFile);
             params->enableVideo(false);
@@ -613,7 +615,7 @@ LONG SipLineProvider::makeCall(const std::string& number, HCALL& call)
 {
     return m_thread.call<LONG>(
         [&]() -> LONG {
-            chooseCallSound();
+            const std::string microphone = std::exchange(m_microphoneNext, {});
             if (m_call)
                 return LINEERR_CALLUNAVAIL;
             bool viaAccount = false;
@@ -634,6 +636,7 @@ LONG SipLineProvider::makeCall(const std::string& number, HCALL& call)
             m_incoming = false;
             m_connected = false;
             m_callRecordFile = newCallRecordFile();
+            chooseCallSound(microphone);
             auto params = m_core->createCallParams(nullptr);
             params->setRecordFile(m_callRecordFile);
             params->enableVideo(false);

@@ -104,8 +104,8 @@ private:
     // input, else the first; "" when there is no sound server.
     std::string findCaptureDevice(const std::string& input);
     // Sets the stack's sound for the call about to be answered or placed:
-    // the sound server's capture when the user holds it, files otherwise.
-    void chooseCallSound();
+    // capture from device when the user holds it, files when it is "".
+    void chooseCallSound(const std::string& device);
     // Where a dialled text goes: "sip:..." as it is, "user@host", a bare
     // host ("127.0.0.1:5080", "pbx.example"), or a number through the
     // account. Empty when it names nothing callable. viaAccount is set when
