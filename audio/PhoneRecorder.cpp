@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 #include "core/AppData.h"
 #include "maker/Ek7Tapi/Ek7Tapi.h"
@@ -62,6 +63,7 @@ int PhoneRecorder::pickup()
         fileops::removeFile(run.lineWave);
         m_app.lineState = Ek7TapiSetRecord(bufferPath(m_app).c_str(), dataPath(m_app).c_str(), run.lineWave.c_str());
         m_app.lineState = Ek7TapiRecord();
+        run.lineHasMicrophone = Ek7TapiCallSendsMicrophone() == 1;
         if (m_app.lineState->ErrorCode >= 1) {
             if (m_report)
                 m_report(m_app.lineState->ErrorCode);
@@ -122,12 +124,17 @@ bool PhoneRecorder::writeWave(const std::string& path)
         return false;
     LineSamples line;
     bool anyLine = false;
+    // Runs whose line recording holds the microphone already: [from, to).
+    std::vector<std::pair<std::size_t, std::size_t>> micInLine;
     for (const Run& run : m_runs) {
         LineSamples part;
-        if (!run.lineWave.empty() && fileops::fileExists(run.lineWave) && LineWave::readFile(run.lineWave, part))
-            anyLine = true;
+        const bool kept =
+            !run.lineWave.empty() && fileops::fileExists(run.lineWave) && LineWave::readFile(run.lineWave, part);
+        anyLine = anyLine || kept;
         // In step with the microphone's run, whatever the line kept.
         part.resize(static_cast<std::size_t>(run.micMs) * LineWave::kRate / 1000, 0);
+        if (kept && run.lineHasMicrophone)
+            micInLine.emplace_back(line.size(), line.size() + part.size());
         line.insert(line.end(), part.begin(), part.end());
     }
     if (!anyLine)
@@ -135,6 +142,9 @@ bool PhoneRecorder::writeWave(const std::string& path)
     LineSamples mic;
     if (!LineWave::readFile(path, mic))
         return false;
+    for (const auto& [from, to] : micInLine)
+        std::fill(mic.begin() + static_cast<std::ptrdiff_t>(std::min(from, mic.size())),
+                  mic.begin() + static_cast<std::ptrdiff_t>(std::min(to, mic.size())), 0);
     if (!LineWave::writeFile(path, mix(mic, line), true))
         return false;
     removeRunFiles();

@@ -8,7 +8,10 @@
 // filing the two are mixed into one 8000 Hz 16-bit mono wave, the line's
 // own form: a listener hears both voices together as on the telephone, and
 // the recording can be played back into a call as it is. Each line run is
-// cut or padded to its microphone run, so the two stay aligned.
+// cut or padded to its microphone run, so the two stay aligned. A line that
+// sends the microphone to the far end records it with the far end, as it
+// was heard: that run keeps the line's recording alone, or the voice would
+// be there twice, a little apart.
 //
 // A call that ends while recording ends the run: the line has finished the
 // recording before it reports the end, so nothing said is lost.
@@ -66,6 +69,7 @@ private:
     struct Run {
         std::string lineWave;  // "" when the line was not recorded
         long micMs = 0;
+        bool lineHasMicrophone = false;  // the line sent the microphone and recorded it
     };
     std::string runWavePath(std::size_t run) const;
     void removeRunFiles();

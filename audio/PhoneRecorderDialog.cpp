@@ -18,6 +18,7 @@
 #include "platform/FileOps.h"
 #include "platform/Prompt.h"
 #include "platform/Trace.h"
+#include "platform/audio/AudioBackendRegistry.h"
 #include "platform/WindowMessages.h"
 #include "res/ResourceIds.h"
 #include "store/ComponentFiles.h"
@@ -174,6 +175,8 @@ void PhoneRecorderDialog::answerIncoming()
         return;
     }
     showCallState(tr("Answering..."));
+    // The caller must hear the user: the line sends the input Navo records.
+    Ek7TapiUseMicrophone(AudioBackendRegistry::instance().serverInputName().c_str());
     m_app.lineState = Ek7TapiAnswer();
     if (m_app.lineState->ErrorCode >= 1)
         showCallState(tr("The call could not be answered (reason %1)").arg(m_app.lineState->ErrorCode));

@@ -11,6 +11,7 @@
 #include "platform/Prompt.h"
 #include "platform/WaitCursor.h"
 #include "platform/WindowMessages.h"
+#include "platform/audio/AudioBackendRegistry.h"
 #include "res/StringTable.h"
 #include "telephony/IncomingCallDialog.h"
 #include "telephony/LineFailureReport.h"
@@ -201,6 +202,8 @@ void TelephonyService::placeCall(const std::string& name, const std::string& num
     if (m_line == nullptr)
         return;
     m_callee = name.empty() ? number : name + " (" + number + ")";
+    // The phone recorder takes this call: the callee must hear the user.
+    Ek7TapiUseMicrophone(AudioBackendRegistry::instance().serverInputName().c_str());
     m_line = Ek7TapiDial(number.c_str());
     if (m_line->ErrorCode >= 1) {
         m_outgoing = false;

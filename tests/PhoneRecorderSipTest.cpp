@@ -1,9 +1,11 @@
 // The phone recorder through the main window over the SIP line, with
-// baresip, a SIP client we did not write, at the far end. Navo's microphone
-// is the virtual input's tone; the far end says a tone of its own; every
-// recorded call must hold both, told apart by frequency. Runs inside a
-// private network namespace (telephony/tests/sip_e2e.sh), where only
-// 127.0.0.1 exists.
+// baresip, a SIP client we did not write, at the far end. The line sends the
+// far end the sound server's microphone (a private PulseAudio whose only
+// input is a sine) and records it with the far end's own tone; Navo's wave
+// engine records the virtual input's tone, which the filed call must then
+// leave out. Everything is told apart by frequency. Runs inside a private
+// network namespace (telephony/tests/sip_e2e.sh), where only 127.0.0.1
+// exists.
 #include <QDir>
 #include <QLineEdit>
 #include <QProcess>
@@ -16,6 +18,7 @@
 #include "AnswerMachineWindowFixture.h"
 #include "RecordFactory.h"
 #include "audio/PhoneRecorderHost.h"
+#include "audio/tests/PulseServer.h"
 #include "platform/WindowMessages.h"
 
 namespace {
@@ -24,8 +27,9 @@ using namespace amtest;
 
 constexpr int kNavoPort = 5070;
 constexpr int kFarPort = 5092;
-constexpr double kMicrophone = 1000;  // Navo's side
+constexpr double kMicrophone = 1250;  // the wave engine's input (virtual), off the dictation's harmonics
 constexpr double kFarEnd = 600;       // baresip's side
+constexpr double kServerMic = 1800;  // the sound server's microphone, which the line sends
 constexpr double kPlayed = 500;       // the dictation played into the call (RecordFactory's sawtooth)
 
 // How strongly frequency sounds through samples: the amplitude a sine of it
@@ -41,16 +45,21 @@ double amplitudeAt(const LineSamples& samples, double frequency)
     return 2 * std::abs(sum) / static_cast<double>(samples.size());
 }
 
-// baresip waiting on 127.0.0.1:kFarPort: answers at once, says source, keeps
-// what it hears from Navo (its sndfile module) and hangs up when it quits
-// after seconds.
+// baresip on 127.0.0.1:kFarPort: answers at once (or, given dial, calls that
+// address as "Cal Ler" <sip:01614960001@...>), says source, keeps what it
+// hears from Navo (its sndfile module) and hangs up when it quits after
+// seconds.
 class BaresipPhone {
 public:
-    BaresipPhone(const TestLineSetup& setup, const std::string& source, int seconds)
+    BaresipPhone(const TestLineSetup& setup, const std::string& source, int seconds, const std::string& dial = {})
         : m_folder(setup.path("far-phone"))
     {
         QDir().mkpath(QString::fromStdString(m_folder + "/heard"));
-        std::ofstream(m_folder + "/accounts") << "<sip:200@127.0.0.1:" << kFarPort << ">;regint=0;answermode=auto\n";
+        if (dial.empty())
+            std::ofstream(m_folder + "/accounts") << "<sip:200@127.0.0.1:" << kFarPort << ">;regint=0;answermode=auto\n";
+        else
+            std::ofstream(m_folder + "/accounts") << "\"Cal Ler\" <sip:01614960001@127.0.0.1:" << kFarPort
+                                                  << ">;regint=0\n";
         std::ofstream(m_folder + "/config")
             << "sip_listen 127.0.0.1:" << kFarPort << "\nnet_interface 127.0.0.1\naudio_source aufile," << source
             << "\naudio_player aubridge,nil\nrtp_ports 7300-7320\nsnd_path " << m_folder << "/heard\n"
@@ -58,8 +67,11 @@ public:
                "module sndfile.so\nmodule account.so\nmodule menu.so\n";
         m_process.setProcessChannelMode(QProcess::MergedChannels);
         m_process.setStandardInputFile(QProcess::nullDevice());
-        m_process.start(QStringLiteral("baresip"), {QStringLiteral("-f"), QString::fromStdString(m_folder),
-                                                    QStringLiteral("-t"), QString::number(seconds)});
+        QStringList arguments{QStringLiteral("-f"), QString::fromStdString(m_folder), QStringLiteral("-t"),
+                              QString::number(seconds)};
+        if (!dial.empty())
+            arguments << QStringLiteral("-e") << QString::fromStdString("/dial " + dial);
+        m_process.start(QStringLiteral("baresip"), arguments);
     }
     ~BaresipPhone()
     {
@@ -102,10 +114,33 @@ protected:
         setup.environment().set("NAVO_SIP_RTP_PORTS", "7078-7098");
         // Navo's microphone: a steady tone, in real time.
         qputenv("NAVO_AUDIO", "virtual");
-        qputenv("NAVO_AUDIO_INPUT", "tone:1000:0.25");
+        qputenv("NAVO_AUDIO_INPUT", "tone:1250:0.25");
         qputenv("NAVO_AUDIO_PACE", "realtime");
         phoneRecorder = &recorder;
         line.setPhoneRecorderAvailable(true);
+        // One server for the process: the SIP stack connects to the first
+        // it finds and stays with it.
+        static PulseServer pulse;
+        static const bool started = [] {
+            // Navo records from the virtual input: the line takes the
+            // server's first input, which the sine becomes.
+            return pulse.start() &&
+                   pulse.loadModule("module-sine-source source_name=sine rate=8000 frequency=" +
+                                    std::to_string(static_cast<int>(kServerMic))) &&
+                   pulse.command("unload-module module-remap-source") &&
+                   pulse.command("unload-module module-pipe-source");
+        }();
+        ASSERT_TRUE(started) << pulse.why();
+    }
+
+    // The far end hears the sound server's microphone through the line.
+    static void expectHeardTheMicrophone(BaresipPhone& phone)
+    {
+        const LineSamples heard = phone.heard();
+        const double microphone = amplitudeAt(heard, kServerMic);
+        std::printf("[ measured ] far end heard %.2f s, the microphone's %.0f Hz at %.0f\n",
+                    static_cast<double>(heard.size()) / LineWave::kRate, kServerMic, microphone);
+        EXPECT_GT(microphone, 1000) << phone.output();
     }
 
     // Monitoring with the answer machine off, so that calls are the user's.
@@ -126,16 +161,21 @@ protected:
         return filedSound(cell(0, 0).toStdString());
     }
 
+    // The line sent the far end the server's microphone and recorded it with
+    // the far end: the call holds that once, not the wave engine's as well.
     void expectBothSides(const LineSamples& call)
     {
         ASSERT_GT(call.size(), 8000u);
-        const double mine = amplitudeAt(call, kMicrophone);
+        const double sent = amplitudeAt(call, kServerMic);
+        const double engine = amplitudeAt(call, kMicrophone);
         const double theirs = amplitudeAt(call, kFarEnd);
         const double neither = amplitudeAt(call, 1400);
-        std::printf("[ measured ] recorded call %.2f s: microphone %.0f, far end %.0f, elsewhere %.0f\n",
-                    static_cast<double>(call.size()) / LineWave::kRate, mine, theirs, neither);
-        EXPECT_GT(mine, 1500);
+        std::printf("[ measured ] recorded call %.2f s: microphone sent %.0f, engine's %.0f, far end %.0f, "
+                    "elsewhere %.0f\n",
+                    static_cast<double>(call.size()) / LineWave::kRate, sent, engine, theirs, neither);
+        EXPECT_GT(sent, 1500);
         EXPECT_GT(theirs, 1500);
+        EXPECT_LT(engine, 300);
         EXPECT_LT(neither, 300);
     }
 
@@ -171,7 +211,8 @@ void clickWhenUp(const QString& title, const QString& button, std::function<bool
 
 // Navo calls out (+155 from the phone book), baresip answers; while the
 // call is up a dictation is played into it (2114, dialog 138) and baresip
-// hears it; baresip hangs up and the call, both sides, is filed at once.
+// hears it, and the microphone; baresip hangs up and the call, both sides,
+// is filed at once.
 TEST_F(PhoneRecorderSip, NavoCallsOutPlaysADictationIntoTheCallAndRecordsBothSidesUntilTheFarEndHangsUp)
 {
     startWithTheMachineOff();
@@ -211,22 +252,21 @@ TEST_F(PhoneRecorderSip, NavoCallsOutPlaysADictationIntoTheCallAndRecordsBothSid
     // The far end heard the dictation, converted, at its own pitch.
     const LineSamples heard = phone.heard();
     const double played = amplitudeAt(heard, kPlayed);
-    std::printf("[ measured ] far end heard %.2f s, the dictation's 500 Hz at %.0f\n",
-                static_cast<double>(heard.size()) / LineWave::kRate, played);
+    std::printf("[ measured ] far end heard the dictation's 500 Hz at %.0f\n", played);
     EXPECT_GT(played, 1000) << phone.output();
+    expectHeardTheMicrophone(phone);
 }
 
 // baresip calls Navo; "&Answer" is pressed; the phone recorder answers and
-// records both sides until baresip hangs up.
+// records both sides until baresip hangs up; baresip hears the microphone.
 TEST_F(PhoneRecorderSip, ACallPickedUpWithAnswerIsRecordedOnBothSides)
 {
     startWithTheMachineOff();
     const std::string voice = setup.path("caller.wav");
     ASSERT_TRUE(SineFiles::write(voice, kFarEnd, 20));
     clickWhenUp(QStringLiteral("Navo : Incoming Call Detected"), QStringLiteral("1"));
-    QProcess caller;
-    startBaresip(caller, setup, "Cal Ler", "01614960001", voice, kNavoPort, 5);
-    ASSERT_TRUE(caller.waitForStarted(5000));
+    BaresipPhone caller(setup, voice, 5, "sip:navo@127.0.0.1:" + std::to_string(kNavoPort));
+    ASSERT_TRUE(caller.ready()) << caller.output();
 
     const LineSamples call = recordedCall();
     EXPECT_EQ(cell(0, 2), "Cal Ler");
@@ -234,6 +274,7 @@ TEST_F(PhoneRecorderSip, ACallPickedUpWithAnswerIsRecordedOnBothSides)
     expectBothSides(call);
     EXPECT_TRUE(reports.empty());
     EXPECT_FALSE(recorder.isOpen());
+    expectHeardTheMicrophone(caller);
 }
 
 }  // namespace

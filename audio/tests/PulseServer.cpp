@@ -94,9 +94,13 @@ bool PulseServer::start(int rate)
 
 bool PulseServer::loadModule(const std::string& arguments)
 {
-    QStringList args{"load-module"};
-    args += QString::fromStdString(arguments).split(' ', Qt::SkipEmptyParts);
-    return run("pactl", args, QString::fromStdString(m_dir), 5000);
+    return command("load-module " + arguments);
+}
+
+bool PulseServer::command(const std::string& arguments)
+{
+    return run("pactl", QString::fromStdString(arguments).split(' ', Qt::SkipEmptyParts), QString::fromStdString(m_dir),
+               5000);
 }
 
 void PulseServer::feedTone(double frequency, double level)

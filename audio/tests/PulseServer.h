@@ -26,6 +26,8 @@ public:
 
     // Loads one more module (pactl load-module); false when it fails.
     bool loadModule(const std::string& arguments);
+    // Any other pactl command ("set-default-source name"); false when it fails.
+    bool command(const std::string& arguments);
 
     // Feeds the pipe source a sine of frequency at level (of full scale) in
     // real time, 20 ms at a time, until stopFeeding().

@@ -32,3 +32,5 @@ LineState* Ek7TapiSave() { return LineLibrary::instance().save(); }
 LineState* Ek7TapiAnswer() { return LineLibrary::instance().answer(); }
 LineState* Ek7TapiDial(const char* number) { return LineLibrary::instance().dial(number); }
 int Ek7TapiInputLevel() { return LineLibrary::instance().inputLevel(); }
+int Ek7TapiUseMicrophone(const char* input) { return LineLibrary::instance().useMicrophone(input); }
+int Ek7TapiCallSendsMicrophone() { return LineLibrary::instance().callSendsMicrophone(); }

@@ -231,6 +231,15 @@ LineState* Ek7TapiSave();
 LineState* Ek7TapiAnswer();
 // Places a call to number on the open line.
 LineState* Ek7TapiDial(const char* number);
+// The next Ek7TapiAnswer or Ek7TapiDial sends the user's microphone to the
+// far end: input is the sound server's description of it, "" for its first
+// input; nullptr sends only what is played (a greeting, else silence). One
+// call only. 1 when it will be sent, 0 when the line cannot (no sound
+// server, a line without sound of its own). Leaves ErrorCode alone.
+int Ek7TapiUseMicrophone(const char* input);
+// 1 when the present call sends the microphone: the line's recording of it
+// then holds both sides as they were heard.
+int Ek7TapiCallSendsMicrophone();
 // How loud the caller has been over the last 200 ms or so while recorded:
 // the peak, 0 (silence) to 32767 (full scale) on the 16-bit sample scale.
 // -1 when unknown: no call, not recording, paused, or a module that cannot

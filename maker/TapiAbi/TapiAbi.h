@@ -172,6 +172,13 @@ using PFN_navoLineStopMedia = LONG (*)(HCALL hCall);
 // LINEERR_INVALCALLSTATE unless the call is being recorded (and not paused).
 // Added after the other four: a module may lack it.
 using PFN_navoLineGetLevel = LONG (*)(HCALL hCall, TAPIDWORD* lpdwLevel);
+// Whether the next call answered or placed on the line sends the user's
+// microphone to the far end: lpszInput names the sound server's input ("" for
+// its default); nullptr sends files only (a greeting, silence). Taken by that
+// one call, then off again. 0 when it will be sent; LINEERR_OPERATIONUNAVAIL
+// when the line cannot capture (no sound server) and sends files only.
+// Added later still: a module may lack it.
+using PFN_navoLineUseMicrophone = LONG (*)(HLINE hLine, const char* lpszInput);
 }
 
 // The module's file name, and where the line library and the program look

@@ -71,6 +71,20 @@ void AudioBackendRegistry::setRecordingSource(const std::string& deviceId)
     m_recordingSource = deviceId;
 }
 
+std::string AudioBackendRegistry::serverInputName()
+{
+    // The Qt backend shows the server's inputs by the server's descriptions.
+    if (activeName() != "qt")
+        return {};
+    AudioBackend* backend = active();
+    const std::string id = recordingSourceId();
+    if (backend != nullptr)
+        for (const auto& device : backend->inputs())
+            if (device.id == id)
+                return device.name;
+    return {};
+}
+
 std::string AudioBackendRegistry::recordingSourceId()
 {
     AudioBackend* backend = active();

@@ -44,6 +44,10 @@ public:
     void setRecordingSource(const std::string& deviceId);
     // The input device WAVE_MAPPER records from; empty when there is none.
     std::string recordingSourceId();
+    // The sound server's description of that input, for another client of
+    // the server to capture the same; empty when Navo does not record
+    // through the sound server.
+    std::string serverInputName();
 
 private:
     AudioBackendRegistry();

@@ -299,6 +299,20 @@ LONG LineModule::makeCall(HLINE line, HCALL* call, const char* number)
     return result;
 }
 
+LONG LineModule::useMicrophone(HLINE line, const char* input)
+{
+    std::shared_ptr<LineProvider> provider;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        const auto found = m_lines.find(line);
+        if (found == m_lines.end())
+            return LINEERR_INVALLINEHANDLE;
+        provider = found->second.provider;
+    }
+    const bool sends = provider->useMicrophone(input != nullptr, input != nullptr ? input : "");
+    return sends || input == nullptr ? 0 : LINEERR_OPERATIONUNAVAIL;
+}
+
 LONG LineModule::callInfo(HCALL call, LINECALLINFO* info)
 {
     if (info == nullptr)

@@ -42,6 +42,7 @@ public:
     LONG pauseRecord(HCALL call, bool pause);
     LONG stopMedia(HCALL call);
     LONG inputLevel(HCALL call, TAPIDWORD* level);
+    LONG useMicrophone(HLINE line, const char* input);
 
 private:
     class Sink;

@@ -49,4 +49,8 @@ public:
     virtual LONG stopMedia(HCALL call) = 0;
     // The caller's recent peak, 0-32767, while recording (navoLineGetLevel).
     virtual LONG inputLevel(HCALL call, int& level) = 0;
+    // Whether the next call answered or placed sends the user's microphone
+    // (input: the sound server's description of it, "" for its first).
+    // True when it will be sent; lines without sound of their own cannot.
+    virtual bool useMicrophone(bool, const std::string&) { return false; }
 };

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 #include <linphone++/linphone.hh>
 
@@ -452,6 +453,8 @@ void SipLineProvider::finishCall(unsigned mode)
     m_handle = 0;
     m_connected = false;
     m_forgetCalls = true;
+    // The next call is the answer machine's unless the user takes it.
+    m_core->setUseFiles(true);
     if (m_closing)
         return;
     m_events->callState(handle, LINECALLSTATE_DISCONNECTED, mode);
@@ -500,12 +503,56 @@ std::string SipLineProvider::newCallRecordFile()
     return path;
 }
 
+std::string SipLineProvider::findCaptureDevice(const std::string& input)
+{
+    // The server may have come (or gone) since the line opened.
+    m_core->reloadSoundDevices();
+    // The server's inputs by their descriptions, in the server's order: the
+    // one Navo records from, else the first, which is the one Navo takes
+    // when nothing is chosen. ALSA's cards would take the hardware from
+    // under the server.
+    std::string chosen;
+    for (const auto& device : m_core->getExtendedAudioDevices()) {
+        if (device->getDriverName() != "PulseAudio" ||
+            !device->hasCapability(linphone::AudioDevice::Capabilities::CapabilityRecord))
+            continue;
+        if (device->getDeviceName() == input)
+            return device->getId();
+        if (chosen.empty())
+            chosen = device->getId();
+    }
+    return chosen;
+}
+
+void SipLineProvider::chooseCallSound(const std::string& device)
+{
+    // Read by the stack as the call's streams start; a call already running
+    // is never touched, since it is only set just before a new one.
+    m_core->setUseFiles(device.empty());
+    if (!device.empty())
+        m_core->setCaptureDevice(device);
+}
+
+bool SipLineProvider::useMicrophone(bool on, const std::string& input)
+{
+    return m_thread.call<bool>(
+        [&]() -> bool {
+            m_microphoneNext = on && m_core ? findCaptureDevice(input) : std::string();
+            if (on && m_microphoneNext.empty())
+                warn("no sound server to capture from: the far end hears only what is played into the call");
+            return !m_microphoneNext.empty();
+        },
+        false);
+}
+
 // ---- requests from Navo
 
 LONG SipLineProvider::answer(HCALL call)
 {
     return m_thread.call<LONG>(
         [&]() -> LONG {
+            // The microphone is for this call or none.
+            const std::string microphone = std::exchange(m_microphoneNext, {});
             if (!m_call || call != m_handle)
                 return LINEERR_INVALCALLHANDLE;
             if (!m_incoming || m_call->getState() != linphone::Call::State::IncomingReceived)
@@ -515,6 +562,7 @@ LONG SipLineProvider::answer(HCALL call)
             if (!m_callRecordFile.empty())
                 std::remove(m_callRecordFile.c_str());
             m_callRecordFile = newCallRecordFile();
+            chooseCallSound(microphone);
             auto params = m_core->createCallParams(m_call);
             params->setRecordFile(m_callRecordFile);
             params->enableVideo(false);
@@ -567,6 +615,7 @@ LONG SipLineProvider::makeCall(const std::string& number, HCALL& call)
 {
     return m_thread.call<LONG>(
         [&]() -> LONG {
+            const std::string microphone = std::exchange(m_microphoneNext, {});
             if (m_call)
                 return LINEERR_CALLUNAVAIL;
             bool viaAccount = false;
@@ -587,6 +636,7 @@ LONG SipLineProvider::makeCall(const std::string& number, HCALL& call)
             m_incoming = false;
             m_connected = false;
             m_callRecordFile = newCallRecordFile();
+            chooseCallSound(microphone);
             auto params = m_core->createCallParams(nullptr);
             params->setRecordFile(m_callRecordFile);
             params->enableVideo(false);

@@ -12,6 +12,10 @@
 // A greeting is played with the call's own player; recording uses the call's
 // recorder (a file per call, started only after the greeting so that it holds
 // the caller alone) and is copied to the path Navo asked for when it stops.
+// A call the user holds (useMicrophone before answer or makeCall) captures
+// from the sound server instead, the input Navo records from when the stack
+// knows it, else the server's default; with no sound server it stays on
+// files, and the far end hears silence as before.
 // The caller's level while recorded is the stack's receive meter, read once
 // a frame (InputLevel.h has what its readings mean).
 //
@@ -75,6 +79,7 @@ public:
     LONG pauseRecord(HCALL call, bool pause) override;
     LONG stopMedia(HCALL call) override;
     LONG inputLevel(HCALL call, int& level) override;
+    bool useMicrophone(bool on, const std::string& input) override;
 
     // Called by the stack's listeners, on the provider's thread.
     void onCallState(const std::shared_ptr<linphone::Call>& call, int state);
@@ -95,6 +100,12 @@ private:
     void finishRecording();
     void sampleLevel();
     std::string newCallRecordFile();
+    // The sound server's input for the microphone: the one described as
+    // input, else the first; "" when there is no sound server.
+    std::string findCaptureDevice(const std::string& input);
+    // Sets the stack's sound for the call about to be answered or placed:
+    // capture from device when the user holds it, files when it is "".
+    void chooseCallSound(const std::string& device);
     // Where a dialled text goes: "sip:..." as it is, "user@host", a bare
     // host ("127.0.0.1:5080", "pbx.example"), or a number through the
     // account. Empty when it names nothing callable. viaAccount is set when
@@ -133,6 +144,9 @@ private:
     bool m_recording = false;      // started and not stopped (paused counts)
     bool m_paused = false;
     unsigned m_fileCounter = 0;
+
+    // The next call sends the microphone from this capture device ("" none).
+    std::string m_microphoneNext;
 
     // The far end's level while recording, from the stack's receive meter.
     RecentPeak m_heardLevel;

@@ -101,3 +101,8 @@ NAVO_EXPORT LONG navoLineGetLevel(HCALL hCall, TAPIDWORD* lpdwLevel)
 {
     return LineModule::instance().inputLevel(hCall, lpdwLevel);
 }
+
+NAVO_EXPORT LONG navoLineUseMicrophone(HLINE hLine, const char* lpszInput)
+{
+    return LineModule::instance().useMicrophone(hLine, lpszInput);
+}

@@ -239,9 +239,12 @@ LineState* LineLibrary::waveId(int, const char* deviceClass)
 
 LineState* LineLibrary::answer()
 {
-    if (m_state.CallHandle == 0 || m_state.CallState != 1 || m_state.Connected != 0)
+    if (m_state.CallHandle == 0 || m_state.CallState != 1 || m_state.Connected != 0) {
+        disarmMicrophone();
         return result(kEk7NoOfferedCall);
+    }
     m_recordedThisCall = false;
+    m_callSendsMicrophone = takeMicrophone();
     if (m_fn.lineAnswer(m_state.CallHandle, nullptr, 0) != 0)
         return result(kEk7AnswerFailed);
     m_answerPosted = true;  // answered already: a later ring asks for nothing
@@ -252,11 +255,12 @@ LineState* LineLibrary::dial(const char* number)
 {
     if (m_line == 0)
         return result(kEk7LineNotOpen);
-    if (number == nullptr || *number == '\0')
-        return result(kEk7NoNumber);
-    if (m_state.CallHandle != 0)
-        return result(kEk7LineBusy);
+    if (number == nullptr || *number == '\0' || m_state.CallHandle != 0) {
+        disarmMicrophone();
+        return result(number == nullptr || *number == '\0' ? kEk7NoNumber : kEk7LineBusy);
+    }
     forgetCall();
+    m_callSendsMicrophone = takeMicrophone();
     HCALL call = 0;
     if (m_fn.lineMakeCallA(m_line, &call, number, 0, nullptr) != 0 || call == 0)
         return result(kEk7DialFailed);
@@ -383,6 +387,34 @@ int LineLibrary::inputLevel()
     if (m_fn.navoLineGetLevel(m_state.CallHandle, &level) != 0)
         return -1;
     return static_cast<int>(std::min<TAPIDWORD>(level, 32767));
+}
+
+int LineLibrary::useMicrophone(const char* input)
+{
+    // A module without it sends files only, as before.
+    m_microphoneArmed = m_line != 0 && m_fn.navoLineUseMicrophone != nullptr &&
+                        m_fn.navoLineUseMicrophone(m_line, input) == 0 && input != nullptr;
+    return m_microphoneArmed ? 1 : 0;
+}
+
+bool LineLibrary::takeMicrophone()
+{
+    // The module's choice is for the next call it sees, so one this library
+    // refuses before it gets there must not leave it armed.
+    const bool armed = m_microphoneArmed;
+    m_microphoneArmed = false;
+    return armed;
+}
+
+void LineLibrary::disarmMicrophone()
+{
+    if (takeMicrophone())
+        m_fn.navoLineUseMicrophone(m_line, nullptr);
+}
+
+int LineLibrary::callSendsMicrophone() const
+{
+    return m_state.CallHandle != 0 && m_callSendsMicrophone ? 1 : 0;
 }
 
 // ---- the reports
@@ -609,4 +641,5 @@ void LineLibrary::forgetCall()
     m_answerPosted = false;
     m_paused = false;
     m_playingTone = false;
+    m_callSendsMicrophone = false;
 }

@@ -44,6 +44,8 @@ public:
     LineState* answer();
     LineState* dial(const char* number);
     int inputLevel();
+    int useMicrophone(const char* input);
+    int callSendsMicrophone() const;
 
     // Called by the relay on the library's thread.
     void drain();
@@ -74,6 +76,8 @@ private:
     void onLineClosed(LONG why);
     bool startRecording();
     void forgetCall();
+    bool takeMicrophone();
+    void disarmMicrophone();
 
     LineState m_state{};
 
@@ -103,6 +107,8 @@ private:
     bool m_recordedThisCall = false;
     bool m_playingTone = false;
     bool m_toneArmed = false;
+    bool m_microphoneArmed = false;     // the next call answered or placed sends it
+    bool m_callSendsMicrophone = false;  // the present call does
 
     std::unique_ptr<QTemporaryDir> m_toneFolder;
     std::string m_tonePath;

@@ -35,6 +35,7 @@ bool ModuleFunctions::bind(const DynamicLibrary& module, std::string* missing)
     ok &= take(module, "navoLinePauseRecord", f.navoLinePauseRecord, missing);
     ok &= take(module, "navoLineStopMedia", f.navoLineStopMedia, missing);
     take(module, "navoLineGetLevel", f.navoLineGetLevel, nullptr);
+    take(module, "navoLineUseMicrophone", f.navoLineUseMicrophone, nullptr);
     if (ok)
         *this = f;
     return ok;

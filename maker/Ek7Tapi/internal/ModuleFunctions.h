@@ -25,6 +25,7 @@ struct ModuleFunctions {
     PFN_navoLineStopMedia navoLineStopMedia = nullptr;
     // Optional: null for a module made before it existed.
     PFN_navoLineGetLevel navoLineGetLevel = nullptr;
+    PFN_navoLineUseMicrophone navoLineUseMicrophone = nullptr;
 
     // Binds every function; false (naming the first missing one) when the
     // module lacks any but the optional ones, and then none is bound.
