@@ -12,7 +12,9 @@
 #include <QFile>
 #include <QProcess>
 #include <QElapsedTimer>
+#include <QCryptographicHash>
 #include <QHostAddress>
+#include <QMap>
 #include <QUdpSocket>
 
 #include <cstdio>
@@ -366,15 +368,17 @@ TEST_F(SipLineCall, DialWithoutADomainNeedsAFullAddress)
     EXPECT_EQ(log->count(kEk7MsgDialStarted), 0);
 }
 
-// A registrar on loopback that answers every REGISTER with one final status
-// (0: never answers):
-// 401 with a challenge (so a stack with a password answers it, and hears 401
-// again: the password is wrong), 403, or 408 (no answer from further on).
+// A registrar on loopback. With a password it checks the account for real:
+// a REGISTER without credentials is challenged (401, MD5 digest), one whose
+// digest answer matches the password is accepted (200), any other is
+// challenged again, which a stack takes as a wrong password. Without one it
+// answers every REGISTER with one final status (0: never answers): 403, or
+// 408 (no answer from further on).
 class ScriptedRegistrar {
 public:
     static constexpr int kPort = 5090;
 
-    explicit ScriptedRegistrar(int status) : m_status(status)
+    explicit ScriptedRegistrar(int status, QByteArray password = {}) : m_status(status), m_password(password)
     {
         m_bound = m_socket.bind(QHostAddress(QStringLiteral("127.0.0.1")), kPort);
         QObject::connect(&m_socket, &QUdpSocket::readyRead, [this] { answer(); });
@@ -393,13 +397,14 @@ private:
             if (!request.startsWith("REGISTER "))
                 continue;
             ++m_registers;
-            if (m_status == 0)
+            const int status = m_password.isEmpty() ? m_status : (rightDigest(request) ? 200 : 401);
+            if (status == 0)
                 continue;  // a registrar that keeps the caller waiting
-            QByteArray reply = "SIP/2.0 " + QByteArray::number(m_status) +
-                               (m_status == 200   ? " OK"
-                                : m_status == 401 ? " Unauthorized"
-                                : m_status == 403 ? " Forbidden"
-                                                  : " Request Timeout") +
+            QByteArray reply = "SIP/2.0 " + QByteArray::number(status) +
+                               (status == 200   ? " OK"
+                                : status == 401 ? " Unauthorized"
+                                : status == 403 ? " Forbidden"
+                                                : " Request Timeout") +
                                "\r\n";
             for (const QByteArray& line : request.split('\n')) {
                 const QByteArray header = line.trimmed();
@@ -408,21 +413,59 @@ private:
                     reply += header + "\r\n";
                 else if (name == "to")
                     reply += header + ";tag=registrar\r\n";
-                else if (name == "contact" && m_status == 200)
+                else if (name == "contact" && status == 200)
                     reply += header + ";expires=3600\r\n";
             }
-            if (m_status == 401)
-                reply += "WWW-Authenticate: Digest realm=\"navo-test\", nonce=\"" + QByteArray::number(m_registers) +
-                         "\", algorithm=MD5\r\n";
+            if (status == 200)
+                ++m_accepted;
+            if (status == 401) {
+                m_nonce = QByteArray::number(m_registers);
+                reply += "WWW-Authenticate: Digest realm=\"navo-test\", nonce=\"" + m_nonce + "\", algorithm=MD5\r\n";
+            }
             reply += "Content-Length: 0\r\n\r\n";
             m_socket.writeDatagram(reply, from, port);
         }
     }
 
+    static QByteArray md5(const QByteArray& text)
+    {
+        return QCryptographicHash::hash(text, QCryptographicHash::Md5).toHex();
+    }
+
+    // The request's Authorization answers the last challenge with this
+    // password (RFC 2617 without qop, as challenged).
+    bool rightDigest(const QByteArray& request) const
+    {
+        QByteArray credentials;
+        for (const QByteArray& line : request.split('\n'))
+            if (line.trimmed().toLower().startsWith("authorization:"))
+                credentials = line.trimmed().mid(14).trimmed();
+        if (!credentials.startsWith("Digest "))
+            return false;
+        QMap<QByteArray, QByteArray> fields;
+        for (const QByteArray& part : credentials.mid(7).split(',')) {
+            const int equals = part.indexOf('=');
+            if (equals > 0)
+                fields[part.left(equals).trimmed().toLower()] = part.mid(equals + 1).trimmed().replace("\"", "");
+        }
+        if (m_nonce.isEmpty() || fields.value("nonce") != m_nonce)
+            return false;
+        const QByteArray ha1 = md5(fields.value("username") + ":navo-test:" + m_password);
+        const QByteArray ha2 = md5("REGISTER:" + fields.value("uri"));
+        return fields.value("response") == md5(ha1 + ":" + fields.value("nonce") + ":" + ha2);
+    }
+
+public:
+    int accepted() const { return m_accepted; }
+
+private:
     int m_status;
+    QByteArray m_password;
+    QByteArray m_nonce;  // of the last challenge
     QUdpSocket m_socket;
     bool m_bound = false;
     int m_registers = 0;
+    int m_accepted = 0;
 };
 
 struct Refusal {
@@ -447,7 +490,9 @@ TEST_P(SipRegistration, AFailedRegistrationClosesTheLineWithItsReason)
     setup.environment().set("NAVO_SIP_USER", "ada");
     setup.environment().set("NAVO_SIP_DOMAIN", "127.0.0.1:" + std::to_string(ScriptedRegistrar::kPort));
     setup.environment().set("NAVO_SIP_PASSWORD_FILE", password);
-    ScriptedRegistrar registrar(GetParam().status);
+    // 401: a registrar that knows the account's real password, which is not
+    // the one in the file.
+    ScriptedRegistrar registrar(GetParam().status, GetParam().status == 401 ? "s3cret" : QByteArray());
     ASSERT_TRUE(registrar.bound());
 
     LineState* state = Ek7TapiInitVar();
@@ -501,7 +546,8 @@ TEST(SipDialTone, AnAccountNotYetRegisteredHasNoDialTone)
     Ek7TapiClose();
 }
 
-// The registrar accepts the account: the line says it can call now.
+// The registrar checks the password and accepts the account: the line says it
+// can call now.
 TEST(SipDialTone, AnAcceptedAccountGivesTheDialTone)
 {
     if (!inSipTestNetwork())
@@ -511,7 +557,11 @@ TEST(SipDialTone, AnAcceptedAccountGivesTheDialTone)
     setup.environment().set("NAVO_SIP_RTP_PORTS", "7078-7098");
     setup.environment().set("NAVO_SIP_USER", "ada");
     setup.environment().set("NAVO_SIP_DOMAIN", "127.0.0.1:" + std::to_string(ScriptedRegistrar::kPort));
-    ScriptedRegistrar registrar(200);
+    const std::string password = setup.path("password");
+    writeText(password, "s3cret\n");
+    QFile::setPermissions(QString::fromStdString(password), QFile::ReadOwner | QFile::WriteOwner);
+    setup.environment().set("NAVO_SIP_PASSWORD_FILE", password);
+    ScriptedRegistrar registrar(200, "s3cret");
     ASSERT_TRUE(registrar.bound());
     AppData app;
     app.IniPath = setup.path("NAVO.ini");
@@ -531,6 +581,9 @@ TEST(SipDialTone, AnAcceptedAccountGivesTheDialTone)
     EXPECT_EQ(registered.state.DialReady, 1);
     EXPECT_EQ(service.statusText(), "Line monitoring active : ada@127.0.0.1:5090 registered");
     EXPECT_EQ(log.count(kEk7MsgLineClosed), 0);
+    // Accepted only once the stack had answered the challenge with the password.
+    EXPECT_GE(registrar.accepted(), 1);
+    EXPECT_GE(registrar.registers(), 2);
     service.close(app);
 }
 
