@@ -7,6 +7,8 @@
 #include <map>
 #include <memory>
 
+#include "res/resource.h"
+
 class CommandTable;
 class QMenu;
 class QMenuBar;
@@ -18,6 +20,10 @@ namespace commandmenus {
 // The Internet Repository has no command number of its own; it is
 // registered under this one, which no resource uses.
 inline constexpr int kInternetRepository = -1;
+
+// The record exports, as the record menus offer them.
+inline constexpr int kRecordExports[] = {ID_RECORD_EXPORT_NAVO, ID_RECORD_EXPORT_WAV, ID_RECORD_EXPORT_MP3,
+                                         ID_RECORD_EXPORT_WMA,  ID_RECORD_EXPORT_OGG, ID_RECORD_EXPORT_WMV};
 
 // Builds the File, Phone, Tools and Help menus into bar; every item starts
 // enabled as far as the window is concerned.

@@ -821,8 +821,7 @@ void MainWindow::registerCommands()
     }
     // The record exports; the record menu enables those that suit the list.
     if (m_services.exporter)
-        for (int kind : {ID_RECORD_EXPORT_NAVO, ID_RECORD_EXPORT_WAV, ID_RECORD_EXPORT_MP3, ID_RECORD_EXPORT_WMA,
-                         ID_RECORD_EXPORT_OGG, ID_RECORD_EXPORT_WMV})
+        for (int kind : commandmenus::kRecordExports)
             m_commands.add(kind, [this, kind] {
                 const std::vector<std::string> ids = selectedIds();
                 if (!ids.empty())
@@ -850,7 +849,7 @@ void MainWindow::registerCommands()
     m_commands.add(commandmenus::kInternetRepository, [this] { openInternetRepository(); });
     m_commands.add(ID_TB_SEARCH, [this] { openSearch(); });
     // The imports; a store's phone book, templates and agendas are merged
-    // through the wiring's mergeComponents (none yet: records only).
+    // as their own imports would merge them.
     importcommands::registerCommands(
         m_commands, m_app, this,
         {[this](int listType) { fillList(listType); },

@@ -263,8 +263,7 @@ void SearchDialog::addSendAndExport(MailService* mail, ExportService* exporter)
                 mail->sendRecords(m_app, names, this);
         });
     if (exporter != nullptr)
-        for (int kind : {ID_RECORD_EXPORT_NAVO, ID_RECORD_EXPORT_WAV, ID_RECORD_EXPORT_MP3, ID_RECORD_EXPORT_WMA,
-                         ID_RECORD_EXPORT_OGG, ID_RECORD_EXPORT_WMV})
+        for (int kind : commandmenus::kRecordExports)
             m_commands.add(kind, [this, exporter, kind] {
                 const std::vector<std::string> ids = selectedIds();
                 if (!ids.empty())
