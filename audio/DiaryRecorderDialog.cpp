@@ -153,11 +153,7 @@ void DiaryRecorderDialog::refreshPicture()
 
 void DiaryRecorderDialog::choosePicture()
 {
-    FileDialogRequest request;
-    request.open = true;
-    request.filter = DictationRecorderDialog::kPictureFilter;
-    request.fileMustExist = true;
-    if (const std::optional<std::string> path = currentPrompt().chooseFile(request))
+    if (const std::optional<std::string> path = DictationRecorderDialog::askForPicture())
         m_recorder.setPicture(*path);
 }
 

@@ -249,13 +249,18 @@ std::unique_ptr<QMenu> DictationRecorderDialog::pictureMenu()
     return menu;
 }
 
-void DictationRecorderDialog::choosePicture()
+std::optional<std::string> DictationRecorderDialog::askForPicture()
 {
     FileDialogRequest request;
     request.open = true;
     request.filter = kPictureFilter;
     request.fileMustExist = true;
-    if (const std::optional<std::string> path = currentPrompt().chooseFile(request))
+    return currentPrompt().chooseFile(request);
+}
+
+void DictationRecorderDialog::choosePicture()
+{
+    if (const std::optional<std::string> path = askForPicture())
         m_recorder.setPicture(*path);
 }
 

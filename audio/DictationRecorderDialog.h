@@ -12,6 +12,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "audio/DictationRecorder.h"
@@ -31,6 +32,8 @@ public:
     static constexpr const char* kHelpPage = "300.htm";
     static constexpr int kTipWidth = 30;
     static constexpr const char* kPictureFilter = "GIF & JPEG Images (*.gif;*.jpg)|*.gif;*.jpg||";
+    // The picture chooser every recorder offers, through the prompt.
+    static std::optional<std::string> askForPicture();
     static constexpr const char* kDefaultPicture = ":/recorder/no-picture.gif";
 
     // recIdText "" records a new dictation; a RecID re-records that one.

@@ -108,11 +108,7 @@ void MeetingRecorderDialog::build(AppData& app, bool prime)
         refreshAgenda();
     });
     connect(ui.IDC_INSERT_PICTURE, &QPushButton::clicked, this, [this] {
-        FileDialogRequest request;
-        request.open = true;
-        request.filter = DictationRecorderDialog::kPictureFilter;
-        request.fileMustExist = true;
-        if (const std::optional<std::string> path = currentPrompt().chooseFile(request))
+        if (const std::optional<std::string> path = DictationRecorderDialog::askForPicture())
             m_recorder.setPicture(*path);
     });
     connect(ui.IDC_REMOVE_PICTURE, &QPushButton::clicked, rec, &MeetingRecorder::removePicture);

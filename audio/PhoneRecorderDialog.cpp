@@ -57,11 +57,7 @@ PhoneRecorderDialog::PhoneRecorderDialog(AppData& app, VXWave& wave, RecordingFl
         m_ui->IDC_INDEX_COMMENT->clear();
     });
     connect(ui.IDC_INSERT_PICTURE, &QPushButton::clicked, this, [this] {
-        FileDialogRequest request;
-        request.open = true;
-        request.filter = DictationRecorderDialog::kPictureFilter;
-        request.fileMustExist = true;
-        if (const std::optional<std::string> path = currentPrompt().chooseFile(request))
+        if (const std::optional<std::string> path = DictationRecorderDialog::askForPicture())
             m_recorder.setPicture(*path);
     });
     connect(ui.IDC_REMOVE_PICTURE, &QPushButton::clicked, rec, &PhoneRecorder::removePicture);
