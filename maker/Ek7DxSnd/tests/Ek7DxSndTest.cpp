@@ -3,6 +3,7 @@
 // length, correlation and band energy.
 #include <gtest/gtest.h>
 
+#include "maker/Ek7Acm/tests/ToneWave.h"
 #include "maker/Ek7Audio/Ek7Audio.h"
 #include "maker/Ek7DxSnd/Ek7DxSnd.h"
 #include "platform/audio/AudioBackendRegistry.h"
@@ -67,28 +68,15 @@ std::vector<char> soundOf(const std::string& path)
 
 std::vector<double> mono16(const std::vector<char>& bytes)
 {
-    std::vector<double> x(bytes.size() / 2);
-    for (std::size_t i = 0; i < x.size(); ++i)
-        x[i] = static_cast<std::int16_t>(static_cast<std::uint16_t>(static_cast<unsigned char>(bytes[2 * i]) |
-                                                                    (static_cast<unsigned char>(bytes[2 * i + 1]) << 8))) / 32768.0;
-    return x;
+    return tone::channel(std::string(bytes.begin(), bytes.end()), {8000, 1, 16}, 0);
 }
 
-std::vector<double> tone(double hz, double seconds, double level, int rate = 8000)
+std::vector<double> sine(double hz, double seconds, double level, int rate = 8000)
 {
     std::vector<double> x(static_cast<std::size_t>(seconds * rate));
     for (std::size_t n = 0; n < x.size(); ++n)
         x[n] = level * std::sin(2 * kPi * hz * static_cast<double>(n) / rate);
     return x;
-}
-
-// Rising zero crossings per second.
-double frequency(const std::vector<double>& x, int rate = 8000)
-{
-    int crossings = 0;
-    for (std::size_t n = 1; n < x.size(); ++n)
-        crossings += x[n - 1] < 0 && x[n] >= 0;
-    return crossings * static_cast<double>(rate) / static_cast<double>(x.size());
 }
 
 // Level of one frequency in dB (Goertzel, full-scale sine = 0 dB).
@@ -101,14 +89,6 @@ double levelDb(const std::vector<double>& x, double hz, int rate = 8000)
         im += x[n] * std::sin(w * static_cast<double>(n));
     }
     return 20 * std::log10(2 * std::hypot(re, im) / static_cast<double>(x.size()));
-}
-
-double rms(const std::vector<double>& x, std::size_t from, std::size_t to)
-{
-    double sum = 0;
-    for (std::size_t n = from; n < to; ++n)
-        sum += x[n] * x[n];
-    return std::sqrt(sum / static_cast<double>(to - from));
 }
 
 struct Pairs {
@@ -213,7 +193,7 @@ TEST_F(DxSoundTest, AllOffIsAPassThroughInEveryFormatAndReverseIsBackwards)
 {
     for (const WAVEFORMATEX& f : {pcm(8000, 1, 16), pcm(8000, 2, 16), pcm(22050, 1, 8), pcm(44100, 2, 16)}) {
         SCOPED_TRACE(std::to_string(f.nSamplesPerSec) + " Hz x" + std::to_string(f.nChannels));
-        writeWave(in, tone(440, 0.73, 0.5, static_cast<int>(f.nSamplesPerSec)), f);
+        writeWave(in, sine(440, 0.73, 0.5, static_cast<int>(f.nSamplesPerSec)), f);
         Pairs pairs;
         pairs.v[0][1] = static_cast<int>(f.nSamplesPerSec);
         const std::vector<char> source = soundOf(in);
@@ -235,7 +215,7 @@ TEST_F(DxSoundTest, AllOffIsAPassThroughInEveryFormatAndReverseIsBackwards)
 // half the time, half the rate in twice; the tone keeps its pitch.
 TEST_F(DxSoundTest, SpeedChangesTheLengthAndKeepsThePitch)
 {
-    writeWave(in, tone(440, 2.0, 0.5));
+    writeWave(in, sine(440, 2.0, 0.5));
     int normal = 0, lowest = 0, highest = 0;
     ASSERT_EQ(InitDSound(0, in.c_str(), &normal, &lowest, &highest), kDxOk);
     EXPECT_EQ(normal, 8000);
@@ -246,7 +226,7 @@ TEST_F(DxSoundTest, SpeedChangesTheLengthAndKeepsThePitch)
         SCOPED_TRACE(rate);
         const std::vector<double> x = mono16(playToEnd(in, Pairs().on(0, rate)));
         EXPECT_NEAR(static_cast<double>(x.size()) / 8000, seconds, seconds * 0.02);
-        EXPECT_NEAR(frequency(x), 440, 5);
+        EXPECT_NEAR(tone::peakFrequency(x, 8000, 300, 600), 440, 5);
     }
 }
 
@@ -281,8 +261,8 @@ TEST_F(DxSoundTest, EchoPutsADelayedCopyAtTheSetDelay)
 // boosts it, by 0.3 dB a step; 125 Hz, three octaves away, barely moves.
 TEST_F(DxSoundTest, EqualizerChangesBandEnergyTheWayItsValueSays)
 {
-    std::vector<double> x = tone(1000, 1.0, 0.05);
-    const std::vector<double> low = tone(125, 1.0, 0.05);
+    std::vector<double> x = sine(1000, 1.0, 0.05);
+    const std::vector<double> low = sine(125, 1.0, 0.05);
     for (std::size_t n = 0; n < x.size(); ++n)
         x[n] += low[n];
     writeWave(in, x);
@@ -308,7 +288,7 @@ TEST_F(DxSoundTest, PlayingFollowsPositionSeekAndAdjustmentsFromTheNextBlock)
     auto hand = std::make_shared<HandPulled>();
     AudioBackendRegistry::instance().add("ek7dxsnd-hand", [hand] { return std::make_unique<HandBackend>(hand); });
     ::setenv("NAVO_AUDIO", "ek7dxsnd-hand", 1);
-    writeWave(in, tone(1000, 1.0, 0.05));
+    writeWave(in, sine(1000, 1.0, 0.05));
     const std::vector<char> source = soundOf(in);
     const std::size_t block = 160;  // 10 ms
     auto pull = [&](std::size_t bytes) {
@@ -359,7 +339,8 @@ TEST_F(DxSoundTest, PlayingFollowsPositionSeekAndAdjustmentsFromTheNextBlock)
     ASSERT_EQ(out.size(), cutSound.size());
     EXPECT_TRUE(std::equal(out.begin(), out.begin() + 30 * block, cutSound.begin()));
     EXPECT_FALSE(std::equal(out.begin() + 30 * block, out.begin() + 31 * block, cutSound.begin() + 30 * block));
-    EXPECT_NEAR(rms(y, 35 * 80, y.size()) / rms(boosted, 35 * 80, y.size()), 1.0, 0.02);
+    EXPECT_NEAR(tone::rms(tone::slice(y, 35 * 80, y.size())) / tone::rms(tone::slice(boosted, 35 * 80, y.size())), 1.0,
+                0.02);
 
     // An On button switched while playing: the echo (250 ms) is heard from
     // the next block; switched off and on again it starts from silence, so
@@ -401,11 +382,11 @@ TEST_F(DxSoundTest, FailuresAreClearAndHarmless)
     std::ofstream(text) << "not a wave at all";
     EXPECT_EQ(InitDSound(0, text.c_str(), nullptr, nullptr, nullptr), kDxErrOpen);
     EXPECT_EQ(InitDSound(0, (dir / "missing.wav").string().c_str(), nullptr, nullptr, nullptr), kDxErrOpen);
-    writeWave(in, tone(440, 0.5, 0.5), pcm(8000, 1, 32));
+    writeWave(in, sine(440, 0.5, 0.5), pcm(8000, 1, 32));
     EXPECT_EQ(InitDSound(0, in.c_str(), nullptr, nullptr, nullptr), kDxErrOpen);
     EXPECT_EQ(PlayDSound(0, Pairs().v, kDxEffectCount), kDxErrState);  // a failed open leaves no player
 
-    writeWave(in, tone(440, 0.5, 0.5));
+    writeWave(in, sine(440, 0.5, 0.5));
     ::setenv("NAVO_AUDIO_OUTPUT", (dir / "no-such-folder" / "out.wav").string().c_str(), 1);
     EXPECT_EQ(InitDSound(0, in.c_str(), nullptr, nullptr, nullptr), kDxErrDevice);
     ::setenv("NAVO_AUDIO_OUTPUT", heard.c_str(), 1);

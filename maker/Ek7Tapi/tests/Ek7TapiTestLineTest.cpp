@@ -43,10 +43,10 @@ protected:
 
     void TearDown() override { Ek7TapiClose(); }
 
-    void openLine(int rings)
+    void openLine(int rings, bool answerMachineOn = true)
     {
         state->Rings = rings;
-        state->AnswerMachineOn = 1;  // the window below acts as the answer machine
+        state->AnswerMachineOn = answerMachineOn ? 1 : 0;  // the window below acts as the answer machine
         state->DeviceId = 0;
         Ek7TapiInit(0);
         ASSERT_EQ(state->ErrorCode, kEk7Ok);
@@ -58,6 +58,15 @@ protected:
 
     void actAsAnswerMachine() { ::actAsAnswerMachine(*log, state, setup, greeting, vxw, results); }
 
+    // The line open with the answer machine on, and a caller ringing in.
+    void callIn(int rings, const QStringList& arguments, bool answerMachineOn = true)
+    {
+        openLine(rings, answerMachineOn);
+        actAsAnswerMachine();
+        caller = std::make_unique<NavoLineProcess>(setup.socketPath());
+        caller->start(QStringList{QStringLiteral("call")} + arguments);
+    }
+
     TestLineSetup setup;
     LineState* state = nullptr;
     std::unique_ptr<MessageLog> log;
@@ -66,21 +75,19 @@ protected:
     const std::string voice = setup.path("voice.wav");
     const std::string vxw = setup.path("message.vxw");
     AnswerResults results;
+    std::unique_ptr<NavoLineProcess> caller;
 };
 
 TEST_F(TestLineCall, AnsweredAfterTheRingCountGreetedRecordedAndSaved)
 {
-    openLine(3);
-    actAsAnswerMachine();
     const std::string heard = setup.path("heard.wav");
-    NavoLineProcess caller(setup.socketPath());
-    caller.start({"call", "--rings", "6", "--number", "0207 946 0321", "--name", "Ada Lovelace", "--say",
-                  QString::fromStdString(voice), "--hear", QString::fromStdString(heard)});
-    ASSERT_EQ(caller.finish(), 0) << caller.output().toStdString();
+    callIn(3, {"--rings", "6", "--number", "0207 946 0321", "--name", "Ada Lovelace", "--say",
+               QString::fromStdString(voice), "--hear", QString::fromStdString(heard)});
+    ASSERT_EQ(caller->finish(), 0) << caller->output().toStdString();
     ASSERT_TRUE(log->waitFor(kEk7MsgIdle));
     log->pump(50);
 
-    EXPECT_TRUE(caller.outputHas("answered after 3 rings")) << caller.output().toStdString();
+    EXPECT_TRUE(caller->outputHas("answered after 3 rings")) << caller->output().toStdString();
     EXPECT_EQ(results.answer, kEk7Ok);
     EXPECT_EQ(results.play, kEk7Ok);
     EXPECT_EQ(results.save, kEk7Ok);
@@ -154,15 +161,12 @@ TEST_F(TestLineCall, AnsweredAfterTheRingCountGreetedRecordedAndSaved)
 
 TEST_F(TestLineCall, ALineThatDropsMidMessageKeepsWhatWasSaidSoFar)
 {
-    openLine(1);
-    actAsAnswerMachine();
     ASSERT_TRUE(SineFiles::write(voice, 600, 3.0));
-    NavoLineProcess caller(setup.socketPath());
-    caller.start({"call", "--rings", "5", "--say", QString::fromStdString(voice)});
+    callIn(1, {"--rings", "5", "--say", QString::fromStdString(voice)});
     ASSERT_TRUE(log->waitFor(kEk7MsgRecording));
     // Greeting and tone are over; the caller starts 300 ms after the tone.
     MessageLog::pump(300 + 1000);
-    caller.kill();
+    caller->kill();
     ASSERT_TRUE(log->waitFor(kEk7MsgIdle));
     EXPECT_EQ(results.save, kEk7Ok);
     const ToneMeasure kept = SineFiles::measure(readSamples(vxw));
@@ -173,12 +177,9 @@ TEST_F(TestLineCall, ALineThatDropsMidMessageKeepsWhatWasSaidSoFar)
 
 TEST_F(TestLineCall, CallerWhoHangsUpBeforeTheRingCountIsNeverAnswered)
 {
-    openLine(3);
-    actAsAnswerMachine();
-    NavoLineProcess caller(setup.socketPath());
-    caller.start({"call", "--rings", "2", "--number", "555", "--name", "Brief"});
-    EXPECT_EQ(caller.finish(), 4) << caller.output().toStdString();
-    EXPECT_TRUE(caller.outputHas("not answered after 2 rings"));
+    callIn(3, {"--rings", "2", "--number", "555", "--name", "Brief"});
+    EXPECT_EQ(caller->finish(), 4) << caller->output().toStdString();
+    EXPECT_TRUE(caller->outputHas("not answered after 2 rings"));
     ASSERT_TRUE(log->waitFor(kEk7MsgIdle));
     log->pump(3 * setup.ringPeriodMs());
 
@@ -196,13 +197,9 @@ TEST_F(TestLineCall, CallerWhoHangsUpBeforeTheRingCountIsNeverAnswered)
 
 TEST_F(TestLineCall, WithTheAnswerMachineOffNoRingAsksForAnAnswer)
 {
-    openLine(1);
-    state->AnswerMachineOn = 0;
-    actAsAnswerMachine();
-    NavoLineProcess caller(setup.socketPath());
-    caller.start({"call", "--rings", "3"});
-    EXPECT_EQ(caller.finish(), 4) << caller.output().toStdString();
-    EXPECT_TRUE(caller.outputHas("not answered after 3 rings"));
+    callIn(1, {"--rings", "3"}, false);
+    EXPECT_EQ(caller->finish(), 4) << caller->output().toStdString();
+    EXPECT_TRUE(caller->outputHas("not answered after 3 rings"));
     ASSERT_TRUE(log->waitFor(kEk7MsgIdle));
     EXPECT_EQ(log->count(kEk7MsgRing), 3);
     EXPECT_EQ(log->count(kEk7MsgAnswerNow), 0);
@@ -211,10 +208,8 @@ TEST_F(TestLineCall, WithTheAnswerMachineOffNoRingAsksForAnAnswer)
 
 TEST_F(TestLineCall, ASecondCallerDuringACallHearsBusy)
 {
-    openLine(1);
-    actAsAnswerMachine();
-    NavoLineProcess first(setup.socketPath());
-    first.start({"call", "--rings", "5", "--speak-after", "answer", "--hold", "1500"});
+    callIn(1, {"--rings", "5", "--speak-after", "answer", "--hold", "1500"});
+    NavoLineProcess& first = *caller;
     ASSERT_TRUE(log->waitFor(kEk7MsgConnected));
 
     NavoLineProcess second(setup.socketPath());
@@ -230,12 +225,9 @@ TEST_F(TestLineCall, ASecondCallerDuringACallHearsBusy)
 TEST_F(TestLineCall, SaveWithoutARecordingWritesAnEmptyMessage)
 {
     // The caller leaves during the greeting: recording never starts.
-    openLine(1);
-    actAsAnswerMachine();
     ASSERT_TRUE(SineFiles::write(greeting, 400, 3.0));
-    NavoLineProcess caller(setup.socketPath());
-    caller.start({"call", "--rings", "5", "--speak-after", "answer", "--linger", "300"});
-    EXPECT_EQ(caller.finish(), 0);
+    callIn(1, {"--rings", "5", "--speak-after", "answer", "--linger", "300"});
+    EXPECT_EQ(caller->finish(), 0);
     ASSERT_TRUE(log->waitFor(kEk7MsgIdle));
     EXPECT_EQ(log->count(kEk7MsgRecording), 0);
     EXPECT_EQ(log->count(kEk7MsgPlayDone), 0);
@@ -255,8 +247,8 @@ TEST_F(TestLineCall, RecordPauseAndResumeKeepOnlyWhatWasSaidWhileRecording)
         }
     };
     ASSERT_TRUE(SineFiles::write(voice, 600, 1.6));
-    NavoLineProcess caller(setup.socketPath());
-    caller.start({"call", "--rings", "5", "--say", QString::fromStdString(voice), "--speak-after", "answer",
+    caller = std::make_unique<NavoLineProcess>(setup.socketPath());
+    caller->start({"call", "--rings", "5", "--say", QString::fromStdString(voice), "--speak-after", "answer",
                   "--linger", "200"});
     ASSERT_TRUE(log->waitFor(kEk7MsgConnected));
     EXPECT_EQ(Ek7TapiInputLevel(), -1);  // the caller's level: unknown until recorded
@@ -269,7 +261,7 @@ TEST_F(TestLineCall, RecordPauseAndResumeKeepOnlyWhatWasSaidWhileRecording)
     EXPECT_EQ(Ek7TapiInputLevel(), -1);
     log->pump(600);
     EXPECT_EQ(Ek7TapiPause()->ErrorCode, kEk7Ok);  // ... and go on
-    ASSERT_EQ(caller.finish(), 0);
+    ASSERT_EQ(caller->finish(), 0);
     ASSERT_TRUE(log->waitFor(kEk7MsgDisconnected));
     EXPECT_EQ(Ek7TapiInputLevel(), -1);
     Ek7TapiStop();
@@ -350,16 +342,13 @@ TEST_F(TestLineCall, DialledPhoneRingsThenAnswersAndHearsWhatIsPlayed)
 
 TEST_F(TestLineCall, ClosingDuringACallHangsUpWithoutMessages)
 {
-    openLine(1);
-    actAsAnswerMachine();
-    NavoLineProcess caller(setup.socketPath());
-    caller.start({"call", "--rings", "5", "--speak-after", "answer", "--hold", "5000"});
+    callIn(1, {"--rings", "5", "--speak-after", "answer", "--hold", "5000"});
     ASSERT_TRUE(log->waitFor(kEk7MsgConnected));
     Ek7TapiClose();
     EXPECT_EQ(state->Monitoring, 0);
     EXPECT_EQ(state->CallHandle, 0u);
-    EXPECT_EQ(caller.finish(), 0);
-    EXPECT_TRUE(caller.outputHas("Navo hung up"));
+    EXPECT_EQ(caller->finish(), 0);
+    EXPECT_TRUE(caller->outputHas("Navo hung up"));
     log->pump(100);
     EXPECT_EQ(log->count(kEk7MsgDisconnected), 0);
 }

@@ -87,18 +87,6 @@ protected:
         return Content::Mixed;
     }
 
-    // Writes and syncs one clean put takes.
-    void countCleanPut(int* writes, int* syncs)
-    {
-        resetStore();
-        UseFaultVfs vfs(Plan{});
-        ASSERT_EQ(putNew(), kRpsOk);
-        *writes = FaultVfs::instance().writes();
-        *syncs = FaultVfs::instance().syncs();
-        ASSERT_GT(*writes, 3);
-        ASSERT_GT(*syncs, 1);
-    }
-
     TempDir dir;
     TempDir oldDir;
     TempDir newDir;
@@ -106,94 +94,60 @@ protected:
     std::string store = dir / "store.vxt";
 };
 
-TEST_F(RpsFaultTest, FailedWriteLeavesTheOldContent)
+TEST_F(RpsFaultTest, EveryFailedOrDyingWriteAndSyncLeavesTheOldContent)
 {
-    int writes = 0;
-    int syncs = 0;
-    countCleanPut(&writes, &syncs);
-    for (int n = 1; n <= writes; ++n) {
-        SCOPED_TRACE("write " + std::to_string(n));
-        resetStore();
-        int rc;
-        {
-            UseFaultVfs vfs(Plan{n});
-            rc = putNew();
-        }
-        EXPECT_EQ(rpsErrorClass(rc), kRpsClassIo) << rc;
-        EXPECT_EQ(content(), Content::Old);
+    // The writes and syncs one clean put takes; each is made to go wrong in turn.
+    resetStore();
+    {
+        UseFaultVfs vfs(Plan{});
+        ASSERT_EQ(putNew(), kRpsOk);
     }
-}
+    const int writes = FaultVfs::instance().writes();
+    const int syncs = FaultVfs::instance().syncs();
+    ASSERT_GT(writes, 3);
+    ASSERT_GT(syncs, 1);
+    ASSERT_EQ(content(), Content::New);
 
-TEST_F(RpsFaultTest, FullDiskReportsDiskFullAndKeepsTheOldContent)
-{
-    int writes = 0;
-    int syncs = 0;
-    countCleanPut(&writes, &syncs);
-    for (int n = 1; n <= writes; ++n) {
-        SCOPED_TRACE("full from write " + std::to_string(n));
-        resetStore();
-        int rc;
-        {
-            Plan plan;
-            plan.failWriteAt = n;
-            plan.writeError = SQLITE_FULL;
-            plan.sticky = true;  // a full disk stays full, even for the rollback
-            UseFaultVfs vfs(plan);
-            rc = putNew();
-        }
-        EXPECT_EQ(rc, kRpsErrFullStore);
-        EXPECT_EQ(content(), Content::Old);
-    }
-}
-
-TEST_F(RpsFaultTest, FailedSyncLeavesTheOldContent)
-{
-    int writes = 0;
-    int syncs = 0;
-    countCleanPut(&writes, &syncs);
-    for (int n = 1; n <= syncs; ++n) {
-        SCOPED_TRACE("sync " + std::to_string(n));
-        resetStore();
-        int rc;
-        {
-            Plan plan;
-            plan.failSyncAt = n;
-            UseFaultVfs vfs(plan);
-            rc = putNew();
-        }
-        EXPECT_NE(rc, kRpsOk);
-        EXPECT_EQ(content(), Content::Old);
-    }
-}
-
-TEST_F(RpsFaultTest, DeathAtAnyWriteOrSyncRollsBack)
-{
-    int writes = 0;
-    int syncs = 0;
-    countCleanPut(&writes, &syncs);
-    // The commit point is the removal of the journal, after the last write
-    // and sync; a process that dies at any of them must leave a journal that
-    // rolls the store back on the next open, whatever the put had reported.
-    auto dieAt = [&](const Plan& plan, const std::string& where) {
-        SCOPED_TRACE(where);
-        resetStore();
-        {
-            UseFaultVfs vfs(plan);
-            putNew();
-            EXPECT_TRUE(FaultVfs::instance().crashed());
-        }
-        const Content found = content();
-        EXPECT_EQ(found, Content::Old) << describe(found);
+    struct Case {
+        const char* what;
+        bool atSync;                    // counts syncs, not writes
+        void (*arm)(Plan&, int n);
+        bool (*resultOk)(int rc);       // nullptr: the process "died", its result is moot
     };
-    for (int n = 1; n <= writes; ++n) {
-        Plan plan;
-        plan.crashAtWrite = n;
-        dieAt(plan, "death at write " + std::to_string(n));
-    }
-    for (int n = 1; n <= syncs; ++n) {
-        Plan plan;
-        plan.crashAtSync = n;
-        dieAt(plan, "death at sync " + std::to_string(n));
+    const Case cases[] = {
+        {"failed write", false, [](Plan& p, int n) { p.failWriteAt = n; },
+         [](int rc) { return rpsErrorClass(rc) == kRpsClassIo; }},
+        // A full disk stays full, even for the rollback.
+        {"full disk from write", false,
+         [](Plan& p, int n) {
+             p.failWriteAt = n;
+             p.writeError = SQLITE_FULL;
+             p.sticky = true;
+         },
+         [](int rc) { return rc == kRpsErrFullStore; }},
+        {"failed sync", true, [](Plan& p, int n) { p.failSyncAt = n; }, [](int rc) { return rc != kRpsOk; }},
+        // The commit point is the removal of the journal, after the last
+        // write and sync; a process that dies at any of them must leave a
+        // journal that rolls the store back on the next open.
+        {"death at write", false, [](Plan& p, int n) { p.crashAtWrite = n; }, nullptr},
+        {"death at sync", true, [](Plan& p, int n) { p.crashAtSync = n; }, nullptr},
+    };
+    for (const Case& c : cases) {
+        for (int n = 1; n <= (c.atSync ? syncs : writes); ++n) {
+            SCOPED_TRACE(std::string(c.what) + " " + std::to_string(n));
+            resetStore();
+            Plan plan;
+            c.arm(plan, n);
+            int rc;
+            {
+                UseFaultVfs vfs(plan);
+                rc = putNew();
+                EXPECT_TRUE(c.resultOk != nullptr || FaultVfs::instance().crashed());
+            }
+            EXPECT_TRUE(c.resultOk == nullptr || c.resultOk(rc)) << rc;
+            const Content found = content();
+            EXPECT_EQ(found, Content::Old) << describe(found);
+        }
     }
 }
 

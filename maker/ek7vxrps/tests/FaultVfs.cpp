@@ -2,7 +2,6 @@
 
 #include "maker/ek7vxrps/ek7vxrps.h"
 
-#include <cstring>
 #include <stdexcept>
 
 namespace faultvfs {
@@ -15,15 +14,8 @@ struct FaultFile {
     FaultVfs* owner;
 };
 
-sqlite3_file* realOf(sqlite3_file* file)
-{
-    return reinterpret_cast<FaultFile*>(file)->real;
-}
-
-FaultVfs* ownerOf(sqlite3_file* file)
-{
-    return reinterpret_cast<FaultFile*>(file)->owner;
-}
+sqlite3_file* realOf(sqlite3_file* file) { return reinterpret_cast<FaultFile*>(file)->real; }
+FaultVfs* ownerOf(sqlite3_file* file) { return reinterpret_cast<FaultFile*>(file)->owner; }
 
 int fileClose(sqlite3_file* file)
 {
@@ -33,130 +25,65 @@ int fileClose(sqlite3_file* file)
     return rc;
 }
 
-int fileRead(sqlite3_file* file, void* data, int amount, sqlite3_int64 offset)
+// The real file's method, called on the real file.
+template <typename Method, typename... Args>
+auto passOn(sqlite3_file* file, Method sqlite3_io_methods::*method, Args... args)
 {
     sqlite3_file* real = realOf(file);
-    return real->pMethods->xRead(real, data, amount, offset);
+    return (real->pMethods->*method)(real, args...);
 }
 
-int fileWrite(sqlite3_file* file, const void* data, int amount, sqlite3_int64 offset)
+int fileRead(sqlite3_file* f, void* data, int amount, sqlite3_int64 offset)
 {
-    const int rc = ownerOf(file)->onWrite();
-    if (rc != SQLITE_OK || ownerOf(file)->dropping())
+    return passOn(f, &sqlite3_io_methods::xRead, data, amount, offset);
+}
+
+int fileWrite(sqlite3_file* f, const void* data, int amount, sqlite3_int64 offset)
+{
+    const int rc = ownerOf(f)->onWrite();
+    if (rc != SQLITE_OK || ownerOf(f)->dropping())
         return rc;
-    sqlite3_file* real = realOf(file);
-    return real->pMethods->xWrite(real, data, amount, offset);
+    return passOn(f, &sqlite3_io_methods::xWrite, data, amount, offset);
 }
 
-int fileTruncate(sqlite3_file* file, sqlite3_int64 size)
+int fileTruncate(sqlite3_file* f, sqlite3_int64 size)
 {
-    if (ownerOf(file)->dropping())
-        return SQLITE_OK;
-    sqlite3_file* real = realOf(file);
-    return real->pMethods->xTruncate(real, size);
+    return ownerOf(f)->dropping() ? SQLITE_OK : passOn(f, &sqlite3_io_methods::xTruncate, size);
 }
 
-int fileSync(sqlite3_file* file, int flags)
+int fileSync(sqlite3_file* f, int flags)
 {
-    const int rc = ownerOf(file)->onSync();
-    if (rc != SQLITE_OK || ownerOf(file)->dropping())
+    const int rc = ownerOf(f)->onSync();
+    if (rc != SQLITE_OK || ownerOf(f)->dropping())
         return rc;
-    sqlite3_file* real = realOf(file);
-    return real->pMethods->xSync(real, flags);
+    return passOn(f, &sqlite3_io_methods::xSync, flags);
 }
 
-int fileSize(sqlite3_file* file, sqlite3_int64* size)
-{
-    sqlite3_file* real = realOf(file);
-    return real->pMethods->xFileSize(real, size);
-}
-
-int fileLock(sqlite3_file* file, int level)
-{
-    sqlite3_file* real = realOf(file);
-    return real->pMethods->xLock(real, level);
-}
-
-int fileUnlock(sqlite3_file* file, int level)
-{
-    sqlite3_file* real = realOf(file);
-    return real->pMethods->xUnlock(real, level);
-}
-
-int fileCheckReserved(sqlite3_file* file, int* out)
-{
-    sqlite3_file* real = realOf(file);
-    return real->pMethods->xCheckReservedLock(real, out);
-}
-
-int fileControl(sqlite3_file* file, int op, void* arg)
-{
-    sqlite3_file* real = realOf(file);
-    return real->pMethods->xFileControl(real, op, arg);
-}
-
-int fileSectorSize(sqlite3_file* file)
-{
-    sqlite3_file* real = realOf(file);
-    return real->pMethods->xSectorSize(real);
-}
-
-int fileDeviceCharacteristics(sqlite3_file* file)
-{
-    sqlite3_file* real = realOf(file);
-    return real->pMethods->xDeviceCharacteristics(real);
-}
+int fileSize(sqlite3_file* f, sqlite3_int64* size) { return passOn(f, &sqlite3_io_methods::xFileSize, size); }
+int fileLock(sqlite3_file* f, int level) { return passOn(f, &sqlite3_io_methods::xLock, level); }
+int fileUnlock(sqlite3_file* f, int level) { return passOn(f, &sqlite3_io_methods::xUnlock, level); }
+int fileCheckReserved(sqlite3_file* f, int* out) { return passOn(f, &sqlite3_io_methods::xCheckReservedLock, out); }
+int fileControl(sqlite3_file* f, int op, void* arg) { return passOn(f, &sqlite3_io_methods::xFileControl, op, arg); }
+int fileSectorSize(sqlite3_file* f) { return passOn(f, &sqlite3_io_methods::xSectorSize); }
+int fileDeviceCharacteristics(sqlite3_file* f) { return passOn(f, &sqlite3_io_methods::xDeviceCharacteristics); }
 
 // Stores use rollback journals, never shared memory or memory-mapped I/O;
 // refusing them keeps every byte on the counted write path.
-int fileShmMap(sqlite3_file*, int, int, int, void volatile**)
-{
-    return SQLITE_IOERR_SHMMAP;
-}
-
-int fileShmLock(sqlite3_file*, int, int, int)
-{
-    return SQLITE_IOERR_SHMLOCK;
-}
-
+int fileShmMap(sqlite3_file*, int, int, int, void volatile**) { return SQLITE_IOERR_SHMMAP; }
+int fileShmLock(sqlite3_file*, int, int, int) { return SQLITE_IOERR_SHMLOCK; }
 void fileShmBarrier(sqlite3_file*) {}
-
-int fileShmUnmap(sqlite3_file*, int)
-{
-    return SQLITE_OK;
-}
-
+int fileShmUnmap(sqlite3_file*, int) { return SQLITE_OK; }
 int fileFetch(sqlite3_file*, sqlite3_int64, int, void** out)
 {
     *out = nullptr;
     return SQLITE_OK;
 }
-
-int fileUnfetch(sqlite3_file*, sqlite3_int64, void*)
-{
-    return SQLITE_OK;
-}
+int fileUnfetch(sqlite3_file*, sqlite3_int64, void*) { return SQLITE_OK; }
 
 const sqlite3_io_methods kMethods = {
-    3,
-    fileClose,
-    fileRead,
-    fileWrite,
-    fileTruncate,
-    fileSync,
-    fileSize,
-    fileLock,
-    fileUnlock,
-    fileCheckReserved,
-    fileControl,
-    fileSectorSize,
-    fileDeviceCharacteristics,
-    fileShmMap,
-    fileShmLock,
-    fileShmBarrier,
-    fileShmUnmap,
-    fileFetch,
-    fileUnfetch,
+    3, fileClose, fileRead, fileWrite, fileTruncate, fileSync, fileSize, fileLock, fileUnlock, fileCheckReserved,
+    fileControl, fileSectorSize, fileDeviceCharacteristics, fileShmMap, fileShmLock, fileShmBarrier, fileShmUnmap,
+    fileFetch, fileUnfetch,
 };
 
 struct VfsData {
@@ -164,10 +91,7 @@ struct VfsData {
     sqlite3_vfs* real;
 };
 
-VfsData* dataOf(sqlite3_vfs* vfs)
-{
-    return static_cast<VfsData*>(vfs->pAppData);
-}
+VfsData* dataOf(sqlite3_vfs* vfs) { return static_cast<VfsData*>(vfs->pAppData); }
 
 int vfsOpen(sqlite3_vfs* vfs, const char* name, sqlite3_file* file, int flags, int* outFlags)
 {
@@ -180,55 +104,32 @@ int vfsOpen(sqlite3_vfs* vfs, const char* name, sqlite3_file* file, int flags, i
     return rc;
 }
 
+// The real VFS's method, called on the real VFS.
+template <typename Method, typename... Args>
+auto passOn(sqlite3_vfs* vfs, Method sqlite3_vfs::*method, Args... args)
+{
+    sqlite3_vfs* real = dataOf(vfs)->real;
+    return (real->*method)(real, args...);
+}
+
 int vfsDelete(sqlite3_vfs* vfs, const char* name, int syncDir)
 {
-    if (dataOf(vfs)->owner->dropping())
-        return SQLITE_OK;
-    sqlite3_vfs* real = dataOf(vfs)->real;
-    return real->xDelete(real, name, syncDir);
+    return dataOf(vfs)->owner->dropping() ? SQLITE_OK : passOn(vfs, &sqlite3_vfs::xDelete, name, syncDir);
 }
 
-int vfsAccess(sqlite3_vfs* vfs, const char* name, int flags, int* out)
+int vfsAccess(sqlite3_vfs* v, const char* name, int flags, int* out)
 {
-    sqlite3_vfs* real = dataOf(vfs)->real;
-    return real->xAccess(real, name, flags, out);
+    return passOn(v, &sqlite3_vfs::xAccess, name, flags, out);
 }
-
-int vfsFullPathname(sqlite3_vfs* vfs, const char* name, int size, char* out)
+int vfsFullPathname(sqlite3_vfs* v, const char* name, int size, char* out)
 {
-    sqlite3_vfs* real = dataOf(vfs)->real;
-    return real->xFullPathname(real, name, size, out);
+    return passOn(v, &sqlite3_vfs::xFullPathname, name, size, out);
 }
-
-int vfsRandomness(sqlite3_vfs* vfs, int size, char* out)
-{
-    sqlite3_vfs* real = dataOf(vfs)->real;
-    return real->xRandomness(real, size, out);
-}
-
-int vfsSleep(sqlite3_vfs* vfs, int microseconds)
-{
-    sqlite3_vfs* real = dataOf(vfs)->real;
-    return real->xSleep(real, microseconds);
-}
-
-int vfsCurrentTime(sqlite3_vfs* vfs, double* out)
-{
-    sqlite3_vfs* real = dataOf(vfs)->real;
-    return real->xCurrentTime(real, out);
-}
-
-int vfsGetLastError(sqlite3_vfs* vfs, int size, char* out)
-{
-    sqlite3_vfs* real = dataOf(vfs)->real;
-    return real->xGetLastError(real, size, out);
-}
-
-int vfsCurrentTimeInt64(sqlite3_vfs* vfs, sqlite3_int64* out)
-{
-    sqlite3_vfs* real = dataOf(vfs)->real;
-    return real->xCurrentTimeInt64(real, out);
-}
+int vfsRandomness(sqlite3_vfs* v, int size, char* out) { return passOn(v, &sqlite3_vfs::xRandomness, size, out); }
+int vfsSleep(sqlite3_vfs* v, int microseconds) { return passOn(v, &sqlite3_vfs::xSleep, microseconds); }
+int vfsCurrentTime(sqlite3_vfs* v, double* out) { return passOn(v, &sqlite3_vfs::xCurrentTime, out); }
+int vfsGetLastError(sqlite3_vfs* v, int size, char* out) { return passOn(v, &sqlite3_vfs::xGetLastError, size, out); }
+int vfsCurrentTimeInt64(sqlite3_vfs* v, sqlite3_int64* out) { return passOn(v, &sqlite3_vfs::xCurrentTimeInt64, out); }
 
 }  // namespace
 
@@ -254,11 +155,7 @@ FaultVfs::FaultVfs()
     vfs.xDelete = vfsDelete;
     vfs.xAccess = vfsAccess;
     vfs.xFullPathname = vfsFullPathname;
-    // Loadable extensions are never used by the store.
-    vfs.xDlOpen = nullptr;
-    vfs.xDlError = nullptr;
-    vfs.xDlSym = nullptr;
-    vfs.xDlClose = nullptr;
+    // Loadable extensions are never used by the store: xDl* stay null.
     vfs.xRandomness = vfsRandomness;
     vfs.xSleep = vfsSleep;
     vfs.xCurrentTime = vfsCurrentTime;
