@@ -3,6 +3,8 @@
 // arithmetic on samples is where a reader goes wrong without a visible sign.
 #include "maker/Ek7Tapi/wave/LineWave.h"
 
+#include "maker/Ek7Acm/tests/ToneWave.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -10,33 +12,22 @@
 
 namespace {
 
-void put16(std::string& out, unsigned v)
-{
-    out += static_cast<char>(v & 0xFF);
-    out += static_cast<char>((v >> 8) & 0xFF);
-}
-
-void put32(std::string& out, std::uint32_t v)
-{
-    put16(out, v & 0xFFFF);
-    put16(out, v >> 16);
-}
-
 // An 8-bit PCM WAV at 8000 Hz of the given interleaved bytes.
 std::string wave8(int channels, const std::string& frames)
 {
+    const auto n = static_cast<std::uint32_t>(channels);
     std::string w = "RIFF";
-    put32(w, static_cast<std::uint32_t>(36 + frames.size()));
+    tone::put(w, static_cast<std::uint32_t>(36 + frames.size()), 4);
     w += "WAVEfmt ";
-    put32(w, 16);
-    put16(w, 1);
-    put16(w, static_cast<unsigned>(channels));
-    put32(w, 8000);
-    put32(w, 8000u * static_cast<unsigned>(channels));
-    put16(w, static_cast<unsigned>(channels));
-    put16(w, 8);
+    tone::put(w, 16, 4);
+    tone::put(w, 1, 2);
+    tone::put(w, n, 2);
+    tone::put(w, 8000, 4);
+    tone::put(w, 8000 * n, 4);
+    tone::put(w, n, 2);
+    tone::put(w, 8, 2);
     w += "data";
-    put32(w, static_cast<std::uint32_t>(frames.size()));
+    tone::put(w, static_cast<std::uint32_t>(frames.size()), 4);
     return w + frames;
 }
 
