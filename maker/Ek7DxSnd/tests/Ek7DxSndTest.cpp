@@ -38,21 +38,12 @@ WAVEFORMATEX pcm(int rate, int channels, int bits)
 // Mono 16-bit at 8 kHz unless said otherwise; samples in [-1, 1].
 void writeWave(const std::string& path, const std::vector<double>& x, const WAVEFORMATEX& f = pcm(8000, 1, 16))
 {
-    std::vector<char> bytes;
+    std::string bytes;
+    const int size = f.wBitsPerSample / 8;
+    const double scale = size == 4 ? 2147483647.0 : size == 2 ? 32767 : 127;
     for (double v : x)
-        for (int c = 0; c < f.nChannels; ++c) {
-            if (f.wBitsPerSample == 32) {
-                const auto s = static_cast<std::uint32_t>(static_cast<std::int32_t>(std::lround(v * 2147483647.0)));
-                for (int b = 0; b < 4; ++b)
-                    bytes.push_back(static_cast<char>((s >> (8 * b)) & 0xFF));
-            } else if (f.wBitsPerSample == 8) {
-                bytes.push_back(static_cast<char>(static_cast<unsigned char>(std::lround(v * 127) + 128)));
-            } else {
-                const auto s = static_cast<std::uint16_t>(static_cast<std::int16_t>(std::lround(v * 32767)));
-                bytes.push_back(static_cast<char>(s & 0xFF));
-                bytes.push_back(static_cast<char>(s >> 8));
-            }
-        }
+        for (int c = 0; c < f.nChannels; ++c)
+            tone::put(bytes, static_cast<std::uint32_t>(std::lround(v * scale) + (size == 1 ? 128 : 0)), size);
     WavFileWriter writer;
     ASSERT_TRUE(writer.create(path, f) && writer.write(bytes.data(), bytes.size()) && writer.finish());
 }
