@@ -14,6 +14,7 @@
 
 #include <chrono>
 #include <fstream>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -179,6 +180,40 @@ TEST_F(RpsStoreTest, DeleteIsAllOrNothing)
     std::vector<std::string> listed{"x"};
     ASSERT_EQ(RPS_List(store.c_str(), &listed), kRpsOk);
     EXPECT_TRUE(listed.empty());
+}
+
+TEST_F(RpsStoreTest, NullOrNegativeArgumentsAreRefusedAndChangeNothing)
+{
+    ASSERT_EQ(putText("a", "kept"), kRpsOk);
+    const char* s = store.c_str();
+    const char* f = src.path().c_str();
+    const char* one[] = {"a"};
+    const char* withNull[] = {"a", nullptr};
+    const std::uint64_t grown[] = {0, 0};
+    std::uint64_t size = 0;
+    const std::vector<std::pair<const char*, std::function<int()>>> calls = {
+        {"Create", [] { return RPS_Create(nullptr); }},
+        {"Put without store", [&] { return RPS_Put(nullptr, f, one, 1); }},
+        {"Put without folder", [&] { return RPS_Put(s, nullptr, one, 1); }},
+        {"Put a null name", [&] { return RPS_Put(s, f, withNull, 2); }},
+        {"Put a negative count", [&] { return RPS_Put(s, f, one, -1); }},
+        {"PutGrown without lengths", [&] { return RPS_PutGrown(s, f, one, nullptr, 1); }},
+        {"Update without removed names", [&] { return RPS_Update(s, f, one, grown, 1, nullptr, 1); }},
+        {"Get without names", [&] { return RPS_Get(s, f, nullptr, 1); }},
+        {"Delete a null name", [&] { return RPS_Delete(s, withNull, 2); }},
+        {"Info", [&] { return RPS_Info(s, nullptr); }},
+        {"LoadFile", [&] { return RPS_LoadFile(s, nullptr, "b"); }},
+        {"Exists", [&] { return RPS_Exists(s, nullptr); }},
+        {"MemberSize", [&] { return RPS_MemberSize(s, "a", nullptr); }},
+        {"MemberSize without name", [&] { return RPS_MemberSize(s, nullptr, &size); }},
+        {"List", [&] { return RPS_List(s, nullptr); }},
+        {"Compress", [] { return RPS_Compress(nullptr); }},
+        {"Check", [] { return RPS_Check(nullptr); }},
+    };
+    for (const auto& [what, call] : calls)
+        EXPECT_EQ(call(), kRpsErrInvalidArgument) << what;
+    EXPECT_EQ(member("a"), "kept");
+    EXPECT_EQ(dir.entries(), std::vector<std::string>{"data.vxt"});
 }
 
 TEST_F(RpsStoreTest, CompressGivesFreeSpaceBack)
