@@ -6,29 +6,20 @@
 // plays in the message player and becomes the answer machine's greeting.
 #include <gtest/gtest.h>
 
-#include <QFile>
-#include <QTemporaryDir>
-#include <QTreeView>
-
 #include <cstdio>
 #include <filesystem>
 #include <map>
 #include <set>
 
-#include "FakeServices.h"
-#include "RecordFactory.h"
 #include "ScriptedPrompt.h"
-#include "app/MainWindow.h"
+#include "StoreWindowFixture.h"
 #include "audio/ExportLauncher.h"
 #include "audio/MessagePlayer.h"
 #include "maker/Ek7Acm/tests/ToneWave.h"
 #include "maker/Ek7WavComp/Ek7WavComp.h"
 #include "maker/VXSAVE/VXSAVE.h"
 #include "platform/CallbackWindow.h"
-#include "platform/UserName.h"
-#include "res/resource.h"
 #include "store/ComponentFiles.h"
-#include "store/DataStoreService.h"
 #include "store/IndexLine.h"
 #include "store/RecordEditor.h"
 #include "store/RecordFiler.h"
@@ -82,48 +73,17 @@ std::string valueOf(const std::map<std::string, std::string>& found, const std::
     return it == found.end() ? "(no " + key + ")" : it->second;
 }
 
-std::string userWhoSaved()
-{
-    char name[257] = {};
-    DWORD size = sizeof name;
-    return GetUserNameA(name, &size) ? name : "";
-}
-
-class ExportTest : public ::testing::Test {
+class ExportTest : public StoreWindowTest {
 protected:
-    QTemporaryDir dir;
-    AppData app;
-    FakeServices fake;
-    DataStoreService store;
     ExportLauncher exporter;
-    std::unique_ptr<MainWindow> window;
-    std::unique_ptr<RecordFactory> records;
 
     void SetUp() override
     {
-        StartupServices services = fake.services();
-        services.store = &store;
-        services.exporter = &exporter;
-        window = std::make_unique<MainWindow>(app, services, QFile::encodeName(dir.path()).toStdString() + "/navo");
-        window->OnInitDialog();
-        ASSERT_EQ(app.StoreUnusable, kStoreHealthy);
-        records = std::make_unique<RecordFactory>(app, kSamples);
+        open([this](StartupServices& services) { services.exporter = &exporter; }, kSamples);
         fs::create_directories(out(""));
     }
-    void TearDown() override
-    {
-        store.deleteWorkingCopies(app);
-        store.workspace(app, 2, "*.*");
-    }
 
-    std::string out(const std::string& name) const { return dir.path().toStdString() + "/out/" + name; }
-    void selectAll(int listType)
-    {
-        window->fillList(listType);
-        auto* list = window->findChild<QTreeView*>("10002");
-        list->selectionModel()->setCurrentIndex(list->model()->index(0, 0), QItemSelectionModel::NoUpdate);
-        list->selectAll();
-    }
+    std::string out(const std::string& name) const { return root + "/out/" + name; }
     // The sound of a decoded file: length in samples at 8000 Hz and tone.
     void expectRampSound(const std::string& wave)
     {
@@ -164,7 +124,7 @@ TEST_F(ExportTest, Mp3ExportsAreNamedFromTheirRecordsTaggedAndSoundAsRecorded)
 
     const auto tags = probe(named);
     EXPECT_EQ(valueOf(tags, "tag:title"), "Q3 / plans: draft?");
-    EXPECT_EQ(valueOf(tags, "tag:artist"), userWhoSaved());
+    EXPECT_EQ(valueOf(tags, "tag:artist"), logOnName());
     EXPECT_EQ(valueOf(tags, "tag:date"), "2026");
     const std::string other = asked == plans ? out(budget) : out("chosen.mp3");
     ASSERT_EQ(std::system(("lame --quiet --decode '" + other + "' '" + out("decoded.wav") + "'").c_str()), 0);

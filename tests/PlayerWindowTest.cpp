@@ -6,22 +6,17 @@
 #include <QApplication>
 #include <QGuiApplication>
 #include <QProcess>
-#include <QLabel>
 #include <QPushButton>
 #include <QSlider>
-#include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
-#include <QTreeView>
 #include <gtest/gtest.h>
 
 #include <iostream>
 
-#include "FakeServices.h"
-#include "RecordFactory.h"
 #include "ScriptedPrompt.h"
+#include "StoreWindowFixture.h"
 #include "app/HotKeys.h"
-#include "app/MainWindow.h"
 #include "app/PlayerLauncher.h"
 #include "app/RecordListModel.h"
 #include "audio/MessagePlayerDialog.h"
@@ -30,7 +25,6 @@
 #include "platform/gui/GlobalHotKey.h"
 #include "platform/WindowMessages.h"
 #include "res/resource.h"
-#include "store/DataStoreService.h"
 #include "store/IndexLine.h"
 
 namespace {
@@ -54,15 +48,9 @@ bool pumpUntil(const std::function<bool()>& done, int timeoutMs = 10000)
     return done();
 }
 
-class PlayerWindowTest : public ::testing::Test {
+class PlayerWindowTest : public StoreWindowTest {
 protected:
-    QTemporaryDir dir;
-    AppData app;
-    FakeServices fake;
-    DataStoreService store;
     PlayerLauncher player;
-    std::unique_ptr<MainWindow> window;
-    std::unique_ptr<RecordFactory> records;
 
     void SetUp() override
     {
@@ -70,25 +58,15 @@ protected:
         qputenv("NAVO_AUDIO_PACE", "fast");
         qputenv("NAVO_AUDIO_OUTPUT", QFile::encodeName(dir.filePath("speaker.wav")));
         CallbackWindow::registerClass();
-        StartupServices services = fake.services();
-        services.store = &store;
-        services.player = &player;
-        window = std::make_unique<MainWindow>(app, services, QFile::encodeName(dir.path()).toStdString() + "/navo");
-        window->OnInitDialog();
-        ASSERT_EQ(app.StoreUnusable, kStoreHealthy);
-        records = std::make_unique<RecordFactory>(app, 2400);
+        open([this](StartupServices& services) { services.player = &player; }, 2400);
     }
     void TearDown() override
     {
-        store.deleteWorkingCopies(app);
-        store.workspace(app, 2, "*.*");
+        StoreWindowTest::TearDown();
         qunsetenv("NAVO_AUDIO");
         qunsetenv("NAVO_AUDIO_PACE");
         qunsetenv("NAVO_AUDIO_OUTPUT");
     }
-
-    QTreeView* list() const { return window->findChild<QTreeView*>("10002"); }
-    QString label(int id) const { return window->findChild<QLabel*>(QString::number(id))->text(); }
 };
 
 template <typename T>
