@@ -4,9 +4,10 @@
 // lame and checked by length and tone; the "ExpPrompt" choosers; WMV of a
 // video record. A compressed record (its sound made by Ek7WavComp) exports,
 // plays in the message player and becomes the answer machine's greeting.
+#include <QProcess>
 #include <gtest/gtest.h>
 
-#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <map>
 #include <set>
@@ -32,37 +33,20 @@ namespace {
 constexpr unsigned kSamples = 16000;  // two seconds at 8000 Hz
 constexpr double kRampHz = 500;       // the test recordings' ramp repeats every 16 samples
 
-std::string commandOutput(const std::string& command)
-{
-    std::string out;
-    FILE* pipe = popen(command.c_str(), "r");
-    if (pipe == nullptr)
-        return out;
-    char buffer[512];
-    while (std::fgets(buffer, sizeof buffer, pipe) != nullptr)
-        out += buffer;
-    pclose(pipe);
-    return out;
-}
-
-// ffprobe's view of a file: "section.key" → value, keys in lower case.
+// ffprobe's view of a file: "section.key" -> value, keys in lower case.
 std::map<std::string, std::string> probe(const std::string& path)
 {
+    QProcess ffprobe;
+    ffprobe.start(QStringLiteral("ffprobe"), {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-show_entries"),
+                                              QStringLiteral("format=format_name:format_tags:stream=codec_name"),
+                                              QStringLiteral("-of"), QStringLiteral("default=noprint_wrappers=1"),
+                                              QString::fromStdString(path)});
+    ffprobe.waitForFinished(20000);
     std::map<std::string, std::string> found;
-    const std::string text = commandOutput("ffprobe -v error -show_entries format=format_name:format_tags:"
-                                           "stream=codec_name -of default=noprint_wrappers=1 '" + path + "'");
-    std::size_t at = 0;
-    while (at < text.size()) {
-        const std::size_t end = text.find('\n', at);
-        const std::string line = text.substr(at, end - at);
-        at = end == std::string::npos ? text.size() : end + 1;
-        const std::size_t equals = line.find('=');
-        if (equals == std::string::npos)
-            continue;
-        std::string key = line.substr(0, equals);
-        for (char& c : key)
-            c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-        found[key] = line.substr(equals + 1);
+    for (const QString& line : QString::fromUtf8(ffprobe.readAllStandardOutput()).split(QLatin1Char('\n'))) {
+        const qsizetype equals = line.indexOf(QLatin1Char('='));
+        if (equals > 0)
+            found[line.left(equals).toLower().toStdString()] = line.mid(equals + 1).toStdString();
     }
     return found;
 }
