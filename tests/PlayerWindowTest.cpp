@@ -39,15 +39,6 @@ QTemporaryDir& configHome()
     return true;
 }();
 
-bool pumpUntil(const std::function<bool()>& done, int timeoutMs = 10000)
-{
-    QElapsedTimer clock;
-    clock.start();
-    while (!done() && clock.elapsed() < timeoutMs)
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-    return done();
-}
-
 class PlayerWindowTest : public StoreWindowTest {
 protected:
     PlayerLauncher player;
@@ -101,12 +92,12 @@ TEST_F(PlayerWindowTest, ADoubleClickedNewMessagePlaysWalksTheListAndTheCountFol
         const auto recId = [&] { return dialog->findChild<QLabel*>("recIdText")->text().toStdString(); };
         shownIds.push_back(recId());
         control<QPushButton>(dialog, IDC_PLAYER_START)->click();
-        EXPECT_TRUE(pumpUntil([&] { return dialog->player().state() == MessagePlayer::State::Stopped; }));
+        EXPECT_TRUE(QTest::qWaitFor([&] { return dialog->player().state() == MessagePlayer::State::Stopped; }, 10000));
         // Next Track: the next row of the list it was opened from, played.
         control<QPushButton>(dialog, IDC_PLAYER_NEXT)->click();
         shownIds.push_back(recId());
         EXPECT_FALSE(control<QPushButton>(dialog, IDC_PLAYER_NEXT)->isEnabled()) << "the last row";
-        EXPECT_TRUE(pumpUntil([&] { return dialog->player().state() == MessagePlayer::State::Stopped; }));
+        EXPECT_TRUE(QTest::qWaitFor([&] { return dialog->player().state() == MessagePlayer::State::Stopped; }, 10000));
         control<QPushButton>(dialog, IDC_PLAYER_OK)->click();
     });
     // A double click on Bob's row, as the user gives it.
@@ -152,9 +143,9 @@ TEST_F(PlayerWindowTest, TheDialogTakesTheHotKeysWhileOpenAndObeysThemAndTheMini
 
         // WM_HOTKEY with the Play key's id, then the mini player's Stop.
         PostMessage(dialog.handle(), WM_HOTKEY, ID_MINI_PLAY, 0);
-        ASSERT_TRUE(pumpUntil([&] { return dialog.player().state() == MessagePlayer::State::Playing; }, 2000));
+        ASSERT_TRUE(QTest::qWaitFor([&] { return dialog.player().state() == MessagePlayer::State::Playing; }, 2000));
         PostMessage(dialog.handle(), RegisterWindowMessageA("Message from Navo mini player"), 5, 0);
-        ASSERT_TRUE(pumpUntil([&] { return dialog.player().state() == MessagePlayer::State::Stopped; }, 2000));
+        ASSERT_TRUE(QTest::qWaitFor([&] { return dialog.player().state() == MessagePlayer::State::Stopped; }, 2000));
 
         // Effects...: the panel opens beside the player, wider; again closes it.
         playereffects::publishDirectXVersion(true);
@@ -247,9 +238,9 @@ TEST_F(PlayerWindowTest, X11AGrabbedKeyReachesThePlayerWhileAnotherProgramHasThe
     ASSERT_EQ(xdotool({"getwindowfocus"}), other);
 
     xdotool({"key", "ctrl+Page_Up"});  // Play
-    EXPECT_TRUE(pumpUntil([&] { return dialog.player().state() == MessagePlayer::State::Playing; }, 5000));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return dialog.player().state() == MessagePlayer::State::Playing; }, 5000));
     xdotool({"key", "ctrl+Page_Down"});  // Stop
-    EXPECT_TRUE(pumpUntil([&] { return dialog.player().state() == MessagePlayer::State::Stopped; }, 5000));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return dialog.player().state() == MessagePlayer::State::Stopped; }, 5000));
     EXPECT_EQ(xdotool({"getwindowfocus"}), other) << "the keys took the focus away";
 
     holder.closeWriteChannel();
