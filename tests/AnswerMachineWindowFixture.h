@@ -54,18 +54,34 @@ inline bool waitUntil(const std::function<bool()>& done, int timeoutMs = 15000)
     return true;
 }
 
-// Clicks "&Message" (button 2) in the incoming-call window once it is up and
-// delayMs have passed.
-inline void sendToTheMachineWhenAsked(int delayMs, bool* asked)
+// Clicks the button of the modal window titled title once it is up and
+// delayMs have passed (*asked, if given, is set when it is up); then, if
+// done is given, waits until done() and clicks the buttons of thenClick.
+inline void clickWhenUp(const QString& title, const QString& button, int delayMs = 0, bool* asked = nullptr,
+                        std::function<bool()> done = {}, const QStringList& thenClick = {})
 {
-    QTimer::singleShot(20, [delayMs, asked] {
+    QTimer::singleShot(20, [=] {
         QWidget* dialog = QApplication::activeModalWidget();
-        if (dialog == nullptr || dialog->windowTitle() != QStringLiteral("Navo : Incoming Call Detected")) {
-            sendToTheMachineWhenAsked(delayMs, asked);
+        if (dialog == nullptr || dialog->windowTitle() != title) {
+            clickWhenUp(title, button, delayMs, asked, done, thenClick);
             return;
         }
-        *asked = true;
-        QTimer::singleShot(delayMs, dialog, [dialog] { dialog->findChild<QPushButton*>(QStringLiteral("2"))->click(); });
+        if (asked != nullptr)
+            *asked = true;
+        QTimer::singleShot(delayMs, dialog, [=] {
+            dialog->findChild<QPushButton*>(button)->click();
+            if (!done)
+                return;
+            auto* poll = new QTimer(dialog);
+            QObject::connect(poll, &QTimer::timeout, dialog, [=] {
+                if (!done())
+                    return;
+                poll->stop();
+                for (const QString& name : thenClick)
+                    dialog->findChild<QPushButton*>(name)->click();
+            });
+            poll->start(20);
+        });
     });
 }
 

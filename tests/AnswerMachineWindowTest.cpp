@@ -226,7 +226,8 @@ TEST_P(OneCallMode, TheMachineTakesThatCallOnlyAndFilesIt)
     ASSERT_EQ(app.lineState->AnswerMachineOn, 0);
     window->fillList(kListPhone);
     bool asked = false;
-    sendToTheMachineWhenAsked(GetParam(), &asked);
+    // "&Message" (button 2) in the incoming-call window.
+    clickWhenUp(QStringLiteral("Navo : Incoming Call Detected"), QStringLiteral("2"), GetParam(), &asked);
     NavoLineProcess caller(setup.socketPath());
     caller.start({"call", "--rings", "12", "--number", "0117 496 0000", "--name", "Sent To Machine", "--say",
                   QString::fromStdString(voice())});

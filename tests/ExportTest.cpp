@@ -4,31 +4,23 @@
 // lame and checked by length and tone; the "ExpPrompt" choosers; WMV of a
 // video record. A compressed record (its sound made by Ek7WavComp) exports,
 // plays in the message player and becomes the answer machine's greeting.
+#include <QProcess>
 #include <gtest/gtest.h>
 
-#include <QFile>
-#include <QTemporaryDir>
-#include <QTreeView>
-
-#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <map>
 #include <set>
 
-#include "FakeServices.h"
-#include "RecordFactory.h"
 #include "ScriptedPrompt.h"
-#include "app/MainWindow.h"
+#include "StoreWindowFixture.h"
 #include "audio/ExportLauncher.h"
 #include "audio/MessagePlayer.h"
 #include "maker/Ek7Acm/tests/ToneWave.h"
 #include "maker/Ek7WavComp/Ek7WavComp.h"
 #include "maker/VXSAVE/VXSAVE.h"
 #include "platform/CallbackWindow.h"
-#include "platform/UserName.h"
-#include "res/resource.h"
 #include "store/ComponentFiles.h"
-#include "store/DataStoreService.h"
 #include "store/IndexLine.h"
 #include "store/RecordEditor.h"
 #include "store/RecordFiler.h"
@@ -41,37 +33,20 @@ namespace {
 constexpr unsigned kSamples = 16000;  // two seconds at 8000 Hz
 constexpr double kRampHz = 500;       // the test recordings' ramp repeats every 16 samples
 
-std::string commandOutput(const std::string& command)
-{
-    std::string out;
-    FILE* pipe = popen(command.c_str(), "r");
-    if (pipe == nullptr)
-        return out;
-    char buffer[512];
-    while (std::fgets(buffer, sizeof buffer, pipe) != nullptr)
-        out += buffer;
-    pclose(pipe);
-    return out;
-}
-
-// ffprobe's view of a file: "section.key" → value, keys in lower case.
+// ffprobe's view of a file: "section.key" -> value, keys in lower case.
 std::map<std::string, std::string> probe(const std::string& path)
 {
+    QProcess ffprobe;
+    ffprobe.start(QStringLiteral("ffprobe"), {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-show_entries"),
+                                              QStringLiteral("format=format_name:format_tags:stream=codec_name"),
+                                              QStringLiteral("-of"), QStringLiteral("default=noprint_wrappers=1"),
+                                              QString::fromStdString(path)});
+    ffprobe.waitForFinished(20000);
     std::map<std::string, std::string> found;
-    const std::string text = commandOutput("ffprobe -v error -show_entries format=format_name:format_tags:"
-                                           "stream=codec_name -of default=noprint_wrappers=1 '" + path + "'");
-    std::size_t at = 0;
-    while (at < text.size()) {
-        const std::size_t end = text.find('\n', at);
-        const std::string line = text.substr(at, end - at);
-        at = end == std::string::npos ? text.size() : end + 1;
-        const std::size_t equals = line.find('=');
-        if (equals == std::string::npos)
-            continue;
-        std::string key = line.substr(0, equals);
-        for (char& c : key)
-            c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-        found[key] = line.substr(equals + 1);
+    for (const QString& line : QString::fromUtf8(ffprobe.readAllStandardOutput()).split(QLatin1Char('\n'))) {
+        const qsizetype equals = line.indexOf(QLatin1Char('='));
+        if (equals > 0)
+            found[line.left(equals).toLower().toStdString()] = line.mid(equals + 1).toStdString();
     }
     return found;
 }
@@ -82,48 +57,17 @@ std::string valueOf(const std::map<std::string, std::string>& found, const std::
     return it == found.end() ? "(no " + key + ")" : it->second;
 }
 
-std::string userWhoSaved()
-{
-    char name[257] = {};
-    DWORD size = sizeof name;
-    return GetUserNameA(name, &size) ? name : "";
-}
-
-class ExportTest : public ::testing::Test {
+class ExportTest : public StoreWindowTest {
 protected:
-    QTemporaryDir dir;
-    AppData app;
-    FakeServices fake;
-    DataStoreService store;
     ExportLauncher exporter;
-    std::unique_ptr<MainWindow> window;
-    std::unique_ptr<RecordFactory> records;
 
     void SetUp() override
     {
-        StartupServices services = fake.services();
-        services.store = &store;
-        services.exporter = &exporter;
-        window = std::make_unique<MainWindow>(app, services, QFile::encodeName(dir.path()).toStdString() + "/navo");
-        window->OnInitDialog();
-        ASSERT_EQ(app.StoreUnusable, kStoreHealthy);
-        records = std::make_unique<RecordFactory>(app, kSamples);
+        open([this](StartupServices& services) { services.exporter = &exporter; }, kSamples);
         fs::create_directories(out(""));
     }
-    void TearDown() override
-    {
-        store.deleteWorkingCopies(app);
-        store.workspace(app, 2, "*.*");
-    }
 
-    std::string out(const std::string& name) const { return dir.path().toStdString() + "/out/" + name; }
-    void selectAll(int listType)
-    {
-        window->fillList(listType);
-        auto* list = window->findChild<QTreeView*>("10002");
-        list->selectionModel()->setCurrentIndex(list->model()->index(0, 0), QItemSelectionModel::NoUpdate);
-        list->selectAll();
-    }
+    std::string out(const std::string& name) const { return root + "/out/" + name; }
     // The sound of a decoded file: length in samples at 8000 Hz and tone.
     void expectRampSound(const std::string& wave)
     {
@@ -164,7 +108,7 @@ TEST_F(ExportTest, Mp3ExportsAreNamedFromTheirRecordsTaggedAndSoundAsRecorded)
 
     const auto tags = probe(named);
     EXPECT_EQ(valueOf(tags, "tag:title"), "Q3 / plans: draft?");
-    EXPECT_EQ(valueOf(tags, "tag:artist"), userWhoSaved());
+    EXPECT_EQ(valueOf(tags, "tag:artist"), logOnName());
     EXPECT_EQ(valueOf(tags, "tag:date"), "2026");
     const std::string other = asked == plans ? out(budget) : out("chosen.mp3");
     ASSERT_EQ(std::system(("lame --quiet --decode '" + other + "' '" + out("decoded.wav") + "'").c_str()), 0);

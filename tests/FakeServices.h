@@ -84,13 +84,7 @@ public:
         return saveResult;
     }
     void deleteWorkingCopies(AppData&) override { calls.push_back("delete working copies"); }
-    int deleteRecords(AppData&, const std::vector<std::string>& recIds) override
-    {
-        deleted.insert(deleted.end(), recIds.begin(), recIds.end());
-        return deleteFailures;
-    }
-    std::vector<std::string> deleted;
-    int deleteFailures = 0;
+    int deleteRecords(AppData&, const std::vector<std::string>&) override { return 0; }
     int storeInfo(const std::string&, std::uint64_t& size, std::uint64_t& reclaimable) override
     {
         size = infoSize;
@@ -120,7 +114,7 @@ public:
     }
     std::string statusText() const override { return "Line monitoring inactive"; }
     bool monitoring() const override { return lineMonitoring; }
-    bool answerMachineOn() const override { return answering; }
+    bool answerMachineOn() const override { return false; }
     bool callWaitingForUser() const override { return callWaiting; }
     void setMessagesWaiting(int count) override { messagesWaiting = count; }
     StartResult startMonitoring(QObject*) override
@@ -162,7 +156,6 @@ public:
     StartResult startResult = StartResult::Started;
     IncomingChoice incomingChoice = IncomingChoice::ToAnswerMachine;
     bool lineMonitoring = false;
-    bool answering = false;
     bool callWaiting = false;
     int messagesWaiting = -1;
 
@@ -198,11 +191,10 @@ public:
     int useDictationAsGreeting(AppData&, const std::string& recordFileName) override
     {
         calls.push_back("greeting from " + recordFileName);
-        return greetingResult;
+        return 0;
     }
     Switch switchOnResult = Switch::NotAvailable;
     Switch switchOffResult = Switch::NotAvailable;
-    int greetingResult = 0;
 
     int runDialog(AppData&, QWidget*) override
     {

@@ -183,32 +183,6 @@ protected:
     std::vector<int> reports;
 };
 
-// Clicks a button of the modal window titled title once it is up; then, if
-// done is given, waits until done() and clicks the buttons of thenClick.
-void clickWhenUp(const QString& title, const QString& button, std::function<bool()> done = {},
-                 const QStringList& thenClick = {})
-{
-    QTimer::singleShot(20, [=] {
-        QWidget* dialog = QApplication::activeModalWidget();
-        if (dialog == nullptr || dialog->windowTitle() != title) {
-            clickWhenUp(title, button, done, thenClick);
-            return;
-        }
-        dialog->findChild<QPushButton*>(button)->click();
-        if (!done)
-            return;
-        auto* poll = new QTimer(dialog);
-        QObject::connect(poll, &QTimer::timeout, dialog, [=] {
-            if (!done())
-                return;
-            poll->stop();
-            for (const QString& name : thenClick)
-                dialog->findChild<QPushButton*>(name)->click();
-        });
-        poll->start(20);
-    });
-}
-
 // Navo calls out (+155 from the phone book), baresip answers; while the
 // call is up a dictation is played into it (2114, dialog 138) and baresip
 // hears it, and the microphone; baresip hangs up and the call, both sides,
@@ -236,7 +210,7 @@ TEST_F(PhoneRecorderSip, NavoCallsOutPlaysADictationIntoTheCallAndRecordsBothSid
     // 2114 plays the selected record into the call.
     window->findChild<QTreeView*>(QString::number(IDC_RECORD_LIST))->selectionModel()->select(model()->index(0, 0),
                                                         QItemSelectionModel::Select | QItemSelectionModel::Rows);
-    clickWhenUp(QStringLiteral("Navo Phone Message Player"), QString::number(IDC_LINE_PLAY),
+    clickWhenUp(QStringLiteral("Navo Phone Message Player"), QString::number(IDC_LINE_PLAY), 0, nullptr,
                 [this] { return app.lineState->Playing == 0; },
                 {QString::number(IDC_LINE_STOP), QString::number(IDC_LINE_CANCEL)});
     window->runCommand(ID_RECORD_PLAY_OVER_LINE);

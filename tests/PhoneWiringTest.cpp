@@ -7,28 +7,21 @@
 // export and import from the File menu. The store is real for the window.
 #include <QAction>
 #include <QCoreApplication>
-#include <QLabel>
 #include <QMenu>
-#include <QTemporaryDir>
-#include <QTreeView>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 
-#include "FakeServices.h"
-#include "RecordFactory.h"
 #include "ScriptedPrompt.h"
-#include "app/MainWindow.h"
+#include "StoreWindowFixture.h"
 #include "core/ProfileSettings.h"
 #include "core/SettingsKeys.h"
 #include "maker/Ek7Tapi/Ek7Tapi.h"
 #include "platform/Trace.h"
 #include "platform/WindowMessages.h"
 #include "res/resource.h"
-#include "store/DataStoreService.h"
 #include "store/ComponentFiles.h"
 #include "telephony/LineController.h"
 #include "telephony/PhoneBook.h"
@@ -307,36 +300,21 @@ TEST_F(LineControllerTest, CallsPickedUpPlacedAndEndedReachThePhoneRecorder)
 
 // --- The window's side ------------------------------------------------------
 
-class PhoneWiring : public ::testing::Test {
+class PhoneWiring : public StoreWindowTest {
 protected:
-    QTemporaryDir dir;
-    AppData app;
-    FakeServices fake;
-    DataStoreService store;
     LineState block{};
-    std::unique_ptr<MainWindow> window;
 
     void SetUp() override
     {
         fake.modemChoice = 0;  // a modem is chosen on the first start
-        StartupServices services = fake.services();
-        services.store = &store;
-        window = std::make_unique<MainWindow>(app, services, QFile::encodeName(dir.path()).toStdString() + "/navo");
-        window->OnInitDialog();
-        ASSERT_EQ(app.StoreUnusable, kStoreHealthy);
+        open();
         app.lineState = &block;  // the scripted line has no block of its own
         fake.calls.clear();
-    }
-    void TearDown() override
-    {
-        store.deleteWorkingCopies(app);
-        store.workspace(app, 2, "*.*");
     }
 
     QAction* command(int id) const { return window->commandAction(id); }
     bool enabled(int id) const { return command(id)->isEnabled(); }
     bool checked(int id) const { return command(id)->isChecked(); }
-    QString status() const { return window->findChild<QLabel*>(QString::number(IDC_STATUS_TEXT))->text(); }
 };
 
 TEST_F(PhoneWiring, ThePhoneMenuFollowsTheControllerWhateverAClickToggled)
@@ -358,7 +336,7 @@ TEST_F(PhoneWiring, ThePhoneMenuFollowsTheControllerWhateverAClickToggled)
     EXPECT_TRUE(enabled(ID_ANSWER_MACHINE_OFF));
     EXPECT_FALSE(enabled(ID_START_MONITORING));
     EXPECT_TRUE(enabled(ID_STOP_MONITORING));
-    EXPECT_EQ(status().toStdString(), "Line monitoring inactive : Using Navo File : " + app.DataStorePath);
+    EXPECT_EQ(label(IDC_STATUS_TEXT).toStdString(), "Line monitoring inactive : Using Navo File : " + app.DataStorePath);
 
     // Line messages posted to the window reach the controller.
     PostMessage(window->handle(), kEk7MsgConnected, 0, 0);
@@ -371,19 +349,10 @@ TEST_F(PhoneWiring, ThePhoneMenuFollowsTheControllerWhateverAClickToggled)
 
 TEST_F(PhoneWiring, UseDictationAsGreetingTakesTheOneSelectedDictation)
 {
-    RecordFactory records(app);
-    records.dictation("Hello, you have reached Ann");
-    records.dictation("Another one");
-    records.message("Bob", "0800 1", true);
-    ASSERT_EQ(records.lastResult(), 0);
-    QTreeView* list = window->findChild<QTreeView*>(QString::number(IDC_RECORD_LIST));
-    auto select = [&](std::initializer_list<int> rows) {
-        QItemSelectionModel* selection = list->selectionModel();
-        selection->clearSelection();
-        selection->setCurrentIndex(list->model()->index(*rows.begin(), 0), QItemSelectionModel::NoUpdate);
-        for (int row : rows)
-            selection->select(list->model()->index(row, 0), QItemSelectionModel::Select | QItemSelectionModel::Rows);
-    };
+    records->dictation("Hello, you have reached Ann");
+    records->dictation("Another one");
+    records->message("Bob", "0800 1", true);
+    ASSERT_EQ(records->lastResult(), 0);
 
     window->fillList(kListDictation);
     select({1});  // newest first: the first dictation
@@ -410,13 +379,10 @@ TEST_F(PhoneWiring, UseDictationAsGreetingTakesTheOneSelectedDictation)
 // window, which places it) only when the line can place it.
 TEST_F(PhoneWiring, RedialAndAddToPhoneBookTakeTheSelectedCall)
 {
-    RecordFactory records(app);
-    records.message("Ann Smith", "0161 496", true);
-    ASSERT_EQ(records.lastResult(), 0);
+    records->message("Ann Smith", "0161 496", true);
+    ASSERT_EQ(records->lastResult(), 0);
     window->fillList(kListPhone);
-    QTreeView* list = window->findChild<QTreeView*>(QString::number(IDC_RECORD_LIST));
-    list->selectionModel()->setCurrentIndex(list->model()->index(0, 0),
-                                            QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    select({0});
     std::unique_ptr<QMenu> menu = window->recordMenu();
     ASSERT_NE(menu, nullptr);
     QAction* add = menu->findChild<QAction*>(QString::number(ID_RECORD_ADD_TO_PHONEBOOK));

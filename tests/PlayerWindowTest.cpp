@@ -6,22 +6,17 @@
 #include <QApplication>
 #include <QGuiApplication>
 #include <QProcess>
-#include <QLabel>
 #include <QPushButton>
 #include <QSlider>
-#include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
-#include <QTreeView>
 #include <gtest/gtest.h>
 
 #include <iostream>
 
-#include "FakeServices.h"
-#include "RecordFactory.h"
 #include "ScriptedPrompt.h"
+#include "StoreWindowFixture.h"
 #include "app/HotKeys.h"
-#include "app/MainWindow.h"
 #include "app/PlayerLauncher.h"
 #include "app/RecordListModel.h"
 #include "audio/MessagePlayerDialog.h"
@@ -30,7 +25,6 @@
 #include "platform/gui/GlobalHotKey.h"
 #include "platform/WindowMessages.h"
 #include "res/resource.h"
-#include "store/DataStoreService.h"
 #include "store/IndexLine.h"
 
 namespace {
@@ -45,24 +39,9 @@ QTemporaryDir& configHome()
     return true;
 }();
 
-bool pumpUntil(const std::function<bool()>& done, int timeoutMs = 10000)
-{
-    QElapsedTimer clock;
-    clock.start();
-    while (!done() && clock.elapsed() < timeoutMs)
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-    return done();
-}
-
-class PlayerWindowTest : public ::testing::Test {
+class PlayerWindowTest : public StoreWindowTest {
 protected:
-    QTemporaryDir dir;
-    AppData app;
-    FakeServices fake;
-    DataStoreService store;
     PlayerLauncher player;
-    std::unique_ptr<MainWindow> window;
-    std::unique_ptr<RecordFactory> records;
 
     void SetUp() override
     {
@@ -70,25 +49,15 @@ protected:
         qputenv("NAVO_AUDIO_PACE", "fast");
         qputenv("NAVO_AUDIO_OUTPUT", QFile::encodeName(dir.filePath("speaker.wav")));
         CallbackWindow::registerClass();
-        StartupServices services = fake.services();
-        services.store = &store;
-        services.player = &player;
-        window = std::make_unique<MainWindow>(app, services, QFile::encodeName(dir.path()).toStdString() + "/navo");
-        window->OnInitDialog();
-        ASSERT_EQ(app.StoreUnusable, kStoreHealthy);
-        records = std::make_unique<RecordFactory>(app, 2400);
+        open([this](StartupServices& services) { services.player = &player; }, 2400);
     }
     void TearDown() override
     {
-        store.deleteWorkingCopies(app);
-        store.workspace(app, 2, "*.*");
+        StoreWindowTest::TearDown();
         qunsetenv("NAVO_AUDIO");
         qunsetenv("NAVO_AUDIO_PACE");
         qunsetenv("NAVO_AUDIO_OUTPUT");
     }
-
-    QTreeView* list() const { return window->findChild<QTreeView*>("10002"); }
-    QString label(int id) const { return window->findChild<QLabel*>(QString::number(id))->text(); }
 };
 
 template <typename T>
@@ -123,12 +92,12 @@ TEST_F(PlayerWindowTest, ADoubleClickedNewMessagePlaysWalksTheListAndTheCountFol
         const auto recId = [&] { return dialog->findChild<QLabel*>("recIdText")->text().toStdString(); };
         shownIds.push_back(recId());
         control<QPushButton>(dialog, IDC_PLAYER_START)->click();
-        EXPECT_TRUE(pumpUntil([&] { return dialog->player().state() == MessagePlayer::State::Stopped; }));
+        EXPECT_TRUE(QTest::qWaitFor([&] { return dialog->player().state() == MessagePlayer::State::Stopped; }, 10000));
         // Next Track: the next row of the list it was opened from, played.
         control<QPushButton>(dialog, IDC_PLAYER_NEXT)->click();
         shownIds.push_back(recId());
         EXPECT_FALSE(control<QPushButton>(dialog, IDC_PLAYER_NEXT)->isEnabled()) << "the last row";
-        EXPECT_TRUE(pumpUntil([&] { return dialog->player().state() == MessagePlayer::State::Stopped; }));
+        EXPECT_TRUE(QTest::qWaitFor([&] { return dialog->player().state() == MessagePlayer::State::Stopped; }, 10000));
         control<QPushButton>(dialog, IDC_PLAYER_OK)->click();
     });
     // A double click on Bob's row, as the user gives it.
@@ -174,9 +143,9 @@ TEST_F(PlayerWindowTest, TheDialogTakesTheHotKeysWhileOpenAndObeysThemAndTheMini
 
         // WM_HOTKEY with the Play key's id, then the mini player's Stop.
         PostMessage(dialog.handle(), WM_HOTKEY, ID_MINI_PLAY, 0);
-        ASSERT_TRUE(pumpUntil([&] { return dialog.player().state() == MessagePlayer::State::Playing; }, 2000));
+        ASSERT_TRUE(QTest::qWaitFor([&] { return dialog.player().state() == MessagePlayer::State::Playing; }, 2000));
         PostMessage(dialog.handle(), RegisterWindowMessageA("Message from Navo mini player"), 5, 0);
-        ASSERT_TRUE(pumpUntil([&] { return dialog.player().state() == MessagePlayer::State::Stopped; }, 2000));
+        ASSERT_TRUE(QTest::qWaitFor([&] { return dialog.player().state() == MessagePlayer::State::Stopped; }, 2000));
 
         // Effects...: the panel opens beside the player, wider; again closes it.
         playereffects::publishDirectXVersion(true);
@@ -269,9 +238,9 @@ TEST_F(PlayerWindowTest, X11AGrabbedKeyReachesThePlayerWhileAnotherProgramHasThe
     ASSERT_EQ(xdotool({"getwindowfocus"}), other);
 
     xdotool({"key", "ctrl+Page_Up"});  // Play
-    EXPECT_TRUE(pumpUntil([&] { return dialog.player().state() == MessagePlayer::State::Playing; }, 5000));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return dialog.player().state() == MessagePlayer::State::Playing; }, 5000));
     xdotool({"key", "ctrl+Page_Down"});  // Stop
-    EXPECT_TRUE(pumpUntil([&] { return dialog.player().state() == MessagePlayer::State::Stopped; }, 5000));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return dialog.player().state() == MessagePlayer::State::Stopped; }, 5000));
     EXPECT_EQ(xdotool({"getwindowfocus"}), other) << "the keys took the focus away";
 
     holder.closeWriteChannel();

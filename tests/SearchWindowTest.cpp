@@ -10,21 +10,15 @@
 #include <QPdfWriter>
 #include <QProcess>
 #include <QStandardPaths>
-#include <QTemporaryDir>
-#include <QTreeView>
 #include <QTest>
 #include <gtest/gtest.h>
 
-#include "FakeServices.h"
-#include "RecordFactory.h"
 #include "ScriptedPrompt.h"
+#include "StoreWindowFixture.h"
 #include "app/ListPrinter.h"
 #include "app/ListPrinting.h"
-#include "app/MainWindow.h"
 #include "app/RecordListModel.h"
 #include "app/SearchDialog.h"
-#include "res/resource.h"
-#include "store/DataStoreService.h"
 #include "store/IndexLine.h"
 
 namespace {
@@ -40,30 +34,8 @@ QString pdfText(const QString& pdf)
     return QString::fromUtf8(process.readAllStandardOutput());
 }
 
-class SearchWindowTest : public ::testing::Test {
+class SearchWindowTest : public StoreWindowTest {
 protected:
-    QTemporaryDir dir;
-    AppData app;
-    FakeServices fake;
-    DataStoreService store;
-    std::unique_ptr<MainWindow> window;
-    std::unique_ptr<RecordFactory> records;
-
-    void SetUp() override
-    {
-        StartupServices services = fake.services();
-        services.store = &store;
-        window = std::make_unique<MainWindow>(app, services, QFile::encodeName(dir.path()).toStdString() + "/navo");
-        window->OnInitDialog();
-        ASSERT_EQ(app.StoreUnusable, kStoreHealthy);
-        records = std::make_unique<RecordFactory>(app);
-    }
-    void TearDown() override
-    {
-        store.deleteWorkingCopies(app);
-        store.workspace(app, 2, "*.*");
-    }
-
     static QStringList column(const SearchDialog& dialog, int column)
     {
         QStringList cells;
@@ -184,24 +156,23 @@ TEST_F(SearchWindowTest, PrintingToPdfGivesEveryRowWithHeaderAndPageNumbers)
     // The main list as shown, through the same describe() Print uses.
     for (int i = 0; i < 70; ++i)
         records->dictation("Letter number " + std::to_string(i), i % 4);
-    window->fillList(1);
-    auto* view = window->findChild<QTreeView*>(QString::number(IDC_RECORD_LIST));
-    const PrintedList list = listprinting::describe(app, *window->recordModel(), *view, QStringLiteral("Dictation"));
-    ASSERT_EQ(list.rows.size(), 70);
-    EXPECT_EQ(list.titles, (QStringList{"ID", "Subject", "Date", "Time", "Duration"}));
+    window->fillList(kListDictation);
+    const PrintedList printed = listprinting::describe(app, *window->recordModel(), *list(), QStringLiteral("Dictation"));
+    ASSERT_EQ(printed.rows.size(), 70);
+    EXPECT_EQ(printed.titles, (QStringList{"ID", "Subject", "Date", "Time", "Duration"}));
 
     const QString pdf = dir.filePath(QStringLiteral("list.pdf"));
     QPdfWriter writer(pdf);
     writer.setPageSize(QPageSize(QPageSize::A4));
     writer.setResolution(300);
-    const int expected = ListPrinter::pageCount(list, &writer);
-    const int pages = ListPrinter::print(list, &writer);
+    const int expected = ListPrinter::pageCount(printed, &writer);
+    const int pages = ListPrinter::print(printed, &writer);
     ASSERT_GT(pages, 1);  // 70 rows do not fit one page
     EXPECT_EQ(pages, expected);
     // print() ends its painter, which finishes the file.
 
     const QString text = pdfText(pdf);
-    for (const QStringList& row : list.rows) {
+    for (const QStringList& row : printed.rows) {
         EXPECT_TRUE(text.contains(row[0])) << row[0].toStdString();
         EXPECT_TRUE(text.contains(row[1])) << row[1].toStdString();
     }
@@ -209,7 +180,7 @@ TEST_F(SearchWindowTest, PrintingToPdfGivesEveryRowWithHeaderAndPageNumbers)
     EXPECT_EQ(text.count(QStringLiteral("Subject")), pages);
     EXPECT_TRUE(text.contains(QStringLiteral("Page 1 of %1").arg(pages)));
     EXPECT_TRUE(text.contains(QStringLiteral("Page %1 of %1").arg(pages)));
-    EXPECT_TRUE(text.contains(list.date));
+    EXPECT_TRUE(text.contains(printed.date));
     // The hidden columns stay off the paper.
     EXPECT_FALSE(text.contains(QStringLiteral(".vxz")));
 }

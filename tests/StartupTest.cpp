@@ -110,6 +110,14 @@ protected:
     FakeServices fake;
     ScriptedPrompt prompt;
 
+    // The value of key in the log-on user's section of NAVO.ini.
+    std::string written(const std::string& key) const
+    {
+        for (const Entry& e : sectionEntries(install.ini(), logOnName()))
+            if (e.key == key)
+                return e.value;
+        return "(missing)";
+    }
     std::unique_ptr<MainWindow> start()
     {
         auto window = std::make_unique<MainWindow>(app, fake.services(), install.executable());
@@ -179,18 +187,6 @@ TEST_F(StartupTest, FirstStartWritesEveryDefaultInOrderAndBuildsAStore)
     EXPECT_FALSE(window->commandRequested(2005));
 }
 
-TEST_F(StartupTest, ModemChosenOnFirstStartIsWrittenInBase16)
-{
-    fake.modemChoice = 10;
-    start();
-    EXPECT_TRUE(fake.chosen);
-    EXPECT_EQ(fake.device, 10);
-    const auto entries = sectionEntries(install.ini(), logOnName());
-    const auto commId = std::find_if(entries.begin(), entries.end(), [](const Entry& e) { return e.key == "CommID"; });
-    ASSERT_NE(commId, entries.end());
-    EXPECT_EQ(commId->value, "a");
-}
-
 TEST_F(StartupTest, ExistingProfileReadsItsSettings)
 {
     writeFile(install.ini(), "; kept by hand\n[Default]\nInternet=http://example.org/r\n[" + logOnName() +
@@ -213,15 +209,10 @@ TEST_F(StartupTest, ExistingProfileReadsItsSettings)
 
     const std::string ini = readFile(install.ini());
     EXPECT_EQ(ini.rfind("; kept by hand\n", 0), 0u) << ini;
-    const auto entries = sectionEntries(install.ini(), logOnName());
-    const auto find = [&](const std::string& key) {
-        const auto it = std::find_if(entries.begin(), entries.end(), [&](const Entry& e) { return e.key == key; });
-        return it == entries.end() ? std::string("(missing)") : it->value;
-    };
-    EXPECT_EQ(find("Internet"), "http://example.org/r");
-    EXPECT_EQ(find("Compress"), "Y");
-    EXPECT_EQ(find("RecQual"), "7");
-    EXPECT_EQ(find("Silence"), "(missing)");  // only the Options dialog writes it
+    EXPECT_EQ(written("Internet"), "http://example.org/r");
+    EXPECT_EQ(written("Compress"), "Y");
+    EXPECT_EQ(written("RecQual"), "7");
+    EXPECT_EQ(written("Silence"), "(missing)");  // only the Options dialog writes it
 
     // Start Monitoring follows the chosen device; Stop Monitoring starts off.
     EXPECT_TRUE(window->commandRequested(2003));
@@ -233,11 +224,12 @@ TEST_F(StartupTest, SettingsThatAreMissingOrOddAreReadAsTheyAlwaysWere)
 {
     writeFile(install.ini(), "[" + logOnName() + "]\nLastPath=/data\nCommID=X\nRings=zz\n"
                                  "ExpPrompt=N\nRecQual=\nAutoMessage=2\n");
-    fake.modemChoice = 3;
+    fake.modemChoice = 10;
     auto window = start();
 
     EXPECT_EQ(std::count(fake.calls.begin(), fake.calls.end(), "select modem"), 1);
-    EXPECT_EQ(fake.device, 3);
+    EXPECT_EQ(fake.device, 10);
+    EXPECT_EQ(written("CommID"), "a");  // in base 16
     EXPECT_EQ(fake.rings, 1);  // not a number: the lowest the Options dialog offers
     // Neither "0" nor "1": the answer machine is left alone and no list filled.
     EXPECT_EQ(std::count(fake.calls.begin(), fake.calls.end(), "answer machine on"), 0);
