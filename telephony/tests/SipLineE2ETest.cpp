@@ -612,19 +612,19 @@ public:
     // "403", ...), or empty after timeoutMs.
     QByteArray answer(int timeoutMs)
     {
-        QElapsedTimer timer;
-        timer.start();
-        while (timer.elapsed() < timeoutMs) {
-            while (m_socket.hasPendingDatagrams()) {
-                QByteArray reply(static_cast<int>(m_socket.pendingDatagramSize()), '\0');
-                m_socket.readDatagram(reply.data(), reply.size());
-                const QByteArray status = reply.mid(8, 3);
-                if (reply.startsWith("SIP/2.0 ") && status != "100")
-                    return status;
-            }
-            MessageLog::pump(2);
-        }
-        return {};
+        QByteArray status;
+        pumpUntil(
+            [&] {
+                while (status.isEmpty() && m_socket.hasPendingDatagrams()) {
+                    QByteArray reply(static_cast<int>(m_socket.pendingDatagramSize()), '\0');
+                    m_socket.readDatagram(reply.data(), reply.size());
+                    if (reply.startsWith("SIP/2.0 ") && reply.mid(8, 3) != "100")
+                        status = reply.mid(8, 3);
+                }
+                return !status.isEmpty();
+            },
+            timeoutMs);
+        return status;
     }
 
 private:
