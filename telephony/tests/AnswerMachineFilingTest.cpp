@@ -27,14 +27,6 @@ namespace fs = std::filesystem;
 
 constexpr std::time_t kStart = 1795341600;  // 22/11/2026 10:00:00 UTC
 
-// The line as it must be: the fields, one space, blanks to 400, "\n".
-std::string padded(std::string fields)
-{
-    fields += ' ';
-    fields.append(400 - fields.size(), ' ');
-    return fields + "\n";
-}
-
 std::string member(const std::string& container, const std::string& name, const std::string& folder)
 {
     fs::create_directories(folder);
@@ -71,9 +63,10 @@ TEST_F(AnswerMachineFiling, AMessageIsFiledByteForByte)
 
     ASSERT_EQ(message.fileAt(app, "Zoe Smith", "01632 960001", kStart + 75), 0);
 
-    const std::string expected = padded(
-        "00000001 2 Zoe\xACSmith  01632\xAC" "960001   22/11/2026\xAC" "10:00:00 22/11/2026\xAC" "10:01:15 00:01:15 7 0");
-    ASSERT_EQ(expected.size(), 401u);
+    // The fields, one space, blanks to 400, "\n".
+    std::string expected =
+        "00000001 2 Zoe\xACSmith  01632\xAC" "960001   22/11/2026\xAC" "10:00:00 22/11/2026\xAC" "10:01:15 00:01:15 7 0 ";
+    expected += std::string(400 - expected.size(), ' ') + "\n";
     EXPECT_EQ(message.filedLine(), expected);
     // The same bytes in the phone family file, in the record's own "vxl"
     // copy inside its record file, and in the index.
