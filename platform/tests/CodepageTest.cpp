@@ -6,15 +6,10 @@
 
 TEST(Codepage, EveryByteIsOneCharacterAndRoundTrips)
 {
-    for (int b = 0; b < 256; ++b) {
-        const std::string byte(1, static_cast<char>(b));
-        const QString text = fromAnsi(byte);
-        ASSERT_EQ(text.size(), 1) << b;
-        EXPECT_EQ(toAnsi(text), byte) << b;
-    }
     std::string all;
     for (int b = 0; b < 256; ++b)
         all += static_cast<char>(b);
+    ASSERT_EQ(fromAnsi(all).size(), 256);
     EXPECT_EQ(toAnsi(fromAnsi(all)), all);
     // The UTF-8 path (the index's text) uses the same table.
     EXPECT_EQ(QByteArray::fromStdString(utf8FromAnsi(all)), fromAnsi(all).toUtf8());

@@ -163,37 +163,37 @@ TEST_F(ComponentExchangeTest, BadInputIsRefusedWithItsNameAndReasonAndChangesNot
     MergeReport report;
     std::string error;
 
-    // A templates file whose second line is not a template.
+    // Each bad source, refused with its name and reason.
+    namespace cx = componentexchange;
+    using Import = int (*)(const AppData&, const std::string&, MergeReport*, std::string*);
     const std::string badTemplates = root() + "/bad.vxc";
     writeAll(badTemplates, recordtemplates::lineOf(templateOf("Fine", "ok")) + "hello there\n");
-    EXPECT_EQ(componentexchange::importTemplatesFromFile(app, badTemplates, &report, &error),
-              componentexchange::kBadSource);
-    EXPECT_EQ(error, badTemplates + ": line 2 is not a record template");
-    // An agendas file without the counter, and one with a broken line.
+    const std::string noCounter = root() + "/nocounter.vxa";
+    writeAll(noCounter, "Board Minutes\n");
     const std::string badAgendas = root() + "/bad.vxa";
-    writeAll(badAgendas, "Board Minutes\n");
-    EXPECT_EQ(componentexchange::importAgendasFromFile(app, badAgendas, &report, &error),
-              componentexchange::kBadSource);
-    EXPECT_EQ(error, badAgendas + ": it does not begin with the agendas' nine-digit counter");
     writeAll(badAgendas, "999999999\nNew Item\nBroken  double space\n");
-    EXPECT_EQ(componentexchange::importAgendasFromFile(app, badAgendas, &report, &error),
-              componentexchange::kBadSource);
-    EXPECT_EQ(error, badAgendas + ": line 3 is not a meeting agenda");
-    // A missing file, a file that is no store, and a store without the member.
-    EXPECT_EQ(componentexchange::importTemplatesFromFile(app, root() + "/none.vxc", &report, &error),
-              componentexchange::kBadSource);
-    EXPECT_EQ(error, root() + "/none.vxc: there is no such file");
     const std::string notAStore = root() + "/notes.vxt";
     writeAll(notAStore, "just some notes, not a data store");
-    EXPECT_EQ(componentexchange::importAgendasFromStore(app, notAStore, &report, &error),
-              componentexchange::kBadSource);
-    EXPECT_EQ(error, notAStore + ": not a data store (not a database)");
     buildOther();
     const char* templates[] = {components::kTemplates};
     ASSERT_EQ(RPS_Delete(other.DataStorePath.c_str(), templates, 1), 0);
-    EXPECT_EQ(componentexchange::importTemplatesFromStore(app, other.DataStorePath, &report, &error),
-              componentexchange::kNoMember);
-    EXPECT_EQ(error, other.DataStorePath + ": the data store has no Telvarine.vxc");
+    const struct {
+        Import import;
+        std::string source;
+        int code;
+        std::string reason;
+    } cases[] = {
+        {cx::importTemplatesFromFile, badTemplates, cx::kBadSource, "line 2 is not a record template"},
+        {cx::importAgendasFromFile, noCounter, cx::kBadSource, "it does not begin with the agendas' nine-digit counter"},
+        {cx::importAgendasFromFile, badAgendas, cx::kBadSource, "line 3 is not a meeting agenda"},
+        {cx::importTemplatesFromFile, root() + "/none.vxc", cx::kBadSource, "there is no such file"},
+        {cx::importAgendasFromStore, notAStore, cx::kBadSource, "not a data store (not a database)"},
+        {cx::importTemplatesFromStore, other.DataStorePath, cx::kNoMember, "the data store has no Telvarine.vxc"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(c.import(app, c.source, &report, &error), c.code) << c.source;
+        EXPECT_EQ(error, c.source + ": " + c.reason);
+    }
     unchanged();
 
     // Good input, but this store refuses the write: the working copy is put

@@ -118,39 +118,19 @@ TEST_F(DataStoreTest, NewStoreAsksAgainForATakenNameThenOpensTheNewStore)
     EXPECT_TRUE(std::filesystem::exists(ws(components::kDictation)));
 }
 
-TEST_F(DataStoreTest, CancelledAndFailedChoicesSetTheStoreState)
+// A cancelled choice leaves the store held open; another store is opened
+// only after the current one is saved; a damaged one leaves none held, and a
+// cancel then leaves none.
+TEST_F(DataStoreTest, OpenAndNewStoreSaveTheCurrentOneAndSetTheStoreState)
 {
     buildStore();
     ASSERT_EQ(store.extract(app), 0);
     ScriptedPrompt prompt;
-    // Choosing nothing leaves the store held open and in use.
+    prompt.answerFile(std::nullopt);
+    store.newStoreCommand(app, nullptr);
     prompt.answerFile(std::nullopt);
     store.openStoreCommand(app, nullptr);
     EXPECT_EQ(app.StoreUnusable, kStoreHealthy);
-
-    const std::string garbage = root() + "/Broken.vxt";
-    writeAll(garbage, "not a store");
-    prompt.answerFile(garbage);
-    prompt.answerMessage(IDOK);
-    store.openStoreCommand(app, nullptr);
-    EXPECT_EQ(app.StoreUnusable, kStoreFailed);
-    EXPECT_TRUE(prompt.fileRequests().back().fileMustExist);
-    EXPECT_EQ(prompt.messages().back().text, MessageTextFor(103));
-    // With no store held, a cancel leaves none.
-    prompt.answerFile(std::nullopt);
-    store.newStoreCommand(app, nullptr);
-    EXPECT_EQ(app.StoreUnusable, kStoreCancelled);
-}
-
-TEST_F(DataStoreTest, OpenStoreSavesTheCurrentOneFirstEvenAfterACancelledChoice)
-{
-    buildStore();
-    ASSERT_EQ(store.extract(app), 0);
-    ScriptedPrompt prompt;
-    prompt.answerFile(std::nullopt);
-    store.newStoreCommand(app, nullptr);
-    prompt.answerFile(std::nullopt);
-    store.openStoreCommand(app, nullptr);
     writeAll(ws(components::kTemplates), "my templates");
     const std::string first = storePath();
 
@@ -167,4 +147,17 @@ TEST_F(DataStoreTest, OpenStoreSavesTheCurrentOneFirstEvenAfterACancelledChoice)
     ASSERT_EQ(ExtractFile(first.c_str(), components::kTemplates, root().c_str()), 0);
     EXPECT_EQ(readAll(root() + "/" + components::kTemplates), "my templates");
     EXPECT_EQ(readAll(ws(components::kTemplates)), "");
+
+    const std::string garbage = root() + "/Broken.vxt";
+    writeAll(garbage, "not a store");
+    prompt.answerFile(garbage);
+    prompt.answerMessage(IDOK);
+    store.openStoreCommand(app, nullptr);
+    EXPECT_EQ(app.StoreUnusable, kStoreFailed);
+    EXPECT_TRUE(prompt.fileRequests().back().fileMustExist);
+    EXPECT_EQ(prompt.messages().back().text, MessageTextFor(103));
+    // With no store held, a cancel leaves none.
+    prompt.answerFile(std::nullopt);
+    store.newStoreCommand(app, nullptr);
+    EXPECT_EQ(app.StoreUnusable, kStoreCancelled);
 }

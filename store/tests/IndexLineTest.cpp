@@ -23,52 +23,44 @@ const std::vector<std::string> kDictationFields = {
 
 }  // namespace
 
-TEST(IndexLine, IsFourHundredCharactersAndALineEnd)
+// Blanks inside a field travel as 0xAC; the fields, one space each, then
+// blanks to 400 and a line end; the columns rebuild the same line.
+TEST(IndexLine, IsFourHundredCharactersAndALineEndAndItsColumnsRebuildIt)
 {
     const std::string line = indexline::build(kDictationFields);
     const std::string fields =
         "00000012 0 0  Call\xAC" "the\xAC" "bank  second\xAC" "text 22/11/2026\xAC" "10:00:00 "
         "22/11/2026\xAC" "10:05:00 00:05:00  3 ";
     ASSERT_EQ(line.size(), 401u);
-    EXPECT_EQ(line.substr(0, fields.size()), fields);
-    EXPECT_EQ(line.substr(fields.size(), 400 - fields.size()), std::string(400 - fields.size(), ' '));
-    EXPECT_EQ(line.back(), '\n');
-}
+    EXPECT_EQ(line, fields + std::string(400 - fields.size(), ' ') + "\n");
 
-TEST(IndexLine, EmptyFieldsKeepTheNumberingAndTheColumnsRebuildTheSameLine)
-{
-    const std::string line = indexline::build(kDictationFields);
-    const std::vector<std::string> fields = indexline::fields(line);
-    ASSERT_EQ(fields.size(), 14u);
-    std::vector<std::string> expected = kDictationFields;
+    const std::vector<std::string> columns = indexline::fields(line);
+    ASSERT_EQ(columns.size(), 14u);
+    std::vector<std::string> expected = kDictationFields;  // empty fields keep the numbering
     expected[4] = "Call\xAC" "the\xAC" "bank";
     expected[6] = "second\xAC" "text";
     expected[7] = "22/11/2026\xAC" "10:00:00";
     expected[8] = "22/11/2026\xAC" "10:05:00";
     expected.resize(14);
-    EXPECT_EQ(fields, expected);
-    EXPECT_EQ(indexline::showField(fields[4]), "Call the bank");
-    EXPECT_EQ(indexline::fromColumns(fields), line);
+    EXPECT_EQ(columns, expected);
+    EXPECT_EQ(indexline::showField(columns[4]), "Call the bank");
+    EXPECT_EQ(indexline::fromColumns(columns), line);
     EXPECT_EQ(indexline::recIdText(7), "00000007");
 }
 
-TEST(IndexLine, LineBreaksNeverSplitTheRecord)
+TEST(IndexLine, LineBreaksNeverSplitTheRecordAndLongFieldsAreNotCut)
 {
     std::vector<std::string> fields = kDictationFields;
     fields[6] = "first line\r\nsecond\nthird\r";
-    const std::string line = indexline::build(fields);
+    std::string line = indexline::build(fields);
     EXPECT_EQ(line.size(), 401u);
     EXPECT_EQ(line.find('\n'), 400u);
     EXPECT_EQ(line.find('\r'), std::string::npos);
     EXPECT_EQ(indexline::field(line, 7), "first\xAC" "line\xAC\xAC" "second\xAC" "third\xAC");
     EXPECT_EQ(indexline::field(line, 8), "22/11/2026\xAC" "10:00:00");
-}
 
-TEST(IndexLine, LongFieldsAreNotCut)
-{
-    std::vector<std::string> fields = kDictationFields;
     fields[4] = std::string(390, 'x');
-    const std::string line = indexline::build(fields);
+    line = indexline::build(fields);
     EXPECT_GT(line.size(), 401u);
     EXPECT_EQ(line.substr(line.size() - 3), "3 \n");
 }

@@ -78,25 +78,6 @@ protected:
                 return member;
         return {};
     }
-
-    // An answer-machine message, its sound filed as the line library saves it.
-    long fileMessage(std::uint32_t samples)
-    {
-        const NewRecordNames names = prepareNewRecording(app);
-        RecordingToFile rec;
-        rec.recId = names.recId;
-        rec.baseName = names.baseName;
-        rec.family = 'P';
-        rec.waveExtension = ".vxw";
-        rec.fields = {indexlineRecId(names.recId), "2", "Ann Smith", "", "01632 960000", "", "",
-                      "22/11/2026 10:00:00", "22/11/2026 10:01:00", "", "7", "0"};
-        rec.keywords = "Answer Machine Message";
-        rec.extraText = " ";
-        FakeRecording source(samples);
-        RecordFiler filer(app);
-        lastResult = filer.save(rec, source);
-        return names.recId;
-    }
 };
 
 TEST_F(NavoStoreTool, SaysWhatIsWrongWithDistinctMessagesAndSmallStatuses)

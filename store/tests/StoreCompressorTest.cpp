@@ -13,7 +13,6 @@
 #include <map>
 #include <mutex>
 #include <cstdlib>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include "FaultVfs.h"
@@ -21,7 +20,6 @@
 #include "StoreFixture.h"
 #include "maker/Ek7Index/Ek7Index.h"
 #include "maker/ek7vxrps/ek7vxrps.h"
-#include "platform/FileOps.h"
 #include "store/ComponentFiles.h"
 #include "store/FamilyFile.h"
 #include "store/IndexLine.h"
@@ -92,7 +90,8 @@ protected:
             ASSERT_EQ(lastResult, 0);
             m_live[ids.back()] = {"", samples};
         }
-        const long message = fileMessage();
+        const long message = fileMessage(400);
+        ASSERT_EQ(lastResult, 0);
         ASSERT_EQ(deleteRecords(app, {indexlineRecId(ids[1]), indexlineRecId(ids[3]), indexlineRecId(message)}), 0);
         m_live.erase(ids[1]);
         m_live.erase(ids[3]);
@@ -102,21 +101,6 @@ protected:
         }
         m_oldDictations = readAll(app.TempDir + "/" + components::kDictation);
         m_oldPhone = readAll(app.TempDir + "/" + components::kPhone);
-    }
-
-    long fileMessage()
-    {
-        const NewRecordNames names = prepareNewRecording(app);
-        RecordingToFile rec;
-        rec.recId = names.recId;
-        rec.baseName = names.baseName;
-        rec.waveExtension = ".vxw";
-        rec.family = 'P';
-        rec.fields = {indexlineRecId(names.recId), "2", "0", "", "Message from 555 0100"};
-        rec.extraText = " ";
-        FakeRecording source(400);
-        EXPECT_EQ(RecordFiler(app).save(rec, source), 0);
-        return names.recId;
     }
 
     static long positionOf(const std::string& workspace, long recId)
@@ -173,12 +157,7 @@ protected:
             const long position = positionOf(next, recId);
             EXPECT_GT(position, 0);
             EXPECT_EQ(family::readLine(next, indexlineRecId(recId), 0, position), live.line);
-            std::vector<std::uint32_t> found;
-            EXPECT_EQ(Ek7IndexSearch((next + "/" + components::kIndex).c_str(),
-                                     ("kw" + std::to_string(live.samples / 800)).c_str(), &found),
-                      kEk7IndexOk);
-            EXPECT_EQ(found, std::vector<std::uint32_t>{static_cast<std::uint32_t>(recId)});
-            // The Search window's narrowing too: type and date kept.
+            // Search finds it by its words, type and date.
             const std::string words = "kw" + std::to_string(live.samples / 800);
             Ek7IndexQuery query;
             query.words = words.c_str();
@@ -191,51 +170,14 @@ protected:
             if (!hits.empty()) {
                 EXPECT_EQ(hits[0].recId, static_cast<std::uint32_t>(recId));
             }
-            EXPECT_EQ(soundOf(recId, next), waveBytes(live.samples));
+            EXPECT_EQ(storedMember(recId, ".wav", next), waveBytes(live.samples));
         }
         return compressed;
-    }
-
-    std::string soundOf(long recId, const std::string& folder)
-    {
-        const std::string recordFile = RecordFiler::recordFileName(recId);
-        if (ExtractFile(storePath().c_str(), recordFile.c_str(), folder.c_str()) != 0)
-            return "no record file";
-        const std::string local = folder + "/" + recordFile;
-        std::vector<std::string> members;
-        VXlistMembers(local.c_str(), &members);
-        for (const std::string& member : members)
-            if (member.size() > 4 && member.compare(member.size() - 4, 4, ".wav") == 0) {
-                if (ExtractFile(local.c_str(), member.c_str(), folder.c_str()) != 0)
-                    return "wave unreadable";
-                return readAll(folder + "/" + member);
-            }
-        return "no wave";
-    }
-
-    void snapshot()
-    {
-        m_files.clear();
-        m_files[storePath()] = readAll(storePath());
-        for (const auto& entry : fs::directory_iterator(app.TempDir))
-            if (entry.is_regular_file())
-                m_files[entry.path().string()] = readAll(entry.path().string());
-    }
-
-    void restore()
-    {
-        for (const auto& entry : fs::directory_iterator(app.TempDir))
-            if (m_files.count(entry.path().string()) == 0)
-                fs::remove_all(entry.path());
-        for (const auto& [path, bytes] : m_files)
-            if (readAll(path) != bytes)
-                writeAll(path, bytes);
     }
 
     std::map<long, Live> m_live;
     std::string m_oldDictations;
     std::string m_oldPhone;
-    std::map<std::string, std::string> m_files;
 };
 
 TEST_F(StoreCompressorTest, DeadLinesGoAndEveryLiveRecordKeepsItsSoundPlaceAndSearch)
@@ -308,70 +250,22 @@ TEST_F(StoreCompressorTest, FamilyFilesThatCannotBeReadOrRewrittenAreLoggedAndLo
 
 TEST_F(StoreCompressorTest, AFaultOrDeathAtEveryWriteLeavesEveryLiveRecord)
 {
-    snapshot();
-    int writes = 0;
-    int syncs = 0;
-    fileops::FaultCounts seam;
-    {
-        UseFaultVfs vfs(Plan{});
-        faultseam::SeamPlan counting{fileops::FaultPlan{}};
-        compress();
-        writes = FaultVfs::instance().writes();
-        syncs = FaultVfs::instance().syncs();
-        seam = fileops::faultCounts();
-    }
-    ASSERT_TRUE(checkReopened());
-    ASSERT_GT(writes, 0);
-    ASSERT_GT(seam.writes, 0);
-
+    faultseam::FilesSnapshot files;
+    files.take({storePath()}, app.TempDir);
     int oldStates = 0;
     int newStates = 0;
-    auto attempt = [&](const Plan& plan, const fileops::FaultPlan& seamPlan, const std::string& what) {
-        SCOPED_TRACE(what);
-        restore();
-        {
-            UseFaultVfs vfs(plan);
-            faultseam::SeamPlan faults(seamPlan);
-            const std::vector<Posted> posted = compress();
+    // A full disk ends the same transactions a death does, and the store
+    // library's own tests fail every write of each; here every seventh is
+    // enough to meet the put, the vacuum and the save.
+    faultseam::everyFault(
+        [&] {
             // The worker always reaches its end and lets the dialog close.
+            const std::vector<Posted> posted = compress();
             ASSERT_FALSE(posted.empty());
             EXPECT_EQ(posted.back().message, StoreCompressor::kMsgFinished);
-        }
-        (checkReopened() ? newStates : oldStates)++;
-    };
-    for (int n = 1; n <= writes; ++n) {
-        Plan die;
-        die.crashAtWrite = n;
-        attempt(die, {}, "death at store write " + std::to_string(n));
-        // A full disk ends the same transactions a death does, and the
-        // store library's own tests fail every write of each; here every
-        // seventh is enough to meet the put, the vacuum and the save.
-        if (n % 7 == 1) {
-            Plan full;
-            full.failWriteAt = n;
-            full.writeError = SQLITE_FULL;
-            full.sticky = true;
-            attempt(full, {}, "disk full from store write " + std::to_string(n));
-        }
-    }
-    for (int n = 1; n <= syncs; ++n) {
-        Plan die;
-        die.crashAtSync = n;
-        attempt(die, {}, "death at store sync " + std::to_string(n));
-    }
-    for (int n = 1; n <= seam.writes; ++n) {
-        fileops::FaultPlan full;
-        full.failWriteAt = n;
-        full.sticky = true;
-        attempt({}, full, "workspace disk full from write " + std::to_string(n));
-    }
-    for (int n = 1; n <= seam.steps; ++n) {
-        SCOPED_TRACE("death at workspace step " + std::to_string(n));
-        restore();
-        const int status = faultseam::runDyingAt(n, [&] { compress(); });
-        ASSERT_TRUE(faultseam::diedAtStep(status)) << "status " << status;
-        (checkReopened() ? newStates : oldStates)++;
-    }
+        },
+        [&] { files.restore(); }, [&] { ASSERT_TRUE(checkReopened()); },
+        [&] { (checkReopened() ? newStates : oldStates)++; }, faultseam::Faults{7, false});
     // Both outcomes were met: the faults fell before and after the store
     // took the new files.
     EXPECT_GT(oldStates, 0);

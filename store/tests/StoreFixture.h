@@ -149,6 +149,45 @@ protected:
         return names.recId;
     }
 
+    // An answer-machine message, its sound filed as the line library saves it.
+    long fileMessage(std::uint32_t samples = 8000)
+    {
+        const NewRecordNames names = prepareNewRecording(app);
+        RecordingToFile rec;
+        rec.recId = names.recId;
+        rec.baseName = names.baseName;
+        rec.family = 'P';
+        rec.waveExtension = ".vxw";
+        rec.fields = {indexlineRecId(names.recId), "2", "Ann Smith", "", "01632 960000", "", "",
+                      "22/11/2026 10:00:00", "22/11/2026 10:01:00", "", "7", "0"};
+        rec.keywords = "Answer Machine Message";
+        rec.extraText = " ";
+        FakeRecording source(samples);
+        lastResult = RecordFiler(app).save(rec, source);
+        return names.recId;
+    }
+
+    // The bytes of the member whose name ends with suffix in a record's
+    // file, both taken out of the store into folder; a text saying what is
+    // missing otherwise.
+    std::string storedMember(long recId, const std::string& suffix, std::string folder = {}) const
+    {
+        if (folder.empty())
+            folder = root() + "/out";
+        std::filesystem::create_directories(folder);
+        const std::string recordFile = RecordFiler::recordFileName(recId);
+        if (ExtractFile(app.DataStorePath.c_str(), recordFile.c_str(), folder.c_str()) != 0)
+            return "(no record file)";
+        const std::string local = folder + "/" + recordFile;
+        std::vector<std::string> members;
+        VXlistMembers(local.c_str(), &members);
+        for (const std::string& m : members)
+            if (m.size() > suffix.size() && m.compare(m.size() - suffix.size(), suffix.size(), suffix) == 0)
+                return ExtractFile(local.c_str(), m.c_str(), folder.c_str()) == 0 ? readAll(folder + "/" + m)
+                                                                                   : "(member unreadable)";
+        return "(no member " + suffix + ")";
+    }
+
     static std::string indexlineRecId(long recId)
     {
         char text[16];

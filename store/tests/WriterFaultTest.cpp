@@ -14,14 +14,11 @@
 #include <functional>
 #include <map>
 #include <set>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include "FaultVfs.h"
 #include "FaultSeam.h"
 #include "StoreFixture.h"
 #include "maker/ek7vxrps/ek7vxrps.h"
-#include "platform/FileOps.h"
 #include "store/ComponentFiles.h"
 #include "store/IndexLine.h"
 #include "store/RecordDeletion.h"
@@ -77,29 +74,6 @@ protected:
         ASSERT_EQ(lastResult, 0);
         fileDictation("second");
         ASSERT_EQ(lastResult, 0);
-        snapshot();
-    }
-
-    // The store, the workspace and the profile as they are now.
-    void snapshot()
-    {
-        m_files.clear();
-        m_highestRecId = app.HighestRecId;
-        m_files[storePath()] = readAll(storePath());
-        m_files[app.IniPath] = readAll(app.IniPath);
-        for (const auto& entry : fs::directory_iterator(app.TempDir))
-            if (entry.is_regular_file())
-                m_files[entry.path().string()] = readAll(entry.path().string());
-    }
-
-    void restore()
-    {
-        for (const auto& entry : fs::directory_iterator(app.TempDir))
-            if (m_files.count(entry.path().string()) == 0)
-                fs::remove_all(entry.path());
-        for (const auto& [path, bytes] : m_files)
-            writeAll(path, bytes);
-        app.HighestRecId = m_highestRecId;
     }
 
     // Opens the store as the next start would and checks that it is whole.
@@ -137,90 +111,35 @@ protected:
         return result;
     }
 
-    // Runs the writer once cleanly to learn the new state and how many
-    // writes and syncs it makes, then once for every fault at each of them.
+    // The writer once cleanly to learn the new state, then once for every
+    // fault: each leaves the old state or the new one, whole.
     void everyFault(const std::function<void()>& writer)
     {
+        faultseam::FilesSnapshot files;
+        files.take({storePath(), app.IniPath}, app.TempDir);
+        const long highestRecId = app.HighestRecId;
         const Held before = held();
         ASSERT_TRUE(before.whole());
-        int writes = 0;
-        int syncs = 0;
-        fileops::FaultCounts seam;
-        {
-            UseFaultVfs vfs(Plan{});
-            faultseam::SeamPlan counting{fileops::FaultPlan{}};
-            writer();
-            writes = FaultVfs::instance().writes();
-            syncs = FaultVfs::instance().syncs();
-            seam = fileops::faultCounts();
-        }
-        const Held after = held();
-        ASSERT_TRUE(after.whole());
-        ASSERT_FALSE(after == before) << "the writer changed nothing";
-        ASSERT_GT(writes, 0);
-        ASSERT_GT(seam.writes, 0);
-
-        auto check = [&] {
-            const Held found = held();
-            EXPECT_TRUE(found.whole()) << "half a record: " << describe(found);
-            EXPECT_TRUE(found == before || found == after)
-                << "neither the old nor the new state: " << describe(found) << " (old " << describe(before)
-                << ", new " << describe(after) << ")";
-        };
-        auto attempt = [&](const Plan& plan, const fileops::FaultPlan& seamPlan, const std::string& what) {
-            SCOPED_TRACE(what);
-            restore();
-            {
-                UseFaultVfs vfs(plan);
-                faultseam::SeamPlan faults(seamPlan);
-                writer();
-            }
-            check();
-        };
-        for (int n = 1; n <= writes; ++n) {
-            // A failing write is a full disk here; the single I/O error is
-            // the store library's own test.
-            Plan full;
-            full.failWriteAt = n;
-            full.writeError = SQLITE_FULL;
-            full.sticky = true;
-            attempt(full, {}, "disk full from write " + std::to_string(n));
-            Plan die;
-            die.crashAtWrite = n;
-            attempt(die, {}, "death at write " + std::to_string(n));
-        }
-        for (int n = 1; n <= syncs; ++n) {
-            Plan fail;
-            fail.failSyncAt = n;
-            attempt(fail, {}, "sync " + std::to_string(n) + " fails");
-            Plan die;
-            die.crashAtSync = n;
-            attempt(die, {}, "death at sync " + std::to_string(n));
-        }
-        for (int n = 1; n <= seam.writes; ++n) {
-            fileops::FaultPlan full;
-            full.failWriteAt = n;
-            full.sticky = true;
-            attempt({}, full, "workspace disk full from write " + std::to_string(n));
-        }
-        for (int n = 1; n <= seam.syncs; ++n) {
-            fileops::FaultPlan fail;
-            fail.failSyncAt = n;
-            attempt({}, fail, "workspace sync " + std::to_string(n) + " fails");
-        }
-        for (int n = 1; n <= seam.steps; ++n) {
-            SCOPED_TRACE("death at workspace step " + std::to_string(n));
-            restore();
-            // The same writer on the same state takes the same steps.
-            const int status = faultseam::runDyingAt(n, [&] { writer(); });
-            ASSERT_TRUE(faultseam::diedAtStep(status)) << "status " << status;
-            check();
-        }
+        Held after;
+        faultseam::everyFault(
+            writer,
+            [&] {
+                files.restore();
+                app.HighestRecId = highestRecId;
+            },
+            [&] {
+                after = held();
+                ASSERT_TRUE(after.whole());
+                ASSERT_FALSE(after == before) << "the writer changed nothing";
+            },
+            [&] {
+                const Held found = held();
+                EXPECT_TRUE(found.whole()) << "half a record: " << describe(found);
+                EXPECT_TRUE(found == before || found == after)
+                    << "neither the old nor the new state: " << describe(found) << " (old " << describe(before)
+                    << ", new " << describe(after) << ")";
+            });
     }
-
-private:
-    std::map<std::string, std::string> m_files;
-    long m_highestRecId = 0;
 };
 
 TEST_F(WriterFaultTest, FilingADictation)
@@ -248,18 +167,7 @@ TEST_F(WriterFaultTest, FilingADictationWithItsMarks)
 
 TEST_F(WriterFaultTest, FilingAnAnswerMachineMessage)
 {
-    everyFault([&] {
-        const NewRecordNames names = prepareNewRecording(app);
-        RecordingToFile rec;
-        rec.recId = names.recId;
-        rec.baseName = names.baseName;
-        rec.waveExtension = ".vxw";
-        rec.family = 'P';
-        rec.fields = {indexlineRecId(names.recId), "2", "0", "", "Message from 555 0100"};
-        rec.extraText = " ";
-        FakeRecording source;
-        RecordFiler(app).save(rec, source);
-    });
+    everyFault([&] { fileMessage(); });
 }
 
 TEST_F(WriterFaultTest, DeletingRecords)

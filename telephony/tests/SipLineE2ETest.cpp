@@ -20,6 +20,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <functional>
 #include <memory>
 
 #include "LineTestSupport.h"
@@ -32,11 +33,28 @@ namespace {
 
 constexpr int kNavoPort = 5070;
 constexpr int kRingPeriodMs = 400;
+constexpr int kRegistrarPort = 5090;
 
 void writeText(const std::string& path, const std::string& text)
 {
     std::ofstream out(path);
     out << text;
+}
+
+// Runs the test's event loop until done() or timeoutMs; done() at the end.
+bool pumpUntil(const std::function<bool()>& done, int timeoutMs)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!done() && timer.elapsed() < timeoutMs)
+        MessageLog::pump(10);
+    return done();
+}
+
+// Waits until process has ended, with the event loop running.
+bool pumpUntilEnded(QProcess& process, int timeoutMs)
+{
+    return pumpUntil([&] { return process.state() == QProcess::NotRunning || process.waitForFinished(5); }, timeoutMs);
 }
 
 // linphonec driven through its standard input.
@@ -69,36 +87,26 @@ public:
         }
     }
 
-    bool started() { return m_process.waitForStarted(5000); }
+    // Calls Navo's line, playing and recording files; commands go first.
+    bool callNavo(const std::vector<std::string>& commands = {})
+    {
+        if (!m_process.waitForStarted(5000))
+            return false;
+        command("soundcard use files");
+        for (const std::string& line : commands)
+            command(line);
+        command("call sip:navo@127.0.0.1:" + std::to_string(kNavoPort));
+        return true;
+    }
     void command(const std::string& line)
     {
         m_process.write((line + "\n").c_str());
         m_process.waitForBytesWritten(1000);
     }
-    // Waits (with the test's event loop running) until the output holds text.
-    bool waitForOutput(const QString& text, int timeoutMs)
-    {
-        QElapsedTimer timer;
-        timer.start();
-        while (timer.elapsed() < timeoutMs) {
-            collect();
-            if (m_output.contains(text))
-                return true;
-            MessageLog::pump(20);
-        }
-        return false;
-    }
-    bool quit(int timeoutMs = 10000)
+    bool quit()
     {
         command("quit");
-        QElapsedTimer timer;
-        timer.start();
-        while (m_process.state() != QProcess::NotRunning && timer.elapsed() < timeoutMs) {
-            MessageLog::pump(20);
-            m_process.waitForFinished(5);
-        }
-        collect();
-        return m_process.state() == QProcess::NotRunning;
+        return pumpUntilEnded(m_process, 10000);
     }
     QString output()
     {
@@ -114,7 +122,9 @@ private:
     QString m_output;
 };
 
-class SipLineCall : public ::testing::Test {
+// The SIP line on this test's ports, inside sip_e2e.sh's network namespace;
+// open() opens it logging its messages.
+class SipLine : public ::testing::Test {
 protected:
     void SetUp() override
     {
@@ -122,28 +132,62 @@ protected:
             GTEST_SKIP() << "needs a private network namespace: run it through ctest (sip_e2e.sh)";
         setup.environment().set("NAVO_SIP_PORT", std::to_string(kNavoPort));
         setup.environment().set("NAVO_SIP_RTP_PORTS", "7078-7098");
-        // No sound server for these calls, wherever the tests run.
-        setup.environment().set("PULSE_SERVER", "unix:" + setup.path("no-pulse-server"));
-        state = Ek7TapiInitVar();
-        log = std::make_unique<MessageLog>(state);
-        ASSERT_TRUE(SineFiles::write(greeting, 400, 0.5));
-        state->Rings = 2;
-        state->AnswerMachineOn = 1;
-        state->DeviceId = 0;
-        ASSERT_EQ(Ek7TapiInit(0)->ErrorCode, kEk7Ok);
-        ASSERT_EQ(Ek7TapiOpen(log->handle())->ErrorCode, kEk7Ok);
-        actAsAnswerMachine(*log, state, setup, greeting, vxw, results);
     }
-
     void TearDown() override
     {
         if (state != nullptr)
             Ek7TapiClose();
     }
 
+    // The account ada at the scripted registrar, its password in a private
+    // file (none without one).
+    void useAccount(const std::string& password = {})
+    {
+        setup.environment().set("NAVO_SIP_USER", "ada");
+        setup.environment().set("NAVO_SIP_DOMAIN", "127.0.0.1:" + std::to_string(kRegistrarPort));
+        if (password.empty())
+            return;
+        const std::string file = setup.path("password");
+        writeText(file, password + "\n");
+        QFile::setPermissions(QString::fromStdString(file), QFile::ReadOwner | QFile::WriteOwner);
+        setup.environment().set("NAVO_SIP_PASSWORD_FILE", file);
+    }
+
+    void open(const std::function<void(LineState&)>& before = {})
+    {
+        state = Ek7TapiInitVar();
+        log = std::make_unique<MessageLog>(state);
+        state->DeviceId = 0;
+        if (before)
+            before(*state);
+        ASSERT_EQ(Ek7TapiInit(0)->ErrorCode, kEk7Ok);
+        ASSERT_EQ(Ek7TapiOpen(log->handle())->ErrorCode, kEk7Ok);
+    }
+
     TestLineSetup setup{kRingPeriodMs, "SIP line"};
     LineState* state = nullptr;
     std::unique_ptr<MessageLog> log;
+};
+
+// The line open with the answer machine's handlers: two rings, then the
+// greeting and tone, the message saved to vxw.
+class SipLineCall : public SipLine {
+protected:
+    void SetUp() override
+    {
+        SipLine::SetUp();
+        if (IsSkipped())
+            return;
+        // No sound server for these calls, wherever the tests run.
+        setup.environment().set("PULSE_SERVER", "unix:" + setup.path("no-pulse-server"));
+        ASSERT_TRUE(SineFiles::write(greeting, 400, 0.5));
+        open([](LineState& line) {
+            line.Rings = 2;
+            line.AnswerMachineOn = 1;
+        });
+        actAsAnswerMachine(*log, state, setup, greeting, vxw, results);
+    }
+
     const std::string greeting = setup.path("greeting.wav");
     const std::string vxw = setup.path("message.vxw");
     AnswerResults results;
@@ -163,11 +207,7 @@ TEST_F(SipLineCall, LinphoneCallerIsAnsweredAfterTheRingsHearsTheGreetingAndIsRe
     const std::string heard = setup.path("heard.wav");
 
     LinphoneCaller caller(setup, "Grace Hopper", "01614960000", 5080, 7200);
-    ASSERT_TRUE(caller.started());
-    caller.command("soundcard use files");
-    caller.command("play " + voice);
-    caller.command("record " + heard);
-    caller.command("call sip:navo@127.0.0.1:" + std::to_string(kNavoPort));
+    ASSERT_TRUE(caller.callNavo({"play " + voice, "record " + heard}));
 
     ASSERT_TRUE(log->waitFor(kEk7MsgConnected, 1, 15000)) << caller.output().toStdString();
     const qint64 connectedAt = log->first(kEk7MsgConnected)->atMs;
@@ -232,21 +272,14 @@ TEST_F(SipLineCall, LinphoneCallerIsAnsweredAfterTheRingsHearsTheGreetingAndIsRe
 TEST_F(SipLineCall, ASecondCallerDuringACallIsRefusedBusy)
 {
     LinphoneCaller first(setup, "First", "100", 5080, 7200);
-    ASSERT_TRUE(first.started());
-    first.command("soundcard use files");
-    first.command("call sip:navo@127.0.0.1:" + std::to_string(kNavoPort));
+    ASSERT_TRUE(first.callNavo());
     ASSERT_TRUE(log->waitFor(kEk7MsgConnected, 1, 15000)) << first.output().toStdString();
 
     // baresip: a different SIP stack altogether.
     QProcess second;
     startBaresip(second, setup, "Second", "200", greeting, kNavoPort, 2);
     ASSERT_TRUE(second.waitForStarted(5000));
-    QElapsedTimer timer;
-    timer.start();
-    while (second.state() != QProcess::NotRunning && timer.elapsed() < 15000) {
-        MessageLog::pump(20);
-        second.waitForFinished(5);
-    }
+    pumpUntilEnded(second, 15000);
     const QString said = QString::fromLocal8Bit(second.readAll());
     EXPECT_TRUE(said.contains(QStringLiteral("486"))) << said.toStdString();
     EXPECT_EQ(log->count(kEk7MsgOffered), 1);
@@ -261,9 +294,7 @@ TEST_F(SipLineCall, ASecondCallerDuringACallIsRefusedBusy)
 TEST_F(SipLineCall, CallerWhoGivesUpBeforeTheRingsEndsTheCallUnanswered)
 {
     LinphoneCaller caller(setup, "Impatient", "300", 5080, 7200);
-    ASSERT_TRUE(caller.started());
-    caller.command("soundcard use files");
-    caller.command("call sip:navo@127.0.0.1:" + std::to_string(kNavoPort));
+    ASSERT_TRUE(caller.callNavo());
     ASSERT_TRUE(log->waitFor(kEk7MsgRing, 1, 15000)) << caller.output().toStdString();
     caller.command("terminate");
     ASSERT_TRUE(log->waitFor(kEk7MsgIdle, 1, 10000)) << caller.output().toStdString();
@@ -301,15 +332,12 @@ public:
     }
     bool waitForOutput(const QString& text, int timeoutMs)
     {
-        QElapsedTimer timer;
-        timer.start();
-        while (timer.elapsed() < timeoutMs && m_process.state() != QProcess::NotRunning) {
-            m_output += QString::fromLocal8Bit(m_process.readAll());
-            if (m_output.contains(text))
-                return true;
-            MessageLog::pump(10);
-        }
-        return false;
+        return pumpUntil(
+            [&] {
+                m_output += QString::fromLocal8Bit(m_process.readAll());
+                return m_output.contains(text) || m_process.state() == QProcess::NotRunning;
+            },
+            timeoutMs) && m_output.contains(text);
     }
     std::string output() { return (m_output + QString::fromLocal8Bit(m_process.readAll())).toStdString(); }
 
@@ -376,7 +404,7 @@ TEST_F(SipLineCall, DialWithoutADomainNeedsAFullAddress)
 // 408 (no answer from further on).
 class ScriptedRegistrar {
 public:
-    static constexpr int kPort = 5090;
+    static constexpr int kPort = kRegistrarPort;
 
     explicit ScriptedRegistrar(int status, QByteArray password = {}) : m_status(status), m_password(password)
     {
@@ -473,94 +501,57 @@ struct Refusal {
     std::int32_t reason;
 };
 
-class SipRegistration : public ::testing::TestWithParam<Refusal> {};
+class SipRegistration : public SipLine, public ::testing::WithParamInterface<Refusal> {};
 
 // The account's registration fails after the line has opened: the line
 // closes by itself and says why, and it can be opened again.
 TEST_P(SipRegistration, AFailedRegistrationClosesTheLineWithItsReason)
 {
-    if (!inSipTestNetwork())
-        GTEST_SKIP() << "needs a private network namespace: run it through ctest (sip_e2e.sh)";
-    TestLineSetup setup{kRingPeriodMs, "SIP line"};
-    const std::string password = setup.path("password");
-    writeText(password, "not-the-password\n");
-    QFile::setPermissions(QString::fromStdString(password), QFile::ReadOwner | QFile::WriteOwner);
-    setup.environment().set("NAVO_SIP_PORT", std::to_string(kNavoPort));
-    setup.environment().set("NAVO_SIP_RTP_PORTS", "7078-7098");
-    setup.environment().set("NAVO_SIP_USER", "ada");
-    setup.environment().set("NAVO_SIP_DOMAIN", "127.0.0.1:" + std::to_string(ScriptedRegistrar::kPort));
-    setup.environment().set("NAVO_SIP_PASSWORD_FILE", password);
+    useAccount("not-the-password");
     // 401: a registrar that knows the account's real password, which is not
     // the one in the file.
     ScriptedRegistrar registrar(GetParam().status, GetParam().status == 401 ? "s3cret" : QByteArray());
     ASSERT_TRUE(registrar.bound());
-
-    LineState* state = Ek7TapiInitVar();
-    MessageLog log(state);
-    state->DeviceId = 0;
-    ASSERT_EQ(Ek7TapiInit(0)->ErrorCode, kEk7Ok);
-    ASSERT_EQ(Ek7TapiOpen(log.handle())->ErrorCode, kEk7Ok);
-    ASSERT_TRUE(log.waitFor(kEk7MsgLineClosed, 1, 10000));
-    EXPECT_EQ(log.first(kEk7MsgLineClosed)->wParam, static_cast<WPARAM>(GetParam().reason));
+    open();
+    ASSERT_TRUE(log->waitFor(kEk7MsgLineClosed, 1, 10000));
+    EXPECT_EQ(log->first(kEk7MsgLineClosed)->wParam, static_cast<WPARAM>(GetParam().reason));
     EXPECT_EQ(state->Monitoring, 0);
     EXPECT_EQ(state->DialReady, 0);
     EXPECT_GE(registrar.registers(), 1);
     // Closed in the module too: the line is free to be opened again.
-    EXPECT_EQ(Ek7TapiOpen(log.handle())->ErrorCode, kEk7Ok);
-    Ek7TapiClose();
+    EXPECT_EQ(Ek7TapiOpen(log->handle())->ErrorCode, kEk7Ok);
 }
 
 // Until the registrar accepts the account the line has no dial tone: word 8
 // stays 0, and a number dialled through the account reports +109 and never
 // leaves; once the answer is due it would come, not before.
-TEST(SipDialTone, AnAccountNotYetRegisteredHasNoDialTone)
+TEST_F(SipLine, AnAccountNotYetRegisteredHasNoDialTone)
 {
-    if (!inSipTestNetwork())
-        GTEST_SKIP() << "needs a private network namespace: run it through ctest (sip_e2e.sh)";
-    TestLineSetup setup{kRingPeriodMs, "SIP line"};
-    setup.environment().set("NAVO_SIP_PORT", std::to_string(kNavoPort));
-    setup.environment().set("NAVO_SIP_RTP_PORTS", "7078-7098");
-    setup.environment().set("NAVO_SIP_USER", "ada");
-    setup.environment().set("NAVO_SIP_DOMAIN", "127.0.0.1:" + std::to_string(ScriptedRegistrar::kPort));
+    useAccount();
     ScriptedRegistrar registrar(0);
     ASSERT_TRUE(registrar.bound());
-    LineState* state = Ek7TapiInitVar();
-    MessageLog log(state);
-    state->DeviceId = 0;
-    ASSERT_EQ(Ek7TapiInit(0)->ErrorCode, kEk7Ok);
-    ASSERT_EQ(Ek7TapiOpen(log.handle())->ErrorCode, kEk7Ok);
+    open();
     EXPECT_EQ(Ek7TapiDial("0800 123")->ErrorCode, kEk7Ok);
-    ASSERT_TRUE(log.waitFor(kEk7MsgIdle, 1, 5000));
+    ASSERT_TRUE(log->waitFor(kEk7MsgIdle, 1, 5000));
     std::vector<UINT> call;
-    for (UINT message : log.sequence())
+    for (UINT message : log->sequence())
         if (message != kEk7MsgServiceChanged)
             call.push_back(message);
     EXPECT_EQ(call, (std::vector<UINT>{kEk7MsgDialStarted, kEk7MsgNoDialTone, kEk7MsgDisconnected, kEk7MsgIdle}));
     // The line said it has no dial tone for now, as soon as it opened.
-    ASSERT_EQ(log.count(kEk7MsgServiceChanged), 1);
-    EXPECT_EQ(log.first(kEk7MsgServiceChanged)->wParam, 0u);
+    ASSERT_EQ(log->count(kEk7MsgServiceChanged), 1);
+    EXPECT_EQ(log->first(kEk7MsgServiceChanged)->wParam, 0u);
     MessageLog::pump(30);
     EXPECT_EQ(state->CallHandle, 0u);
     EXPECT_EQ(state->DialReady, 0);
     EXPECT_EQ(state->Monitoring, 1);
-    Ek7TapiClose();
 }
 
 // The registrar checks the password and accepts the account: the line says it
 // can call now.
-TEST(SipDialTone, AnAcceptedAccountGivesTheDialTone)
+TEST_F(SipLine, AnAcceptedAccountGivesTheDialTone)
 {
-    if (!inSipTestNetwork())
-        GTEST_SKIP() << "needs a private network namespace: run it through ctest (sip_e2e.sh)";
-    TestLineSetup setup{kRingPeriodMs, "SIP line"};
-    setup.environment().set("NAVO_SIP_PORT", std::to_string(kNavoPort));
-    setup.environment().set("NAVO_SIP_RTP_PORTS", "7078-7098");
-    setup.environment().set("NAVO_SIP_USER", "ada");
-    setup.environment().set("NAVO_SIP_DOMAIN", "127.0.0.1:" + std::to_string(ScriptedRegistrar::kPort));
-    const std::string password = setup.path("password");
-    writeText(password, "s3cret\n");
-    QFile::setPermissions(QString::fromStdString(password), QFile::ReadOwner | QFile::WriteOwner);
-    setup.environment().set("NAVO_SIP_PASSWORD_FILE", password);
+    useAccount("s3cret");
     ScriptedRegistrar registrar(200, "s3cret");
     ASSERT_TRUE(registrar.bound());
     AppData app;
@@ -569,18 +560,18 @@ TEST(SipDialTone, AnAcceptedAccountGivesTheDialTone)
     TelephonyService service;
     service.initVar(app);
     service.chooseDevice(0);
-    MessageLog log(app.lineState);
-    ASSERT_EQ(service.startMonitoring(&log), TelephonyService::StartResult::Started);
+    MessageLog serviceLog(app.lineState);
+    ASSERT_EQ(service.startMonitoring(&serviceLog), TelephonyService::StartResult::Started);
     EXPECT_EQ(app.lineState->DialReady, 0);
     EXPECT_EQ(service.statusText(), "Line monitoring active : ada@127.0.0.1:5090 registering...");
-    ASSERT_TRUE(log.waitFor(kEk7MsgServiceChanged, 2, 10000));
-    EXPECT_EQ(log.messages()[0].wParam, 0u);
-    const LoggedMessage& registered = log.messages().back();
+    ASSERT_TRUE(serviceLog.waitFor(kEk7MsgServiceChanged, 2, 10000));
+    EXPECT_EQ(serviceLog.messages()[0].wParam, 0u);
+    const LoggedMessage& registered = serviceLog.messages().back();
     EXPECT_EQ(registered.message, kEk7MsgServiceChanged);
     EXPECT_EQ(registered.wParam, 1u);
     EXPECT_EQ(registered.state.DialReady, 1);
     EXPECT_EQ(service.statusText(), "Line monitoring active : ada@127.0.0.1:5090 registered");
-    EXPECT_EQ(log.count(kEk7MsgLineClosed), 0);
+    EXPECT_EQ(serviceLog.count(kEk7MsgLineClosed), 0);
     // Accepted only once the stack had answered the challenge with the password.
     EXPECT_GE(registrar.accepted(), 1);
     EXPECT_GE(registrar.registers(), 2);
@@ -621,19 +612,19 @@ public:
     // "403", ...), or empty after timeoutMs.
     QByteArray answer(int timeoutMs)
     {
-        QElapsedTimer timer;
-        timer.start();
-        while (timer.elapsed() < timeoutMs) {
-            while (m_socket.hasPendingDatagrams()) {
-                QByteArray reply(static_cast<int>(m_socket.pendingDatagramSize()), '\0');
-                m_socket.readDatagram(reply.data(), reply.size());
-                const QByteArray status = reply.mid(8, 3);
-                if (reply.startsWith("SIP/2.0 ") && status != "100")
-                    return status;
-            }
-            MessageLog::pump(2);
-        }
-        return {};
+        QByteArray status;
+        pumpUntil(
+            [&] {
+                while (status.isEmpty() && m_socket.hasPendingDatagrams()) {
+                    QByteArray reply(static_cast<int>(m_socket.pendingDatagramSize()), '\0');
+                    m_socket.readDatagram(reply.data(), reply.size());
+                    if (reply.startsWith("SIP/2.0 ") && reply.mid(8, 3) != "100")
+                        status = reply.mid(8, 3);
+                }
+                return !status.isEmpty();
+            },
+            timeoutMs);
+        return status;
     }
 
 private:
@@ -642,34 +633,7 @@ private:
     bool m_bound = false;
 };
 
-// The SIP line without an account, open and logging its messages.
-class SipDirectLine : public ::testing::Test {
-protected:
-    void SetUp() override
-    {
-        if (!inSipTestNetwork())
-            GTEST_SKIP() << "needs a private network namespace: run it through ctest (sip_e2e.sh)";
-        setup.environment().set("NAVO_SIP_PORT", std::to_string(kNavoPort));
-        setup.environment().set("NAVO_SIP_RTP_PORTS", "7078-7098");
-    }
-    void open()
-    {
-        state = Ek7TapiInitVar();
-        log = std::make_unique<MessageLog>(state);
-        state->DeviceId = 0;
-        ASSERT_EQ(Ek7TapiInit(0)->ErrorCode, kEk7Ok);
-        ASSERT_EQ(Ek7TapiOpen(log->handle())->ErrorCode, kEk7Ok);
-    }
-    void TearDown() override
-    {
-        if (state != nullptr)
-            Ek7TapiClose();
-    }
-
-    TestLineSetup setup{kRingPeriodMs, "SIP line"};
-    LineState* state = nullptr;
-    std::unique_ptr<MessageLog> log;
-};
+using SipDirectLine = SipLine;
 
 // A second address on loopback stands for another machine.
 bool addOtherAddress()
@@ -738,16 +702,11 @@ TEST_F(SipDirectLine, JunkDatagramsDoNotHoldUpACaller)
 
 // The modem tester on the SIP line against baresip, which answers at once:
 // every step passes, over each transport the line can use.
-class SipModemTester : public ::testing::TestWithParam<std::string> {};
+class SipModemTester : public SipLine, public ::testing::WithParamInterface<std::string> {};
 
 TEST_P(SipModemTester, BaresipAnswersAndEveryStepPasses)
 {
-    if (!inSipTestNetwork())
-        GTEST_SKIP() << "needs a private network namespace: run it through ctest (sip_e2e.sh)";
-    TestLineSetup setup{kRingPeriodMs, "SIP line"};
     setup.environment().set("NAVO_SIP_TRANSPORT", GetParam());
-    setup.environment().set("NAVO_SIP_PORT", std::to_string(kNavoPort));
-    setup.environment().set("NAVO_SIP_RTP_PORTS", "7078-7098");
     const std::string greeting = setup.path("vxgreet.wav");
     ASSERT_TRUE(SineFiles::write(greeting, 400, 0.6));
     const std::string said = setup.path("callee-says.wav");
@@ -755,14 +714,14 @@ TEST_P(SipModemTester, BaresipAnswersAndEveryStepPasses)
     BaresipCallee phone(setup, "300", 5092, said);
     ASSERT_TRUE(phone.waitForOutput(QStringLiteral("baresip is ready"), 10000)) << phone.output();
 
-    LineState* state = Ek7TapiInitVar();
-    state->DeviceId = 0;
-    ModemTester tester(state, greeting, setup.path(""));
-    MessageLog log(state);
-    log.onMessage = [&](const LoggedMessage& m) { tester.message(m.message); };
+    LineState* line = Ek7TapiInitVar();
+    line->DeviceId = 0;
+    ModemTester tester(line, greeting, setup.path(""));
+    MessageLog testerLog(line);
+    testerLog.onMessage = [&](const LoggedMessage& m) { tester.message(m.message); };
     tester.open("Navo SIP line");
-    tester.start("sip:300@127.0.0.1:5092;transport=" + GetParam(), log.handle());
-    ASSERT_TRUE(log.waitFor(kEk7MsgIdle, 1, 15000)) << tester.log() << phone.output();
+    tester.start("sip:300@127.0.0.1:5092;transport=" + GetParam(), testerLog.handle());
+    ASSERT_TRUE(testerLog.waitFor(kEk7MsgIdle, 1, 15000)) << tester.log() << phone.output();
     tester.stop();
     EXPECT_EQ(tester.log(),
               "Navo SIP line selected for testing\r\n\r\n"
@@ -782,7 +741,7 @@ TEST_P(SipModemTester, BaresipAnswersAndEveryStepPasses)
               "Line shutdown : Passed\r\n"
               "================================\r\n\r\n")
         << phone.output();
-    EXPECT_EQ(state->Monitoring, 0);
+    EXPECT_EQ(line->Monitoring, 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Transports, SipModemTester, ::testing::Values("udp", "tcp"));
