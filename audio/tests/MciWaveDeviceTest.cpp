@@ -24,30 +24,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::vector<std::int16_t> countingUp(int n, int from = 0)
-{
-    std::vector<std::int16_t> v(static_cast<std::size_t>(n));
-    for (int i = 0; i < n; ++i)
-        v[static_cast<std::size_t>(i)] = static_cast<std::int16_t>(from + i);
-    return v;
-}
-
-std::vector<std::int16_t> countingDown(int n)
-{
-    std::vector<std::int16_t> v(static_cast<std::size_t>(n));
-    for (int i = 0; i < n; ++i)
-        v[static_cast<std::size_t>(i)] = static_cast<std::int16_t>(-1 - i);
-    return v;
-}
-
-std::vector<std::int16_t> join(std::initializer_list<std::vector<std::int16_t>> parts)
-{
-    std::vector<std::int16_t> all;
-    for (const auto& p : parts)
-        all.insert(all.end(), p.begin(), p.end());
-    return all;
-}
-
 class MciTest : public ::testing::Test {
 protected:
     void SetUp() override
