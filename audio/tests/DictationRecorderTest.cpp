@@ -59,7 +59,6 @@ public:
     MCIERROR setRecordFormat(int, std::string* why) override
     {
         *why = "The specified parameter is out of range for the specified command.";
-        m_open = false;
         return MCIERR_OUTOFRANGE;
     }
     MCIERROR record(bool) override { return MCIERR_HARDWARE; }
