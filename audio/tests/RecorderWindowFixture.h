@@ -54,8 +54,8 @@ protected:
 
     std::string path(const char* name) const { return dir.filePath(name).toStdString(); }
 
-    // Opens the main window with these services (the store is the real one)
-    // on the virtual input (a tone, "tone:440").
+    // Opens the main window with these services (the store always the real
+    // one); the virtual input is input (a tone such as "tone:440").
     void openWindow(const char* input, StartupServices services)
     {
         qputenv("NAVO_AUDIO", "virtual");
