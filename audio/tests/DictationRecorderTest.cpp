@@ -198,62 +198,55 @@ TEST_F(RecorderTest, RecordingFeedsTheLevelMeterStretchesTheRangesAndCarriesOnAt
     EXPECT_FALSE(recorder.enabled().cut);
 }
 
-TEST_F(RecorderTest, InsertLeavesTheSoundAfterThePositionInPlace)
+// Recording at 1 s into a filed record (2 s, no marks file): the sound
+// before stays, the new sound (counting down, then silence) comes at the
+// position, and inserting moves the rest on whole. How an overwrite joins
+// the old sound after it is the device's business (its own tests).
+TEST_F(RecorderTest, InsertAndOverwriteAreFiledAtThePositionUnderTheSameRecIdAndLine)
 {
-    const long recId = fileDictation("Insert into me", "words", 16000);
-    ASSERT_EQ(lastResult, 0);
-    const long position = lastPosition;
     audiotest::useVirtualBackend(sounds.file("voice.wav"), sounds.file("speaker.wav"), true);
-    DictationRecorder recorder(app);
-    ASSERT_EQ(recorder.openExisting(indexlineRecId(recId)), 0);
-    EXPECT_EQ(recorder.display().recId, indexlineRecId(recId));
-    EXPECT_EQ(recorder.display().cutTo, 2000);
-    recorder.moveEndSlider(1);
-    ASSERT_EQ(recordForMs(recorder, true, 300), 0);
-    const std::string baseName = recorder.baseName();
-    ASSERT_EQ(recorder.save({"Insert into me", "words", ""}), 0);
-
-    const std::vector<std::int16_t> sound = filedSamples(recId);
-    ASSERT_GE(sound.size(), 16000u + 2400u);
-    const std::size_t added = sound.size() - 16000;
     const std::vector<std::int16_t> original = filedPattern(16000);
-    EXPECT_EQ(slice(sound, 0, 8000), slice(original, 0, 8000));
-    EXPECT_EQ(slice(sound, 8000, 9600), countingDown(1600));
-    EXPECT_EQ(audiotest::rms(slice(sound, 9600, 8000 + added)), 0.0);
-    EXPECT_EQ(slice(sound, 8000 + added, sound.size()), slice(original, 8000, 16000));
-    // Same RecID, its line replaced where it was.
-    EXPECT_EQ(profile().read("RecID"), "00000001");
-    const std::string line = indexLine(recId);
-    ASSERT_EQ(line.size(), 401u);
-    EXPECT_EQ(indexline::field(line, 1), indexlineRecId(recId));
-    EXPECT_EQ(indexline::field(line, 10), DictationRecorder::timeText(static_cast<long>(sound.size() / 8)));
-    const std::string familyFile = readAll(components::workspacePath(app.TempDir, components::kDictation));
-    EXPECT_EQ(familyFile.substr(static_cast<std::size_t>(position), 401), line);
-}
+    for (const bool insert : {true, false}) {
+        SCOPED_TRACE(insert ? "insert" : "overwrite");
+        const long recId = fileDictation("Re-record me", "words", 16000);
+        ASSERT_EQ(lastResult, 0);
+        const long position = lastPosition;
+        DictationRecorder recorder(app);
+        ASSERT_EQ(recorder.openExisting(indexlineRecId(recId)), 0);
+        EXPECT_EQ(recorder.display().recId, indexlineRecId(recId));
+        EXPECT_EQ(recorder.display().cutTo, 2000);
+        EXPECT_TRUE(recorder.marks().empty());
+        recorder.moveEndSlider(1);
+        ASSERT_EQ(recordForMs(recorder, insert, 300), 0);
+        recorder.addMark("added later");
+        const std::string baseName = recorder.baseName();
+        ASSERT_EQ(recorder.save({"Re-record me", "words", ""}), 0);
 
-// How an overwrite joins the old sound is the device's business (its own
-// tests); here the recorder must ask for an overwrite at the position.
-TEST_F(RecorderTest, OverwriteReplacesTheSoundAfterThePosition)
-{
-    const long recId = fileDictation("Overwrite me", "words", 32000);
-    audiotest::useVirtualBackend(sounds.file("voice.wav"), sounds.file("speaker.wav"), true);
-    DictationRecorder recorder(app);
-    ASSERT_EQ(recorder.openExisting(indexlineRecId(recId)), 0);
-    EXPECT_TRUE(recorder.marks().empty());  // filed without a marks file
-    recorder.moveEndSlider(1);
-    ASSERT_EQ(recordForMs(recorder, false, 300), 0);
-    recorder.addMark("added later");
-    const std::string baseName = recorder.baseName();
-    ASSERT_EQ(recorder.save({"Overwrite me", "words", ""}), 0);
-
-    const std::vector<std::int16_t> sound = filedSamples(recId);
-    ASSERT_EQ(sound.size(), 32000u);
-    EXPECT_EQ(slice(sound, 0, 8000), slice(filedPattern(32000), 0, 8000));
-    EXPECT_EQ(slice(sound, 8000, 9600), countingDown(1600));
-    // The old record got its marks file.
-    const std::vector<IndexMark> marks = indexmarks::load(openRecordFile(recId) + "/" + baseName + ".vxk");
-    ASSERT_EQ(marks.size(), 1u);
-    EXPECT_EQ(marks[0].comment, "added later");
+        const std::vector<std::int16_t> sound = filedSamples(recId);
+        ASSERT_GE(sound.size(), 9600u);
+        EXPECT_EQ(slice(sound, 0, 8000), slice(original, 0, 8000));
+        EXPECT_EQ(slice(sound, 8000, 9600), countingDown(1600));
+        if (insert) {
+            ASSERT_GE(sound.size(), 16000u + 2400u);
+            const std::size_t added = sound.size() - 16000;
+            EXPECT_EQ(audiotest::rms(slice(sound, 9600, 8000 + added)), 0.0);
+            EXPECT_EQ(slice(sound, 8000 + added, sound.size()), slice(original, 8000, 16000));
+        } else {
+            EXPECT_EQ(sound.size(), 16000u);
+        }
+        // Its line replaced where it was, with the new length.
+        const std::string line = indexLine(recId);
+        ASSERT_EQ(line.size(), 401u);
+        EXPECT_EQ(indexline::field(line, 1), indexlineRecId(recId));
+        EXPECT_EQ(indexline::field(line, 10), DictationRecorder::timeText(static_cast<long>(sound.size() / 8)));
+        const std::string familyFile = readAll(components::workspacePath(app.TempDir, components::kDictation));
+        EXPECT_EQ(familyFile.substr(static_cast<std::size_t>(position), 401), line);
+        // The old record got its marks file.
+        const std::vector<IndexMark> marks = indexmarks::load(openRecordFile(recId) + "/" + baseName + ".vxk");
+        ASSERT_EQ(marks.size(), 1u);
+        EXPECT_EQ(marks[0].comment, "added later");
+    }
+    EXPECT_EQ(profile().read("RecID"), "00000002");  // re-recording takes no RecID
 }
 
 TEST_F(RecorderTest, CutRemovesTheStretchAndPlayPlaysFromCutFromToCutTo)
