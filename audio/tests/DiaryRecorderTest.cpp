@@ -323,13 +323,10 @@ TEST_F(DiaryRecorderTest, RemindersFireOnceAtTheirMinuteNagUntilListenedToAndAre
     ASSERT_TRUE(clock->asleep(clock->sleeps() + 1));
     EXPECT_EQ(remindersPosted(window), std::vector<long>{tomorrow});
     again.stop();
-}
 
-TEST_F(DiaryRecorderTest, AReminderLogThatCannotBeOpenedIsError131)
-{
+    // A reminder log that cannot be opened is error 131.
     app.ProfileDir = root() + "/no/such/folder";
-    DiaryMonitor monitor(std::make_shared<FakeClock>(0));
-    EXPECT_EQ(monitor.check(app), 131);
+    EXPECT_EQ(DiaryMonitor(clock).check(app), 131);
 }
 
 TEST_F(DiaryRecorderTest, AMeetingIsFiledAsTypeOneWithItsAttendeesCostAndSound)
