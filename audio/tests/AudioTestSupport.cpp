@@ -148,6 +148,32 @@ std::vector<char> waveData(const std::vector<char>& file)
     return {};
 }
 
+std::vector<std::int16_t> countingUp(int n, int from)
+{
+    std::vector<std::int16_t> v(static_cast<std::size_t>(n));
+    for (int i = 0; i < n; ++i)
+        v[static_cast<std::size_t>(i)] = static_cast<std::int16_t>(from + i);
+    return v;
+}
+
+std::vector<std::int16_t> countingDown(int n)
+{
+    std::vector<std::int16_t> v(static_cast<std::size_t>(n));
+    for (int i = 0; i < n; ++i)
+        v[static_cast<std::size_t>(i)] = static_cast<std::int16_t>(-1 - i);
+    return v;
+}
+
+std::vector<std::int16_t> sine(double frequency, int ms, int rate, int channels, double amplitude)
+{
+    std::vector<std::int16_t> v;
+    const long frames = static_cast<long>(rate) * ms / 1000;
+    for (long i = 0; i < frames; ++i)
+        v.insert(v.end(), static_cast<std::size_t>(channels),
+                 static_cast<std::int16_t>(amplitude * std::sin(2 * M_PI * frequency * static_cast<double>(i) / rate)));
+    return v;
+}
+
 double goertzel(const std::vector<std::int16_t>& x, int rate, double frequency)
 {
     const double w = 2.0 * 3.14159265358979323846 * frequency / rate;

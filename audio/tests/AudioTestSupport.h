@@ -11,6 +11,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <vector>
@@ -32,6 +33,24 @@ struct Chunk {
 std::vector<Chunk> riffChunks(const std::vector<char>& file);
 // The bytes of the first "data" chunk.
 std::vector<char> waveData(const std::vector<char>& file);
+
+// Samples that tell where they came from: n counting up from from, or
+// down from -1.
+std::vector<std::int16_t> countingUp(int n, int from = 0);
+std::vector<std::int16_t> countingDown(int n);
+// The parts one after the other.
+template <typename T>
+std::vector<T> join(std::initializer_list<std::vector<T>> parts)
+{
+    std::vector<T> all;
+    for (const auto& p : parts)
+        all.insert(all.end(), p.begin(), p.end());
+    return all;
+}
+
+// A sine of ms at rate and amplitude, the same in each of channels
+// (interleaved).
+std::vector<std::int16_t> sine(double frequency, int ms, int rate, int channels = 1, double amplitude = 9000);
 
 // Power of one frequency (Goertzel) in a mono 16-bit signal.
 double goertzel(const std::vector<std::int16_t>& x, int rate, double frequency);

@@ -7,83 +7,61 @@
 // restart, and entries due together open 50 pixels apart.
 #include "AudioTestSupport.h"
 #include "FakeDiaryClock.h"
-#include "FakeServices.h"
+#include "PlayerRecords.h"
+#include "RecorderWindowFixture.h"
 #include "ScriptedPrompt.h"
 
-#include "app/MainWindow.h"
 #include "app/TemplatesDialog.h"
 #include "audio/DiaryMonitor.h"
 #include "audio/DiaryRecorderDialog.h"
 #include "audio/DiaryReminderDialog.h"
+#include "audio/IndexMarks.h"
 #include "audio/MeetingRecorderDialog.h"
 #include "audio/RecorderDevice.h"
 #include "audio/RecorderLauncher.h"
-#include "core/AppData.h"
 #include "core/ProfileSettings.h"
-#include "platform/CallbackWindow.h"
 #include "res/resource.h"
-#include "maker/VXSAVE/VXSAVE.h"
-#include "platform/audio/WaveFormats.h"
 #include "store/ComponentFiles.h"
-#include "store/DataStoreService.h"
 #include "store/IndexLine.h"
-#include "store/RecordTemplates.h"
 #include "store/MeetingAgendas.h"
-#include "audio/IndexMarks.h"
+#include "store/RecordTemplates.h"
 
 #include <QCalendarWidget>
 #include <QCheckBox>
 #include <QComboBox>
-#include <QPlainTextEdit>
-#include <QLabel>
-#include <QSpinBox>
 #include <QElapsedTimer>
+#include <QLabel>
 #include <QLineEdit>
+#include <QPlainTextEdit>
 #include <QProgressBar>
 #include <QPushButton>
-#include <QTemporaryDir>
+#include <QSpinBox>
 #include <QTimeEdit>
-#include <QTimer>
-#include <QTreeView>
-#include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
-#include <functional>
-#include <memory>
 
 namespace {
 
-template <typename T>
-T* control(QWidget& dialog, int id)
-{
-    T* widget = dialog.findChild<T*>(QString::number(id));
-    EXPECT_NE(widget, nullptr) << id;
-    return widget;
-}
-
-// Runs body once the dialog of type D that opens next is showing.
+// Presses PICKUP, and STOP then OK at the first look (every 10 ms) at which
+// done() holds.
 template <typename D>
-void whenShowing(QWidget* parent, std::function<void(D&)> body)
+void pickupUntil(D& dialog, std::function<bool()> done)
 {
-    auto* poll = new QTimer();
-    QObject::connect(poll, &QTimer::timeout, [poll, parent, body] {
-        auto* dialog = parent->findChild<D*>();
-        if (dialog == nullptr || !dialog->isVisible())
+    auto* watch = new QTimer(&dialog);
+    QObject::connect(watch, &QTimer::timeout, [&dialog, watch, done] {
+        if (!done())
             return;
-        poll->stop();
-        poll->deleteLater();
-        body(*dialog);
+        watch->stop();
+        control<QPushButton>(dialog, IDC_DIARY_STOP)->click();
+        control<QPushButton>(dialog, IDC_REC_OK)->click();
     });
-    poll->start(10);
+    control<QPushButton>(dialog, IDC_DIARY_PICKUP)->click();
+    watch->start(10);
 }
 
-class DiaryDialogTest : public ::testing::Test {
+class DiaryDialogTest : public RecorderWindowFixture {
 protected:
-    QTemporaryDir dir;
-    AppData app;
-    FakeServices fake;
-    DataStoreService store;
     std::vector<std::string> helpPages;
     RecorderLauncher launcher{[this](const std::string& page) {
         helpPages.push_back(page);
@@ -92,31 +70,18 @@ protected:
     const long long ten = diary::minutesOf(2027, 3, 2, 10, 0);
     std::shared_ptr<FakeClock> clock = std::make_shared<FakeClock>(ten);
     DiaryMonitor monitor{clock};
-    std::unique_ptr<MainWindow> window;
 
     void SetUp() override
     {
-        qputenv("NAVO_AUDIO_OUTPUT", QFile::encodeName(dir.filePath("speaker.wav")));
-        qputenv("NAVO_AUDIO", "virtual");
-        qputenv("NAVO_AUDIO_INPUT", "tone:1000");
-        qputenv("NAVO_AUDIO_PACE", "fast");
-        CallbackWindow::registerClass();
         StartupServices services = fake.services();
-        services.store = &store;
         services.recorder = &launcher;
         services.diary = &monitor;
-        window = std::make_unique<MainWindow>(app, services, QFile::encodeName(dir.path()).toStdString() + "/navo");
-        window->OnInitDialog();
-        ASSERT_EQ(app.StoreUnusable, kStoreHealthy);
+        openWindow("tone:1000", services);
     }
     void TearDown() override
     {
         monitor.stop();
-        window.reset();
-        store.deleteWorkingCopies(app);
-        store.workspace(app, 2, "*.*");
-        for (const char* name : {"NAVO_AUDIO", "NAVO_AUDIO_INPUT", "NAVO_AUDIO_PACE", "NAVO_AUDIO_OUTPUT"})
-            qunsetenv(name);
+        RecorderWindowFixture::TearDown();
     }
 
     // A short entry filed for 2/3/2027 at a time, with a reminder.
@@ -142,7 +107,7 @@ protected:
     // The diary line of a RecID as the store file holds it.
     std::string storedLine(long recId)
     {
-        const std::string folder = dir.filePath("stored").toStdString();
+        const std::string folder = path("stored");
         std::filesystem::create_directories(folder);
         EXPECT_EQ(ExtractFile(app.DataStorePath.c_str(), components::kDiary, folder.c_str()), 0);
         std::ifstream in(folder + "/" + components::kDiary, std::ios::binary);
@@ -161,9 +126,6 @@ protected:
         window->runCommand(ID_DIARY_MONITOR);
         ASSERT_TRUE(clock->asleep(sleeps + 1));
     }
-
-    QAbstractItemModel* list() const { return window->findChild<QTreeView*>("10002")->model(); }
-    QString cell(int row, int column) const { return list()->index(row, column).data().toString(); }
 };
 
 }  // namespace
@@ -179,34 +141,26 @@ TEST_F(DiaryDialogTest, NewRecordingOnTheDiaryListFilesAnEntryThatTheListShowsWi
     bool autoReminderFromProfile = false;
     whenShowing<DiaryRecorderDialog>(window.get(), [&](DiaryRecorderDialog& dialog) {
         autoReminderFromProfile = control<QCheckBox>(dialog, IDC_AUTO_REMINDER)->isChecked();
-        EXPECT_EQ(control<QTimeEdit>(dialog, IDC_DIARY_TIME)->displayFormat(), "HH : mm");
-        for (int i = 0; i < DiaryRecorderDialog::kLevelBars; ++i)
-            control<QProgressBar>(dialog, DiaryRecorderDialog::levelBarId(i));
         EXPECT_FALSE(control<QWidget>(dialog, IDC_DIARY_STOP)->isEnabled());
         control<QLineEdit>(dialog, IDC_DIARY_SUBJECT)->setText("Call the plumber");
         control<QCalendarWidget>(dialog, IDC_DIARY_DATE)->setSelectedDate(QDate(2027, 1, 15));
         control<QTimeEdit>(dialog, IDC_DIARY_TIME)->setTime(QTime(8, 5));
         control<QCheckBox>(dialog, IDC_NAG_ME)->setChecked(true);
-        // PICKUP, then STOP once the bars followed the tone for a second.
-        auto* watch = new QTimer(&dialog);
+        // Saved once the bars followed the tone for a second.
         auto clock = std::make_shared<QElapsedTimer>();
         clock->start();
-        QObject::connect(watch, &QTimer::timeout, [&lit, &dialog, watch, clock] {
+        pickupUntil(dialog, [&lit, &dialog, clock] {
             int now = 0;
             for (QProgressBar* bar : dialog.levelBars())
                 now += bar->value() > 0 ? 1 : 0;
             lit = std::max(lit, now);
-            if ((dialog.recorder().lengthMs() >= 1000 && lit > 0) || clock->elapsed() > 10000) {
-                watch->stop();
-                control<QPushButton>(dialog, IDC_DIARY_STOP)->click();
-                control<QPushButton>(dialog, IDC_REC_HELP)->click();
-                control<QPushButton>(dialog, IDC_REC_OK)->click();
-            }
+            if ((dialog.recorder().lengthMs() < 1000 || lit == 0) && clock->elapsed() < 10000)
+                return false;
+            control<QPushButton>(dialog, IDC_REC_HELP)->click();
+            return true;
         });
-        control<QPushButton>(dialog, IDC_DIARY_PICKUP)->click();
         EXPECT_TRUE(control<QWidget>(dialog, IDC_DIARY_STOP)->isEnabled());
         EXPECT_FALSE(control<QWidget>(dialog, IDC_REC_OK)->isEnabled());
-        watch->start(10);
     });
     window->runCommand(ID_TB_NEW_RECORDING);
 
@@ -232,20 +186,12 @@ TEST_F(DiaryDialogTest, ADueReminderIsAskedAboutPlayedAndSnoozedSoThatItFiresAga
     whenShowing<DiaryReminderDialog>(window.get(), [&](DiaryReminderDialog& dialog) {
         shown = true;
         EXPECT_TRUE(dialog.listenedTo());
-        EXPECT_EQ(dialog.windowTitle(), "Navo Diary Reminder");
-        auto* minutes = control<QSpinBox>(dialog, IDC_SNOOZE_MINUTES);
-        EXPECT_EQ(minutes->value(), 10);
-        EXPECT_EQ(minutes->minimum(), 1);
-        EXPECT_EQ(minutes->maximum(), 240);
-        EXPECT_TRUE(control<QCheckBox>(dialog, IDC_REMINDER_NAG_ME)->isChecked());
-        EXPECT_EQ(control<QPushButton>(dialog, IDC_SNOOZE)->toolTip().replace('\n', ' '),
-                  "Resets the reminder for the specified number of minutes");
-        EXPECT_FALSE(control<QPushButton>(dialog, IDC_REMINDER_PLAY)->icon().isNull());
+        EXPECT_TRUE(control<QCheckBox>(dialog, IDC_REMINDER_NAG_ME)->isChecked());  // the entry's Nag Me
         // Played at once: the whole entry reaches the speaker.
-        const std::string speaker = dir.filePath("speaker.wav").toStdString();
+        const std::string speaker = path("speaker.wav");
         audiotest::pumpUntil([&] { return audiotest::waveData(audiotest::readFile(speaker)).size() >= 8000; }, 5000);
         heard = audiotest::waveData(audiotest::readFile(speaker));
-        minutes->setValue(15);
+        control<QSpinBox>(dialog, IDC_SNOOZE_MINUTES)->setValue(15);
         control<QPushButton>(dialog, IDC_SNOOZE)->click();
     });
     monitorOn();
@@ -340,16 +286,7 @@ TEST_F(DiaryDialogTest, NewRecordingOnTheMeetingListPrimesFromThePreviousMeeting
             EXPECT_TRUE(cost->property("highlighted").toBool());
             control<QLineEdit>(dialog, IDC_DIARY_SUBJECT)->setText(subject);
             dialog.findChild<QLineEdit*>("attendees")->setText("Ann and Bob");
-            auto* watch = new QTimer(&dialog);
-            QObject::connect(watch, &QTimer::timeout, [&dialog, watch] {
-                if (dialog.recorder().lengthMs() < 500)
-                    return;
-                watch->stop();
-                control<QPushButton>(dialog, IDC_DIARY_STOP)->click();
-                control<QPushButton>(dialog, IDC_REC_OK)->click();
-            });
-            control<QPushButton>(dialog, IDC_DIARY_PICKUP)->click();
-            watch->start(10);
+            pickupUntil(dialog, [&dialog] { return dialog.recorder().lengthMs() >= 500; });
         });
         window->runCommand(ID_TB_NEW_RECORDING);
     };
@@ -390,16 +327,7 @@ TEST_F(DiaryDialogTest, ATemplateKeptInTheStoreStartsANewDiaryEntryWithItsTexts)
         prefilled = control<QLineEdit>(dialog, IDC_DIARY_SUBJECT)->text() == "Dentist check"
                  && control<QLineEdit>(dialog, IDC_KEYWORDS)->text() == "teeth"
                  && control<QPlainTextEdit>(dialog, IDC_COMMENTS)->toPlainText() == "Bring the card";
-        auto* watch = new QTimer(&dialog);
-        QObject::connect(watch, &QTimer::timeout, [&dialog, watch] {
-            if (dialog.recorder().lengthMs() < 300)
-                return;
-            watch->stop();
-            control<QPushButton>(dialog, IDC_DIARY_STOP)->click();
-            control<QPushButton>(dialog, IDC_REC_OK)->click();
-        });
-        control<QPushButton>(dialog, IDC_DIARY_PICKUP)->click();
-        watch->start(10);
+        pickupUntil(dialog, [&dialog] { return dialog.recorder().lengthMs() >= 300; });
     });
     window->runCommand(ID_TEMPLATES);
     // WM_USER+30 opens the recorder of the template's type, then its list.
@@ -409,7 +337,7 @@ TEST_F(DiaryDialogTest, ATemplateKeptInTheStoreStartsANewDiaryEntryWithItsTexts)
     EXPECT_EQ(cell(0, 1), "Dentist check");
 
     // The template is in the store file itself.
-    const std::string folder = dir.filePath("stored-templates").toStdString();
+    const std::string folder = path("stored-templates");
     std::filesystem::create_directories(folder);
     ASSERT_EQ(ExtractFile(app.DataStorePath.c_str(), components::kTemplates, folder.c_str()), 0);
     std::ifstream in(folder + "/" + components::kTemplates);
@@ -439,31 +367,22 @@ TEST_F(DiaryDialogTest, AMeetingFollowingAnAgendaMarksEachItemItReachesWhereTheR
         recId = dialog.recorder().recId();
         baseName = dialog.recorder().baseName();
         next->click();  // before PICKUP: the start of the recording
-        auto* watch = new QTimer(&dialog);
-        QObject::connect(watch, &QTimer::timeout, [&dialog, next, watch, &budgetAtMs] {
+        pickupUntil(dialog, [&dialog, next, &budgetAtMs] {
             const long ms = dialog.recorder().lengthMs();
             if (dialog.recorder().itemsReached() == 1 && ms >= 1100) {
                 budgetAtMs = ms;
                 next->click();
-            } else if (dialog.recorder().itemsReached() == 2 && ms >= 1500) {
-                watch->stop();
-                control<QPushButton>(dialog, IDC_DIARY_STOP)->click();
-                control<QPushButton>(dialog, IDC_REC_OK)->click();
             }
+            return dialog.recorder().itemsReached() == 2 && ms >= 1500;
         });
-        control<QPushButton>(dialog, IDC_DIARY_PICKUP)->click();
-        watch->start(10);
     });
     window->runCommand(ID_TB_NEW_RECORDING);
     ASSERT_EQ(list()->rowCount(), 1);
     EXPECT_TRUE(greyedWithoutAgenda);
 
     // The filed record's marks: the two items reached, each where it was.
-    const std::string folder = dir.filePath("stored-meeting").toStdString();
-    std::filesystem::create_directories(folder);
-    const std::string name = indexline::recIdText(recId) + ".vxz";
-    ASSERT_EQ(ExtractFile(app.DataStorePath.c_str(), name.c_str(), folder.c_str()), 0);
-    ASSERT_EQ(VXopenVXZ((folder + "/" + name).c_str(), folder.c_str()), 0);
+    const std::string folder = path("stored-meeting");
+    ASSERT_FALSE(playerrecords::openFiled(app, recId, folder).empty());
     const std::vector<IndexMark> marks = indexmarks::load(folder + "/" + baseName + indexmarks::kFileExtension);
     ASSERT_EQ(marks.size(), 2u);
     EXPECT_EQ(marks[0].comment, "Minutes");

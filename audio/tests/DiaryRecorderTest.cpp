@@ -8,6 +8,7 @@
 // are remembered across a restart.
 #include "AudioTestSupport.h"
 #include "FakeDiaryClock.h"
+#include "PlayerRecords.h"
 #include "StoreFixture.h"
 
 #include "audio/DiaryMonitor.h"
@@ -29,9 +30,6 @@
 #include <filesystem>
 
 namespace {
-
-using audiotest::toSamples16;
-using audiotest::waveData;
 
 constexpr double kTone = 1000.0;
 
@@ -136,13 +134,15 @@ protected:
         if (rows.size() > 0)
             for (int c = 0; c < 5; ++c)
                 r.cells.push_back(rows.cell(0, c));
-        const std::string name = indexlineRecId(recId) + ".vxz";
-        EXPECT_EQ(ExtractFile(app.DataStorePath.c_str(), name.c_str(), folder.c_str()), 0);
-        EXPECT_EQ(VXopenVXZ((folder + "/" + name).c_str(), folder.c_str()), 0);
-        for (const auto& item : std::filesystem::directory_iterator(folder))
-            if (item.path().extension() == ".wav")
-                r.samples = toSamples16(waveData(audiotest::readFile(item.path().string())));
+        r.samples = playerrecords::filedSound(app, recId, folder);
         return r;
+    }
+    // The filed sound is every byte recorded (lengthMs of it) and the tone.
+    static void expectTheTone(const Reopened& r, int quality, long lengthMs)
+    {
+        const int rate = static_cast<int>(waveFormatForQuality(quality).nSamplesPerSec);
+        EXPECT_EQ(static_cast<long>(r.samples.size()) * 1000 / rate, lengthMs);
+        EXPECT_NEAR(audiotest::peakFrequency(r.samples, rate, 200, 3000, 10), kTone, 15);
     }
 };
 
@@ -192,11 +192,9 @@ TEST_F(DiaryRecorderTest, AnEntryRecordedInRunsIsFiledWithItsSoundLineAndRowAndF
                                                  recorder.lengthText()}));
 
     // The sound: every byte of both runs, and the tone.
-    const int rate = static_cast<int>(waveFormatForQuality(recorder.quality()).nSamplesPerSec);
     ASSERT_EQ(waveFormatForQuality(recorder.quality()).nChannels, 1);
-    EXPECT_EQ(static_cast<long>(r.samples.size()) * 1000 / rate, length);
     EXPECT_GE(length, 1700);
-    EXPECT_NEAR(audiotest::peakFrequency(r.samples, rate, 200, 3000, 10), kTone, 15);
+    expectTheTone(r, recorder.quality(), length);
 }
 
 TEST_F(DiaryRecorderTest, TheDiaryLineKeepsDateTimeAndReminderAndRefusesWhatIsNotADiaryLine)
@@ -266,9 +264,7 @@ TEST_F(DiaryRecorderTest, AFilingThatMeetsAFailingDiskKeepsTheSoundAndFilesItWho
         const Reopened r = reopen(lastRecId);
         ASSERT_EQ(r.lines.size(), static_cast<std::size_t>(n));
         EXPECT_EQ(indexline::field(r.lines.back(), 1), recorder.recIdText());
-        const int rate = static_cast<int>(waveFormatForQuality(recorder.quality()).nSamplesPerSec);
-        EXPECT_EQ(static_cast<long>(r.samples.size()) * 1000 / rate, length);
-        EXPECT_NEAR(audiotest::peakFrequency(r.samples, rate, 200, 3000, 10), kTone, 15);
+        expectTheTone(r, recorder.quality(), length);
     }
     EXPECT_TRUE(reachedTheEnd);
     std::printf("filings that failed and kept their sound: %d\n", keptOpen);
@@ -327,13 +323,10 @@ TEST_F(DiaryRecorderTest, RemindersFireOnceAtTheirMinuteNagUntilListenedToAndAre
     ASSERT_TRUE(clock->asleep(clock->sleeps() + 1));
     EXPECT_EQ(remindersPosted(window), std::vector<long>{tomorrow});
     again.stop();
-}
 
-TEST_F(DiaryRecorderTest, AReminderLogThatCannotBeOpenedIsError131)
-{
+    // A reminder log that cannot be opened is error 131.
     app.ProfileDir = root() + "/no/such/folder";
-    DiaryMonitor monitor(std::make_shared<FakeClock>(0));
-    EXPECT_EQ(monitor.check(app), 131);
+    EXPECT_EQ(DiaryMonitor(clock).check(app), 131);
 }
 
 TEST_F(DiaryRecorderTest, AMeetingIsFiledAsTypeOneWithItsAttendeesCostAndSound)
@@ -358,9 +351,7 @@ TEST_F(DiaryRecorderTest, AMeetingIsFiledAsTypeOneWithItsAttendeesCostAndSound)
     EXPECT_EQ(f[10], "\xA3" "18.00");
     ASSERT_GE(r.cells.size(), 2u);
     EXPECT_EQ(r.cells[1], "Budget review");
-    const int rate = static_cast<int>(waveFormatForQuality(recorder.quality()).nSamplesPerSec);
-    EXPECT_EQ(static_cast<long>(r.samples.size()) * 1000 / rate, length);
-    EXPECT_NEAR(audiotest::peakFrequency(r.samples, rate, 200, 3000, 10), kTone, 15);
+    expectTheTone(r, recorder.quality(), length);
     // The next meeting may start from this one's subject and attendees.
     EXPECT_EQ(MeetingRecorder::previous(app).subject, "Budget review");
     EXPECT_EQ(MeetingRecorder::previous(app).attendees, "Ann Bob");

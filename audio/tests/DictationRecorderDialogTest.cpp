@@ -1,20 +1,17 @@
-// Dialog 114 offscreen, found and driven by control numbers: its start,
-// the level meter while recording, filing a new dictation and a
-// re-recorded one into the main window's Dictation list over a real store
-// with the virtual sound device, the questions on leaving, the picture and
-// the failures.
-#include "FakeServices.h"
+// Dialog 114 offscreen, found and driven by control numbers: the level
+// meter while recording, filing a new dictation and a re-recorded one into
+// the main window's Dictation list over a real store with the virtual sound
+// device, the layout, the questions on leaving, the picture and the
+// failures. What is filed, sample by sample, is the recorder's own tests'.
 #include "RecordFactory.h"
+#include "RecorderWindowFixture.h"
 #include "ScriptedPrompt.h"
 
-#include "app/MainWindow.h"
-#include "core/ProfileSettings.h"
-#include "platform/CallbackWindow.h"
 #include "audio/DictationRecorderDialog.h"
 #include "audio/LevelMeter.h"
+#include "core/ProfileSettings.h"
 #include "platform/Trace.h"
 #include "res/resource.h"
-#include "store/DataStoreService.h"
 #include "store/IndexLine.h"
 
 #include <QElapsedTimer>
@@ -27,73 +24,15 @@
 #include <QPushButton>
 #include <QSlider>
 #include <QSpinBox>
-#include <QTemporaryDir>
-#include <QTimer>
-#include <QTreeView>
 #include <QTreeWidget>
-#include <gtest/gtest.h>
-
-#include <functional>
-
 
 namespace {
 
-// Runs body once the dialog that opens next is showing.
-void whenDialogShows(QWidget* parent, std::function<void(DictationRecorderDialog&)> body)
-{
-    auto* poll = new QTimer();
-    QObject::connect(poll, &QTimer::timeout, [poll, parent, body] {
-        auto* dialog = parent->findChild<DictationRecorderDialog*>();
-        if (dialog == nullptr || !dialog->isVisible())
-            return;
-        poll->stop();
-        poll->deleteLater();
-        body(*dialog);
-    });
-    poll->start(10);
-}
-
-template <typename T>
-T* control(QWidget& dialog, int id)
-{
-    T* widget = dialog.findChild<T*>(QString::number(id));
-    EXPECT_NE(widget, nullptr) << id;
-    return widget;
-}
-
-// The main window over a real store, with the virtual sound device.
-class RecorderDialogTest : public ::testing::Test {
+class RecorderDialogTest : public RecorderWindowFixture {
 protected:
-    QTemporaryDir dir;
-    AppData app;
-    FakeServices fake;
-    DataStoreService store;
-    std::unique_ptr<MainWindow> window;
     std::vector<std::string> helpPages;
 
-    void SetUp() override
-    {
-        qputenv("NAVO_AUDIO", "virtual");
-        qputenv("NAVO_AUDIO_INPUT", "tone:440");
-        qputenv("NAVO_AUDIO_PACE", "fast");
-        qputenv("NAVO_AUDIO_OUTPUT", "");
-        CallbackWindow::registerClass();
-        StartupServices services = fake.services();
-        services.store = &store;
-        window = std::make_unique<MainWindow>(app, services, QFile::encodeName(dir.path()).toStdString() + "/navo");
-        window->OnInitDialog();
-        ASSERT_EQ(app.StoreUnusable, kStoreHealthy);
-    }
-    void TearDown() override
-    {
-        CallbackWindow::registerClass();
-        store.deleteWorkingCopies(app);
-        store.workspace(app, 2, "*.*");
-        qunsetenv("NAVO_AUDIO");
-        qunsetenv("NAVO_AUDIO_INPUT");
-        qunsetenv("NAVO_AUDIO_PACE");
-        qunsetenv("NAVO_AUDIO_OUTPUT");
-    }
+    void SetUp() override { openWindow("tone:440", fake.services()); }
 
     int run(const std::string& recIdText)
     {
@@ -104,9 +43,6 @@ protected:
     }
 
     std::string recIdSetting() const { return ProfileSettings(app.IniPath, app.ProfileSection).read("RecID"); }
-
-    QAbstractItemModel* list() const { return window->findChild<QTreeView*>("10002")->model(); }
-    QString cell(int row, int column) const { return list()->index(row, column).data().toString(); }
 
     // Presses Record, and Stop once the level meter moved and the recording
     // reached atLeastMs.
@@ -136,26 +72,6 @@ protected:
 };
 
 }  // namespace
-
-TEST_F(RecorderDialogTest, ANewRecordingShowsItsStartAndWrapsItsTips)
-{
-    DictationRecorderDialog dialog(app, "", {}, window.get());
-    ASSERT_EQ(dialog.openRecording(), 0);
-    EXPECT_EQ(control<QLabel>(dialog, IDC_RECID)->text(), "00000001");
-    EXPECT_EQ(control<QLineEdit>(dialog, IDC_CUT_TO_MSEC)->text(), "0     ");
-    EXPECT_EQ(control<QSlider>(dialog, IDC_END_SLIDER)->maximum(), 1);
-    EXPECT_FALSE(control<QWidget>(dialog, IDC_CUT)->isEnabled());
-    EXPECT_FALSE(control<QWidget>(dialog, IDC_REC_STOP)->isEnabled());
-    EXPECT_TRUE(control<QWidget>(dialog, IDC_REC_RECORD)->isEnabled());
-    // The default picture until one is chosen.
-    EXPECT_FALSE(control<QLabel>(dialog, IDC_PICTURE)->pixmap().isNull());
-    EXPECT_FALSE(control<QLabel>(dialog, IDC_PICTURE)->property("showsPicture").toBool());
-    // Tips are broken into narrow lines.
-    const QString tip = control<QWidget>(dialog, IDC_INSERT_PICTURE)->toolTip();
-    EXPECT_EQ(QString(tip).replace('\n', ' '), "Click here to load a picture to save and email with the recording.");
-    for (const QString& line : tip.split('\n'))
-        EXPECT_LE(line.size(), DictationRecorderDialog::kTipWidth);
-}
 
 TEST_F(RecorderDialogTest, TheLayoutHoldsStillAndReadOnlyFieldsDoNotLookEditable)
 {
@@ -196,7 +112,7 @@ TEST_F(RecorderDialogTest, ARecordedDictationAppearsInTheDictationList)
     ASSERT_EQ(list()->rowCount(), 0);
     int loudest = 0;
     bool stopOnlyWhileRecording = false;
-    whenDialogShows(window.get(), [&](DictationRecorderDialog& dialog) {
+    whenShowing<DictationRecorderDialog>(window.get(), [&](DictationRecorderDialog& dialog) {
         control<QLineEdit>(dialog, IDC_SUBJECT)->setText("Letter to the bank");
         control<QLineEdit>(dialog, IDC_KEYWORDS)->setText("bank loan");
         control<QPlainTextEdit>(dialog, IDC_COMMENTS)->setPlainText("Send on Monday");
@@ -237,7 +153,7 @@ TEST_F(RecorderDialogTest, ReRecordingFromTheListKeepsItsRowAndAddsAtTheEnd)
     const std::string recIdText = indexline::recIdText(recId);
     const std::string before = recIdSetting();
     int loudest = 0;
-    whenDialogShows(window.get(), [&](DictationRecorderDialog& dialog) {
+    whenShowing<DictationRecorderDialog>(window.get(), [&](DictationRecorderDialog& dialog) {
         EXPECT_EQ(control<QLabel>(dialog, IDC_RECID)->text().toStdString(), recIdText);
         EXPECT_EQ(control<QLineEdit>(dialog, IDC_SUBJECT)->text(), "Short note");
         EXPECT_EQ(control<QLabel>(dialog, IDC_LENGTH)->text(), "00:00:01");
@@ -254,25 +170,23 @@ TEST_F(RecorderDialogTest, ReRecordingFromTheListKeepsItsRowAndAddsAtTheEnd)
     EXPECT_GE(cell(0, 4), "00:00:03");  // the second it had, and what was added
 }
 
-TEST_F(RecorderDialogTest, CancelAsksAndNoLeavesTheStoreAsItWas)
+// Which question is asked is the recorder's own tests' business; here
+// Cancel and closing the window must ask it, and No keep the store as it was.
+TEST_F(RecorderDialogTest, CancelAndClosingWhileRecordingAskAndOnlyYesFiles)
 {
     ScriptedPrompt prompt;
-    whenDialogShows(window.get(), [&](DictationRecorderDialog& dialog) {
+    whenShowing<DictationRecorderDialog>(window.get(), [&](DictationRecorderDialog& dialog) {
         control<QLineEdit>(dialog, IDC_SUBJECT)->setText("Not wanted");
         prompt.answerMessage(IDNO);
         control<QPushButton>(dialog, IDC_REC_CANCEL)->click();
     });
     EXPECT_EQ(run(""), 0);
-    EXPECT_EQ(prompt.messages().size(), 1u);  // which question is the recorder's own tests' business
+    EXPECT_EQ(prompt.messages().size(), 1u);
     window->fillList(kListDictation);
     EXPECT_EQ(list()->rowCount(), 0);
-}
 
-TEST_F(RecorderDialogTest, ClosingTheWindowWhileRecordingEndsTheRunAndAsksAboutTheRecording)
-{
-    ScriptedPrompt prompt;
     TraceCapture trace;
-    whenDialogShows(window.get(), [&](DictationRecorderDialog& dialog) {
+    whenShowing<DictationRecorderDialog>(window.get(), [&](DictationRecorderDialog& dialog) {
         QTimer::singleShot(200, &dialog, [&] {
             prompt.answerMessage(IDYES);
             dialog.close();
@@ -280,20 +194,30 @@ TEST_F(RecorderDialogTest, ClosingTheWindowWhileRecordingEndsTheRunAndAsksAboutT
         control<QPushButton>(dialog, IDC_REC_RECORD)->click();
     });
     EXPECT_EQ(run(""), 1);
-    EXPECT_TRUE(trace.contains("close\n"));
-    EXPECT_EQ(prompt.messages().size(), 1u);
+    EXPECT_TRUE(trace.contains("close\n"));  // the recording's run ended
+    EXPECT_EQ(prompt.messages().size(), 2u);
     window->fillList(kListDictation);
     EXPECT_EQ(list()->rowCount(), 1);
 }
 
 TEST_F(RecorderDialogTest, APictureIsChosenThroughThePromptAndCanBeRemovedFromItsMenu)
 {
-    const std::string photo = QFile::encodeName(dir.path()).toStdString() + "/photo.jpg";
+    const std::string photo = path("photo.jpg");
     QImage image(16, 12, QImage::Format_RGB32);
     image.fill(Qt::darkGreen);
     ASSERT_TRUE(image.save(QString::fromStdString(photo), "JPEG"));
     DictationRecorderDialog dialog(app, "", {}, window.get());
     ASSERT_EQ(dialog.openRecording(), 0);
+    EXPECT_EQ(control<QLabel>(dialog, IDC_RECID)->text(), "00000001");
+    // The default picture until one is chosen.
+    EXPECT_FALSE(control<QLabel>(dialog, IDC_PICTURE)->pixmap().isNull());
+    EXPECT_FALSE(control<QLabel>(dialog, IDC_PICTURE)->property("showsPicture").toBool());
+    EXPECT_FALSE(control<QWidget>(dialog, IDC_REMOVE_PICTURE)->isEnabled());
+    // Tips are broken into narrow lines.
+    const QString tip = control<QWidget>(dialog, IDC_INSERT_PICTURE)->toolTip();
+    EXPECT_GT(tip.count('\n'), 0);
+    for (const QString& line : tip.split('\n'))
+        EXPECT_LE(line.size(), DictationRecorderDialog::kTipWidth);
     ScriptedPrompt prompt;
     prompt.answerFile(photo);
     control<QPushButton>(dialog, IDC_INSERT_PICTURE)->click();

@@ -59,7 +59,7 @@ TEST(IndexMarksFile, RoundTripKeepsEveryMarkInOrderIn61ByteRecords)
     EXPECT_TRUE(sameMarks(indexmarks::load(path), marks));
 }
 
-TEST(IndexMarksFile, AnEmptyListWritesAnEmptyFileOverAnOldOne)
+TEST(IndexMarksFile, AnEmptyListWritesAnEmptyFileOverAnOldOneAndAMissingFolderFails)
 {
     TempFolder dir;
     const std::string path = dir.file("marks.vxk");
@@ -69,6 +69,7 @@ TEST(IndexMarksFile, AnEmptyListWritesAnEmptyFileOverAnOldOne)
     EXPECT_EQ(bytesOf(path), "");
     EXPECT_TRUE(indexmarks::load(path).empty());
     EXPECT_TRUE(indexmarks::load(dir.file("missing")).empty());
+    EXPECT_FALSE(indexmarks::save(dir.file("no/such/folder/marks.vxk"), {{"a", "00:00:01", "0"}}));
 }
 
 TEST(IndexMarksFile, LoadingMendsFlagsAndKeepsAShortLastRecord)
@@ -102,12 +103,6 @@ TEST(IndexMarksFile, LongTextsAreCutAndJoinedCommentsStopAt5000)
     EXPECT_EQ(joined.size(), indexmarks::kJoinedMax);
     EXPECT_EQ(joined.substr(0, 7), "first z");
     EXPECT_EQ(indexmarks::joinedComments({{"a b", "", "0"}, {"c", "", "0"}}), "a b c");
-}
-
-TEST(IndexMarksFile, SaveReportsAFileThatCannotBeWritten)
-{
-    TempFolder dir;
-    EXPECT_FALSE(indexmarks::save(dir.file("no/such/folder/marks.vxk"), {{"a", "00:00:01", "0"}}));
 }
 
 TEST(PeakLevels, SixteenBitMonoAndStereoOnTheMeterScale)

@@ -127,37 +127,25 @@ protected:
     }
 };
 
-TEST_F(PlayerTest, ATonePlaysThroughTheOutputAtItsFrequencyAndLength)
-{
-    const long recId = fileSamples("tone", tone(440, 1500));
-    MessagePlayer player(app, {indexline::recIdText(recId)}, 0);
-    ASSERT_EQ(player.open(), 0);
-    EXPECT_EQ(player.display().lengthMs, 1500);
-    player.play();
-    playToEnd(player);
-    const std::vector<std::int16_t> out = heard();
-    EXPECT_EQ(out.size(), 12000u);
-    EXPECT_NEAR(audiotest::peakFrequency(out, kRate, 200, 2000, 5), 440, 5);
-    EXPECT_EQ(player.display().positionMs, 1500);
-}
-
-TEST_F(PlayerTest, RewindingTwoSecondsStopsAtTheStartAndPlaysFromThere)
+// What is heard is checked at the output: its length and, per half, its
+// frequency.
+TEST_F(PlayerTest, TheSoundIsHeardWholeAndRewindingTwoSecondsStopsAtTheStart)
 {
     // Two halves that can be told apart: 400 Hz then 800 Hz.
-    std::vector<std::int16_t> samples = tone(400, 1500);
-    const std::vector<std::int16_t> second = tone(800, 1500);
-    samples.insert(samples.end(), second.begin(), second.end());
-    const long recId = fileSamples("halves", samples);
+    const long recId = fileSamples("halves", audiotest::join({tone(400, 1500), tone(800, 1500)}));
     MessagePlayer player(app, {indexline::recIdText(recId)}, 0);
     ASSERT_EQ(player.open(), 0);
+    EXPECT_EQ(player.display().lengthMs, 3000);
 
     // At 1500 ms two seconds back is below 0: it starts from 0 and plays all.
     player.moveTo(1500);
     player.rewindTwoSeconds();
     playToEnd(player);
+    EXPECT_EQ(player.display().positionMs, 3000);
     std::vector<std::int16_t> out = heard();
     ASSERT_EQ(out.size(), 24000u);
     EXPECT_NEAR(audiotest::peakFrequency({out.begin(), out.begin() + 12000}, kRate, 200, 2000, 5), 400, 5);
+    EXPECT_NEAR(audiotest::peakFrequency({out.begin() + 12000, out.end()}, kRate, 200, 2000, 5), 800, 5);
 
     // At 2500 ms it goes back to 500 ms: 2.5 s are heard.
     player.moveTo(2500);
