@@ -321,9 +321,9 @@ int find(const char* path, const Ek7IndexQuery& query, std::vector<Ek7IndexHit>*
     if (query.newMessagesOnly)
         from += " AND e.new_message = 1";
     const bool relevance = byWords && query.order == Ek7IndexQuery::Relevance;
-    // Words alone: the full-text table answers by itself (its own ranking
-    // and count), and only the page's entries are read. Joining every match
-    // to its entry first costs a lookup per match.
+    // Words alone: the full-text table answers by itself (the count, and
+    // the ranking or the newest page), and only the page's entries are read.
+    // Joining every match to its entry first costs a lookup per match.
     const bool wordsAlone = byWords && query.families == 0 && query.from == 0 && query.to == 0 &&
                             !query.newMessagesOnly;
     std::string page;
