@@ -372,10 +372,15 @@ int find(const char* path, const Ek7IndexQuery& query, std::vector<Ek7IndexHit>*
         }
         const std::size_t first = std::min(query.offset, ranked.size());
         const std::size_t last = query.limit == 0 ? ranked.size() : std::min(ranked.size(), first + query.limit);
-        std::partial_sort(ranked.begin(), ranked.begin() + static_cast<std::ptrdiff_t>(last), ranked.end(),
-                          [](const std::pair<double, std::int64_t>& a, const std::pair<double, std::int64_t>& b) {
-                              return a.first != b.first ? a.first < b.first : a.second > b.second;
-                          });
+        auto better = [](const std::pair<double, std::int64_t>& a, const std::pair<double, std::int64_t>& b) {
+            return a.first != b.first ? a.first < b.first : a.second > b.second;
+        };
+        if (last == ranked.size())
+            std::sort(ranked.begin(), ranked.end(), better);
+        else
+            std::partial_sort(ranked.begin(), ranked.begin() + static_cast<std::ptrdiff_t>(last), ranked.end(),
+                              better);
+        hits->reserve(last - first);
         Lease entry(reader, "SELECT record_type, line FROM entry WHERE rec_id = ?1");
         if (entry->prepareResult() != SQLITE_OK)
             return codeForSqlite(entry->prepareResult());
