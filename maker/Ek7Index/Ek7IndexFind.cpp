@@ -118,7 +118,6 @@ std::string familyCondition(unsigned families)
     return codes.empty() ? std::string(" AND 0") : " AND e.type_code IN (" + codes + ")";
 }
 
-
 // The relevance of a match, lower first as with bm25: bm25's saturated term
 // frequency and rarity of each word, without its document-length part.
 // bm25 reads every match's column sizes from a table of their own (a
@@ -339,7 +338,7 @@ int find(const char* path, const Ek7IndexQuery& query, std::vector<Ek7IndexHit>*
     // order (the RecIDs, handed out in time order).
     std::uint64_t matches = 0;
     bool tooMany = false;
-    if (wordsAlone && relevance) {
+    if (wordsAlone && relevance && query.rankLimit != 0) {
         // Counted first: stepping through every match of a common word costs
         // more than counting it and reading the newest page.
         {
@@ -352,7 +351,7 @@ int find(const char* path, const Ek7IndexQuery& query, std::vector<Ek7IndexHit>*
                 return codeForSqlite(rc);
             matches = static_cast<std::uint64_t>(count->columnInt64(0));
         }
-        tooMany = query.rankLimit != 0 && matches > query.rankLimit;
+        tooMany = matches > query.rankLimit;
     }
     if (wordsAlone && relevance && !tooMany) {
         // Ranked here, and only the page's entries read: a few matches cost

@@ -129,6 +129,8 @@ TEST_F(FindTest, RanksByFrequencyAndRarityPagesAndFallsBackToNewestWhenTooMany)
     // comes before 12 holding the common one twice.
     EXPECT_EQ(find("audit ledger", 0, 0, 0, false, Ek7IndexQuery::Relevance),
               (std::vector<std::uint32_t>{11, 12, 13}));
+    EXPECT_EQ(find("audit ledger", kEk7FamilyDictation, 0, 0, false, Ek7IndexQuery::Relevance),
+              (std::vector<std::uint32_t>{11, 12, 13}));
 
     Ek7IndexQuery query;
     query.words = "ledg";
@@ -143,6 +145,11 @@ TEST_F(FindTest, RanksByFrequencyAndRarityPagesAndFallsBackToNewestWhenTooMany)
     EXPECT_EQ(hits[1].line.substr(0, 8), "00000011");
     EXPECT_EQ(total, 7u);
 
+    query.rankLimit = 0;  // always ranked
+    ASSERT_EQ(Ek7IndexFind(m_index.c_str(), query, &hits, &total), kEk7IndexOk);
+    ASSERT_EQ(hits.size(), 2u);
+    EXPECT_EQ(hits[0].recId, 13u);
+    EXPECT_EQ(total, 7u);
     query.rankLimit = 6;
     ASSERT_EQ(Ek7IndexFind(m_index.c_str(), query, &hits, &total), kEk7IndexOk);
     ASSERT_EQ(hits.size(), 2u);
