@@ -88,6 +88,10 @@ protected:
         EXPECT_NE(Ek7IndexForEach(m_index.c_str(), [](const Ek7IndexRow&) { return true; }),
                   kEk7IndexOk);
         EXPECT_NE(Ek7IndexSearch(m_index.c_str(), "words", &ids), kEk7IndexOk);
+        Ek7IndexQuery query;
+        query.words = "words";
+        std::vector<Ek7IndexHit> hits;
+        EXPECT_NE(Ek7IndexFind(m_index.c_str(), query, &hits, &n), kEk7IndexOk);
         EXPECT_NE(Ek7IndexCreate(m_index.c_str()), kEk7IndexOk);
 
         EXPECT_EQ(bytesOf(m_index), before);
