@@ -9,12 +9,16 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
+#include <cmath>
 #include <filesystem>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <new>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace ek7index {
 int rememberCode(int code);  // Ek7Index.cpp: the thread's last error
@@ -114,6 +118,88 @@ std::string familyCondition(unsigned families)
     return codes.empty() ? std::string(" AND 0") : " AND e.type_code IN (" + codes + ")";
 }
 
+// The relevance of a match, lower first as with bm25: bm25's saturated term
+// frequency and rarity of each word, without its document-length part.
+// bm25 reads every match's column sizes from a table of their own (a
+// lookup a match, most of a query's time); the searched texts are short,
+// and how often and how many of the words occur tells more than the length.
+struct PhraseRarity {
+    std::vector<double> idf;
+};
+
+int countHit(const Fts5ExtensionApi*, Fts5Context*, void* hits)
+{
+    ++*static_cast<sqlite3_int64*>(hits);
+    return SQLITE_OK;
+}
+
+void navoRank(const Fts5ExtensionApi* api, Fts5Context* fts, sqlite3_context* context, int, sqlite3_value**)
+{
+    constexpr double k1 = 1.2;
+    const int phrases = api->xPhraseCount(fts);
+    auto* rarity = static_cast<PhraseRarity*>(api->xGetAuxdata(fts, 0));
+    if (rarity == nullptr) {
+        // Once a query. One word weighs the same in every match: no need to
+        // count its matches.
+        auto made = std::make_unique<PhraseRarity>();
+        made->idf.assign(static_cast<std::size_t>(phrases), 1.0);
+        sqlite3_int64 rows = 0;
+        int rc = phrases > 1 ? api->xRowCount(fts, &rows) : SQLITE_OK;
+        for (int i = 0; phrases > 1 && i < phrases && rc == SQLITE_OK; ++i) {
+            sqlite3_int64 hits = 0;
+            rc = api->xQueryPhrase(fts, i, &hits, countHit);
+            const double idf = std::log((rows - hits + 0.5) / (hits + 0.5));
+            made->idf[static_cast<std::size_t>(i)] = idf > 1e-6 ? idf : 1e-6;
+        }
+        if (rc == SQLITE_OK)
+            rc = api->xSetAuxdata(fts, made.get(), [](void* p) { delete static_cast<PhraseRarity*>(p); });
+        if (rc != SQLITE_OK) {
+            sqlite3_result_error_code(context, rc);
+            return;
+        }
+        rarity = made.release();
+    }
+    int instances = 0;
+    int rc = api->xInstCount(fts, &instances);
+    double frequencies[16] = {};
+    std::vector<double> more;
+    double* frequency = frequencies;
+    if (phrases > 16) {
+        more.assign(static_cast<std::size_t>(phrases), 0.0);
+        frequency = more.data();
+    }
+    for (int i = 0; i < instances && rc == SQLITE_OK; ++i) {
+        int phrase = 0, column = 0, offset = 0;
+        rc = api->xInst(fts, i, &phrase, &column, &offset);
+        if (rc == SQLITE_OK && phrase >= 0 && phrase < phrases)
+            frequency[phrase] += 1.0;
+    }
+    if (rc != SQLITE_OK) {
+        sqlite3_result_error_code(context, rc);
+        return;
+    }
+    double score = 0;
+    for (int i = 0; i < phrases; ++i)
+        score += rarity->idf[static_cast<std::size_t>(i)] * frequency[i] * (k1 + 1.0) / (frequency[i] + k1);
+    sqlite3_result_double(context, -score);
+}
+
+// Makes navo_rank() known to a connection's full-text tables.
+int addRanking(sqlite3* db)
+{
+    fts5_api* fts = nullptr;
+    Statement lookup(db, "SELECT fts5(?1)");
+    if (lookup.prepareResult() != SQLITE_OK)
+        return codeForSqlite(lookup.prepareResult());
+    sqlite3_bind_pointer(lookup.get(), 1, &fts, "fts5_api_ptr", nullptr);
+    const int rc = lookup.step();
+    if (rc != SQLITE_ROW && rc != SQLITE_DONE)
+        return codeForSqlite(rc);
+    if (fts == nullptr || fts->iVersion < 2)
+        return kEk7IndexFailed;
+    return codeForSqlite(fts->xCreateFunction(fts, "navo_rank", nullptr, navoRank, nullptr));
+}
+
 namespace fs = std::filesystem;
 
 struct Reader {
@@ -195,6 +281,8 @@ int find(const char* path, const Ek7IndexQuery& query, std::vector<Ek7IndexHit>*
             if (code == kEk7IndexOk)
                 code = db->check(&empty);
         }
+        if (code == kEk7IndexOk && !empty)
+            code = addRanking(db->handle());
         if (code != kEk7IndexOk || empty)
             return code;
         reader.db = std::move(db);
@@ -213,6 +301,11 @@ int find(const char* path, const Ek7IndexQuery& query, std::vector<Ek7IndexHit>*
                 reader.close();
         }
     } drop{reader};
+    // One read transaction for the query's statements: each would otherwise
+    // take and drop the file's lock and read its header again.
+    Transaction snapshot(db->handle(), Transaction::Kind::Read);
+    if (snapshot.beginResult() != SQLITE_OK)
+        return codeForSqlite(snapshot.beginResult());
 
     const std::string match = matchExpression(query.words);
     const bool byWords = !match.empty();
@@ -227,9 +320,9 @@ int find(const char* path, const Ek7IndexQuery& query, std::vector<Ek7IndexHit>*
     if (query.newMessagesOnly)
         from += " AND e.new_message = 1";
     const bool relevance = byWords && query.order == Ek7IndexQuery::Relevance;
-    // Words alone: the full-text table answers by itself (its own ranking
-    // and count), and only the page's entries are read. Joining every match
-    // to its entry first costs a lookup per match.
+    // Words alone: the full-text table answers by itself (the count, and
+    // the ranking or the newest page), and only the page's entries are read.
+    // Joining every match to its entry first costs a lookup per match.
     const bool wordsAlone = byWords && query.families == 0 && query.from == 0 && query.to == 0 &&
                             !query.newMessagesOnly;
     std::string page;
@@ -237,43 +330,91 @@ int find(const char* path, const Ek7IndexQuery& query, std::vector<Ek7IndexHit>*
         page = " LIMIT " + std::to_string(query.limit) + " OFFSET " + std::to_string(query.offset);
     else if (query.offset != 0)
         page = " LIMIT -1 OFFSET " + std::to_string(query.offset);
+    // The statements differ by the narrowing and the page only: a handful.
+    if (reader.statements.size() > 64)
+        reader.statements.clear();
     // Ranking costs a little for every match; past rankLimit matches the
     // words are too common for a ranking to help, and newest first is the
     // order (the RecIDs, handed out in time order).
     std::uint64_t matches = 0;
-    bool counted = false;
+    bool tooMany = false;
     if (wordsAlone && relevance && query.rankLimit != 0) {
-        Lease count(reader, "SELECT count(*) FROM entry_search WHERE entry_search MATCH ?1");
-        if (count->prepareResult() != SQLITE_OK)
-            return codeForSqlite(count->prepareResult());
-        count->bindText(1, match);
-        const int rc = count->step();
-        if (rc != SQLITE_ROW)
-            return codeForSqlite(rc);
-        matches = static_cast<std::uint64_t>(count->columnInt64(0));
-        counted = true;
+        // Counted first: stepping through every match of a common word costs
+        // more than counting it and reading the newest page.
+        {
+            Lease count(reader, "SELECT count(*) FROM entry_search WHERE entry_search MATCH ?1");
+            if (count->prepareResult() != SQLITE_OK)
+                return codeForSqlite(count->prepareResult());
+            count->bindText(1, match);
+            const int rc = count->step();
+            if (rc != SQLITE_ROW)
+                return codeForSqlite(rc);
+            matches = static_cast<std::uint64_t>(count->columnInt64(0));
+        }
+        tooMany = matches > query.rankLimit;
     }
-    const bool tooMany = counted && matches > query.rankLimit;
+    if (wordsAlone && relevance && !tooMany) {
+        // Ranked here, and only the page's entries read: a few matches cost
+        // a few lookups.
+        std::vector<std::pair<double, std::int64_t>> ranked;
+        ranked.reserve(static_cast<std::size_t>(matches));
+        {
+            Lease rank(reader, "SELECT rowid, navo_rank(entry_search) FROM entry_search WHERE entry_search MATCH ?1");
+            if (rank->prepareResult() != SQLITE_OK)
+                return codeForSqlite(rank->prepareResult());
+            rank->bindText(1, match);
+            int rc;
+            while ((rc = rank->step()) == SQLITE_ROW)
+                ranked.emplace_back(sqlite3_column_double(rank->get(), 1), rank->columnInt64(0));
+            if (rc != SQLITE_DONE)
+                return codeForSqlite(rc);
+        }
+        const std::size_t first = std::min(query.offset, ranked.size());
+        const std::size_t last = query.limit == 0 ? ranked.size() : std::min(ranked.size(), first + query.limit);
+        auto better = [](const std::pair<double, std::int64_t>& a, const std::pair<double, std::int64_t>& b) {
+            return a.first != b.first ? a.first < b.first : a.second > b.second;
+        };
+        if (last == ranked.size())
+            std::sort(ranked.begin(), ranked.end(), better);
+        else
+            std::partial_sort(ranked.begin(), ranked.begin() + static_cast<std::ptrdiff_t>(last), ranked.end(),
+                              better);
+        hits->reserve(last - first);
+        Lease entry(reader, "SELECT record_type, line FROM entry WHERE rec_id = ?1");
+        if (entry->prepareResult() != SQLITE_OK)
+            return codeForSqlite(entry->prepareResult());
+        for (std::size_t i = first; i < last; ++i) {
+            entry->reset();
+            entry->bindInt64(1, ranked[i].second);
+            const int rc = entry->step();
+            if (rc == SQLITE_DONE)
+                continue;  // search rows without an entry are not shown
+            if (rc != SQLITE_ROW) {
+                hits->clear();
+                return codeForSqlite(rc);
+            }
+            Ek7IndexHit hit;
+            hit.recId = static_cast<std::uint32_t>(ranked[i].second);
+            hit.recordType = ansiFromUtf8(entry->columnText(0));
+            hit.line = entry->columnBlob(1);
+            hits->push_back(std::move(hit));
+        }
+        if (total != nullptr)
+            *total = ranked.size();
+        return kEk7IndexOk;
+    }
     std::string sql;
-    if (wordsAlone && tooMany) {
+    if (tooMany) {
         sql = "SELECT e.rec_id, e.record_type, e.line FROM (SELECT rowid AS id FROM entry_search"
               " WHERE entry_search MATCH ?1 ORDER BY rowid DESC" + page + ") AS m JOIN entry e ON e.rec_id = m.id"
               " ORDER BY m.id DESC";
-    } else if (wordsAlone && relevance) {
-        // bm25() in an ordinary ORDER BY is scored once a match; the rank
-        // column's own ordering looks every match up a second time.
-        sql = "SELECT e.rec_id, e.record_type, e.line FROM (SELECT rowid AS id, bm25(entry_search) AS r"
-              " FROM entry_search WHERE entry_search MATCH ?1 ORDER BY r, rowid DESC" + page +
-              ") AS m JOIN entry e ON e.rec_id = m.id ORDER BY m.r, m.id DESC";
-        from = " FROM entry_search WHERE entry_search MATCH ?1";
     } else {
         sql = "SELECT e.rec_id, e.record_type, e.line" + from +
-              (relevance ? " ORDER BY bm25(entry_search), e.start_key DESC, e.rec_id DESC"
+              (relevance ? " ORDER BY navo_rank(entry_search), e.start_key DESC, e.rec_id DESC"
                          : " ORDER BY e.start_key DESC, e.rec_id DESC") + page;
         if (wordsAlone)
             from = " FROM entry_search WHERE entry_search MATCH ?1";
     }
-
     auto bind = [&](Statement& statement) {
         if (byWords)
             statement.bindText(1, match);
@@ -282,9 +423,6 @@ int find(const char* path, const Ek7IndexQuery& query, std::vector<Ek7IndexHit>*
         if (query.to != 0)
             statement.bindInt64(3, query.to);
     };
-    // The statements differ by the narrowing and the page only: a handful.
-    if (reader.statements.size() > 64)
-        reader.statements.clear();
     Lease select(reader, sql);
     if (select->prepareResult() != SQLITE_OK)
         return codeForSqlite(select->prepareResult());
@@ -303,7 +441,7 @@ int find(const char* path, const Ek7IndexQuery& query, std::vector<Ek7IndexHit>*
     }
     if (total == nullptr)
         return kEk7IndexOk;
-    if (counted) {
+    if (tooMany) {
         *total = matches;
         return kEk7IndexOk;
     }

@@ -142,7 +142,10 @@ IndexDatabase::~IndexDatabase()
 
 int IndexDatabase::open(const char* path, Access access)
 {
-    const int flags = access == Access::Write ? SQLITE_OPEN_READWRITE : SQLITE_OPEN_READONLY;
+    // A connection is only ever used by one thread at a time (the kept
+    // search connection under its own lock): SQLite's own locking of every
+    // call would only cost.
+    const int flags = (access == Access::Write ? SQLITE_OPEN_READWRITE : SQLITE_OPEN_READONLY) | SQLITE_OPEN_NOMUTEX;
     const int rc = sqlite3_open_v2(path, &m_db, flags, nullptr);
     if (rc != SQLITE_OK)
         return rc == SQLITE_NOMEM ? kEk7IndexNoMemory : kEk7IndexCannotOpen;

@@ -88,6 +88,10 @@ protected:
         EXPECT_NE(Ek7IndexForEach(m_index.c_str(), [](const Ek7IndexRow&) { return true; }),
                   kEk7IndexOk);
         EXPECT_NE(Ek7IndexSearch(m_index.c_str(), "words", &ids), kEk7IndexOk);
+        Ek7IndexQuery query;
+        query.words = "words";
+        std::vector<Ek7IndexHit> hits;
+        EXPECT_NE(Ek7IndexFind(m_index.c_str(), query, &hits, &n), kEk7IndexOk);
         EXPECT_NE(Ek7IndexCreate(m_index.c_str()), kEk7IndexOk);
 
         EXPECT_EQ(bytesOf(m_index), before);
@@ -189,6 +193,22 @@ TEST_F(FileTest, HundredThousandEntriesListInRecIdOrder)
     ASSERT_EQ(Ek7IndexSearch(m_index.c_str(), "needle", &ids), kEk7IndexOk);
     EXPECT_EQ(ids, std::vector<std::uint32_t>{77777});
     EXPECT_EQ(count(), 100000u);
+
+    // The batch was the whole index, so its search rows were merged into one
+    // piece; changes afterwards keep them in step all the same.
+    Ek7IndexEntry gone = entry(77777, "");
+    ASSERT_NE(Ek7IndexDel(&gone), 0);
+    Ek7IndexEntry moved = entry(100001, "needle");
+    ASSERT_NE(Ek7IndexAdd(&moved), 0);
+    ASSERT_EQ(Ek7IndexSearch(m_index.c_str(), "needle", &ids), kEk7IndexOk);
+    EXPECT_EQ(ids, std::vector<std::uint32_t>{100001});
+    sqlite3* db = nullptr;
+    ASSERT_EQ(sqlite3_open_v2(m_index.c_str(), &db, SQLITE_OPEN_READWRITE, nullptr), SQLITE_OK);
+    EXPECT_EQ(sqlite3_exec(db, "INSERT INTO entry_search(entry_search, rank) VALUES ('integrity-check', 1)",
+                           nullptr, nullptr, nullptr),
+              SQLITE_OK)
+        << sqlite3_errmsg(db);
+    sqlite3_close(db);
 
     // Stopping early stops.
     int visits = 0;

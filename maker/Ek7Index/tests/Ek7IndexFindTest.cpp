@@ -98,10 +98,8 @@ TEST_F(FindTest, FindsEveryTextByWordStartsAndNarrowsByFamilyDateAndNewMessages)
     EXPECT_EQ(find("", 0, 20260621120000), std::vector<std::uint32_t>{4});
     EXPECT_EQ(find("desmond", 0, 0, 0, true), std::vector<std::uint32_t>{4});
 
-    // Relevance: the entry holding the word twice comes first; pages and the
-    // total of all matches.
+    // Pages and the total of all matches (the ranking has its own test).
     addDictation(6, "lease lease", "lease", "01/01/2025 00:00:00");
-    EXPECT_EQ(find("lease", 0, 0, 0, false, Ek7IndexQuery::Relevance), (std::vector<std::uint32_t>{6, 1}));
     Ek7IndexQuery page;
     page.limit = 2;
     page.offset = 2;
@@ -113,6 +111,49 @@ TEST_F(FindTest, FindsEveryTextByWordStartsAndNarrowsByFamilyDateAndNewMessages)
     EXPECT_EQ(hits[1].recId, 5u);
     EXPECT_EQ(hits[0].line.substr(0, 8), "00000002");
     EXPECT_EQ(total, 6u);
+}
+
+// Words alone are ranked apart from the table: how often each word occurs,
+// the rarer word weighing more; pages of the ranking; and past rankLimit
+// matches, newest first with the count of all.
+TEST_F(FindTest, RanksByFrequencyAndRarityPagesAndFallsBackToNewestWhenTooMany)
+{
+    for (std::uint32_t recId = 1; recId <= 4; ++recId)
+        addDictation(recId, "ledger", " ", "01/01/2026 09:00:00");
+    addDictation(11, "ledger audit audit", " ", "02/01/2026 09:00:00");
+    addDictation(12, "ledger ledger audit", " ", "03/01/2026 09:00:00");
+    addDictation(13, "audit", "ledger", "04/01/2026 09:00:00");
+    // "audit" is in 3 of 7, "ledger" in all: 11 holding the rare word twice
+    // comes before 12 holding the common one twice.
+    EXPECT_EQ(find("audit ledger", 0, 0, 0, false, Ek7IndexQuery::Relevance),
+              (std::vector<std::uint32_t>{11, 12, 13}));
+    EXPECT_EQ(find("audit ledger", kEk7FamilyDictation, 0, 0, false, Ek7IndexQuery::Relevance),
+              (std::vector<std::uint32_t>{11, 12, 13}));
+
+    Ek7IndexQuery query;
+    query.words = "ledg";
+    query.limit = 2;
+    query.offset = 1;
+    std::vector<Ek7IndexHit> hits;
+    std::uint64_t total = 0;
+    ASSERT_EQ(Ek7IndexFind(m_index.c_str(), query, &hits, &total), kEk7IndexOk);
+    ASSERT_EQ(hits.size(), 2u);  // 12 (twice) first, then the rest newest first
+    EXPECT_EQ(hits[0].recId, 13u);
+    EXPECT_EQ(hits[1].recId, 11u);
+    EXPECT_EQ(hits[1].line.substr(0, 8), "00000011");
+    EXPECT_EQ(total, 7u);
+
+    query.rankLimit = 0;  // always ranked
+    ASSERT_EQ(Ek7IndexFind(m_index.c_str(), query, &hits, &total), kEk7IndexOk);
+    ASSERT_EQ(hits.size(), 2u);
+    EXPECT_EQ(hits[0].recId, 13u);
+    EXPECT_EQ(total, 7u);
+    query.rankLimit = 6;
+    ASSERT_EQ(Ek7IndexFind(m_index.c_str(), query, &hits, &total), kEk7IndexOk);
+    ASSERT_EQ(hits.size(), 2u);
+    EXPECT_EQ(hits[0].recId, 12u);
+    EXPECT_EQ(hits[1].recId, 11u);
+    EXPECT_EQ(total, 7u);
 }
 
 // Edits and deletions through the store are covered with the store; here the
