@@ -80,6 +80,16 @@ public:
     // unless the recording brings its own.
     int save(RecordingToFile& recording, RecordingSource& source);
 
+    // Files several new recordings in one store transaction, then their index
+    // entries in one more. For recordings whose waves are already in the
+    // workspace (imported ones): nothing is played or measured, and each
+    // brings its duration. A recording that cannot be filed on its own
+    // account (a work file missing, its RecID taken) is left out alone; when
+    // the store refuses the transaction none of them is filed. Answers, for
+    // each recording, what save() would have answered; no message is shown,
+    // the caller reports. Work files go as after save().
+    std::vector<int> saveBatch(std::vector<RecordingToFile>& recordings);
+
     // Whether a result of save() left the recording out of the store (its
     // work files are kept then); 110 is filed, its index entry to come.
     static bool notFiled(int result) { return result == kMissingFile || result == kRecordFileFailed; }

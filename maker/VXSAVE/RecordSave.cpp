@@ -11,9 +11,12 @@
 #include "maker/ek7vxrps/ek7vxrps.h"
 #include "platform/FileOps.h"
 
+#include <array>
 #include <climits>
 #include <cstdio>
 #include <filesystem>
+#include <map>
+#include <memory>
 #include <set>
 
 namespace {
@@ -110,6 +113,15 @@ bool buildRecordFile(const std::string& path, const std::vector<std::string>& fi
     return zip.close() == kVxOk && fileops::setFileMode(path, 0600) == 0;
 }
 
+// The index line at the start of a "vxl" work file.
+bool readLine(const std::string& path, char* line)
+{
+    fileops::UniqueFd fd(fileops::openFile(path, fileops::Access::Read));
+    std::size_t got = 0;
+    return fd.valid() && fileops::readUpTo(fd.get(), line, FamilyAppend::kLineSize, &got) == 0
+           && got == FamilyAppend::kLineSize;
+}
+
 unsigned saveFiles(char letter, const std::vector<std::string>& files, const char* workspace,
                    const char* storePath) noexcept
 {
@@ -118,14 +130,8 @@ unsigned saveFiles(char letter, const std::vector<std::string>& files, const cha
             return 0;
 
         char line[FamilyAppend::kLineSize];
-        {
-            fileops::UniqueFd fd(fileops::openFile(files[1], fileops::Access::Read));
-            std::size_t got = 0;
-            if (!fd.valid() || fileops::readUpTo(fd.get(), line, sizeof line, &got) != 0 || got != sizeof line)
-                return 0;
-        }
         std::string recordName;
-        if (!recordFileName(line, &recordName))
+        if (!readLine(files[1], line) || !recordFileName(line, &recordName))
             return 0;
         // A new recording never replaces a record already filed under its
         // RecID: that would silently lose the other recording.
@@ -155,6 +161,85 @@ unsigned saveFiles(char letter, const std::vector<std::string>& files, const cha
         append.keep();
         return static_cast<unsigned>(position);
     } catch (...) {
+        return 0;
+    }
+}
+
+int saveBatch(std::vector<VxNewRecord>& records, const char* workspace, const char* storePath) noexcept
+{
+    struct Built {
+        VxNewRecord* record;
+        std::string name;
+        std::array<char, FamilyAppend::kLineSize> line;
+        std::unique_ptr<RemoveOnExit> removal;  // the store keeps it; the workspace does not
+    };
+    std::vector<Built> built;
+    try {
+        for (VxNewRecord& record : records) {
+            record.position = 0;
+            record.code = kVxErrWrite;
+        }
+        if (workspace == nullptr || storePath == nullptr)
+            return 0;
+        // Each record file first: one that cannot be built is left out alone.
+        std::set<std::string> names;
+        for (VxNewRecord& record : records) {
+            Built one{&record, {}, {}, {}};
+            if (record.files.size() < 2)
+                continue;
+            if (!readLine(record.files[1], one.line.data())
+                || !recordFileName(one.line.data(), &one.name) || !names.insert(one.name).second
+                || RPS_Exists(storePath, one.name.c_str()) != 1)
+                continue;
+            const std::string path = fileops::joinPath(workspace, one.name);
+            one.removal = std::make_unique<RemoveOnExit>(path);
+            if (!buildRecordFile(path, record.files))
+                continue;
+            built.push_back(std::move(one));
+        }
+        if (built.empty())
+            return 0;
+
+        // Then every line, each family file locked once; the lines are
+        // taken back together unless the store takes them all.
+        std::map<std::string, std::unique_ptr<FamilyAppend>> families;
+        std::vector<std::uint64_t> positions;
+        for (Built& one : built) {
+            std::unique_ptr<FamilyAppend>& append = families[familyFileFor(one.record->letter)];
+            if (!append) {
+                append = std::make_unique<FamilyAppend>();
+                if (!append->open(fileops::joinPath(workspace, familyFileFor(one.record->letter))))
+                    return 0;
+            }
+            std::uint64_t position = 0;
+            if (!append->append(one.line.data(), &position) || position > UINT_MAX)
+                return 0;
+            positions.push_back(position);
+        }
+
+        // One transaction for all of them.
+        std::vector<const char*> all;
+        std::vector<std::uint64_t> grownFrom;
+        for (const Built& one : built) {
+            all.push_back(one.name.c_str());
+            grownFrom.push_back(0);
+        }
+        for (const auto& [name, append] : families) {
+            all.push_back(name.c_str());
+            grownFrom.push_back(append->originalSize());
+        }
+        if (RPS_PutGrown(storePath, workspace, all.data(), grownFrom.data(), static_cast<int>(all.size())) != kRpsOk)
+            return 0;
+        for (auto& family : families)
+            family.second->keep();
+        for (std::size_t i = 0; i < built.size(); ++i) {
+            built[i].record->position = static_cast<unsigned>(positions[i]);
+            built[i].record->code = kVxOk;
+        }
+        return static_cast<int>(built.size());
+    } catch (...) {
+        for (Built& one : built)
+            one.record->code = kVxErrWrite;
         return 0;
     }
 }
@@ -300,6 +385,11 @@ unsigned VXsaveFiles(char letter, const std::vector<std::string>& files, const c
                      const char* storePath)
 {
     return saveFiles(letter, files, workspace, storePath);
+}
+
+int VXsaveBatch(std::vector<VxNewRecord>& records, const char* workspace, const char* storePath)
+{
+    return saveBatch(records, workspace, storePath);
 }
 
 int VXsaveVXZ(const char* recordFileName, const char* workspace, const char* storePath, const char* extra)

@@ -9,6 +9,7 @@
 
 #include <zip.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -47,8 +48,13 @@ public:
     int verify() const;
 
     // Adds the file at path as entry name, replacing an entry of that name.
-    // kVxErrMissingFile when path is no file, kVxErrWrite otherwise.
+    // The file is read now and deflated with libdeflate (libzip then copies
+    // the deflated bytes as they are); one too large to hold in memory is
+    // deflated by libzip as the archive is written. Data that does not shrink
+    // is stored. kVxErrMissingFile when path is no file, kVxErrWrite otherwise.
     int putFile(const std::string& name, const std::string& path);
+    // The same for bytes in memory.
+    int putBytes(const std::string& name, const char* bytes, std::size_t size);
     int remove(std::int64_t index);
     std::int64_t count() const;
 
@@ -57,6 +63,7 @@ public:
     int close();
 
 private:
+    int putStreamed(const std::string& name, const std::string& path);
     // The archive from memory to its file, in place of the old one.
     int writeOut();
 
