@@ -115,9 +115,12 @@ TEST_F(ImportBatchTest, WavesComeBackSampleForSampleABadOneIsRefusedAloneAndStop
     const std::set<std::string> workspaceBefore = workspaceFiles(app.TempDir);
 
     ScriptedPrompt prompt;  // nothing may be asked
-    RecordImport records(app);
-    const ImportReport report = SoundImport(app, records).importFiles(
-        paths, kListDictation, [](std::size_t done, std::size_t total) { return done < 5 || done == total; });
+    ImportReport report;
+    {
+        RecordImport records(app);
+        report = SoundImport(app, records).importFiles(
+            paths, kListDictation, [](std::size_t done, std::size_t total) { return done < 5 || done == total; });
+    }
     EXPECT_EQ(report.imported, 4) << report.summary();
     ASSERT_EQ(report.recIds.size(), 4u);
     ASSERT_EQ(report.failed.size(), 2u) << report.summary();
