@@ -11,13 +11,17 @@
 #include "maker/ek7vxrps/ek7vxrps.h"
 #include "platform/FileOps.h"
 
+#include <algorithm>
 #include <array>
+#include <atomic>
 #include <climits>
 #include <cstdio>
 #include <filesystem>
 #include <map>
 #include <memory>
 #include <set>
+#include <system_error>
+#include <thread>
 
 namespace {
 
@@ -92,8 +96,8 @@ bool recordFileName(const char* line, std::string* name)
     return true;
 }
 
-// Builds the record file from the work files, each under its own file name.
-bool buildRecordFile(const std::string& path, const std::vector<std::string>& files)
+// Whether the work files can be members under their own file names.
+bool memberNamesFit(const std::vector<std::string>& files)
 {
     std::set<std::string> names;
     for (const std::string& file : files) {
@@ -103,6 +107,14 @@ bool buildRecordFile(const std::string& path, const std::vector<std::string>& fi
             || !names.insert(name).second)
             return false;
     }
+    return true;
+}
+
+// Builds the record file from the work files, each under its own file name.
+bool buildRecordFile(const std::string& path, const std::vector<std::string>& files)
+{
+    if (!memberNamesFit(files))
+        return false;
     ZipArchive zip;
     if (zip.open(path, ZipArchive::Mode::Create) != kVxOk)
         return false;
@@ -165,6 +177,76 @@ unsigned saveFiles(char letter, const std::vector<std::string>& files, const cha
     }
 }
 
+// A batch's work files read whole, to be packed on several threads.
+struct LoadedMember {
+    std::string name;
+    std::string bytes;
+    vxsave::PackedMember packed;
+};
+// A record whose work files together are larger is built the plain way, so
+// a batch never holds much more than a few dozen short recordings at once.
+constexpr std::uint64_t kLoadedRecordMax = 16ull * 1024 * 1024;
+
+bool loadMembers(const std::vector<std::string>& files, std::vector<LoadedMember>* members)
+{
+    std::uint64_t total = 0;
+    for (const std::string& file : files) {
+        fileops::FileInfo info;
+        if (fileops::infoOf(file, &info) != 0 || !info.regular)
+            return false;
+        total += info.size;
+    }
+    if (total > kLoadedRecordMax)
+        return false;
+    for (const std::string& file : files) {
+        LoadedMember member;
+        member.name = fileops::baseNameOf(file);
+        if (fileops::readWholeFile(file, &member.bytes) != 0)
+            return false;
+        members->push_back(std::move(member));
+    }
+    return true;
+}
+
+// Deflating is most of the work of building record files, and each member
+// is deflated on its own: the members of a batch are shared out among up to
+// four threads.
+void packAll(const std::vector<LoadedMember*>& members)
+{
+    std::atomic<std::size_t> next{0};
+    auto work = [&] {
+        for (std::size_t i = next++; i < members.size(); i = next++) {
+            LoadedMember& member = *members[i];
+            member.packed = ZipArchive::pack(member.bytes.data(), member.bytes.size());
+            std::string().swap(member.bytes);
+        }
+    };
+    const std::size_t wanted = std::min<std::size_t>({std::max(1u, std::thread::hardware_concurrency()), 4,
+                                                      members.size()});
+    std::vector<std::thread> helpers;
+    for (std::size_t i = 1; i < wanted; ++i) {
+        try {
+            helpers.emplace_back(work);
+        } catch (const std::system_error&) {
+            break;  // fewer threads, the same work
+        }
+    }
+    work();
+    for (std::thread& helper : helpers)
+        helper.join();
+}
+
+bool buildPacked(const std::string& path, std::vector<LoadedMember>& members)
+{
+    ZipArchive zip;
+    if (zip.open(path, ZipArchive::Mode::Create) != kVxOk)
+        return false;
+    for (LoadedMember& member : members)
+        if (zip.putPacked(member.name, std::move(member.packed)) != kVxOk)
+            return false;
+    return zip.close() == kVxOk && fileops::setFileMode(path, 0600) == 0;
+}
+
 int saveBatch(std::vector<VxNewRecord>& records, const char* workspace, const char* storePath) noexcept
 {
     struct Built {
@@ -183,19 +265,33 @@ int saveBatch(std::vector<VxNewRecord>& records, const char* workspace, const ch
             return 0;
         // Each record file first: one that cannot be built is left out alone.
         std::set<std::string> names;
+        std::vector<Built> candidates;
+        std::vector<std::vector<LoadedMember>> loaded;
         for (VxNewRecord& record : records) {
             Built one{&record, {}, {}, {}};
-            if (record.files.size() < 2)
+            if (record.files.size() < 2 || !memberNamesFit(record.files))
                 continue;
             if (!readLine(record.files[1], one.line.data())
                 || !recordFileName(one.line.data(), &one.name) || !names.insert(one.name).second
                 || RPS_Exists(storePath, one.name.c_str()) != 1)
                 continue;
+            std::vector<LoadedMember> members;
+            if (!loadMembers(record.files, &members))
+                members.clear();  // built from its files, as one record alone is
+            candidates.push_back(std::move(one));
+            loaded.push_back(std::move(members));
+        }
+        std::vector<LoadedMember*> toPack;
+        for (std::vector<LoadedMember>& members : loaded)
+            for (LoadedMember& member : members)
+                toPack.push_back(&member);
+        packAll(toPack);
+        for (std::size_t i = 0; i < candidates.size(); ++i) {
+            Built& one = candidates[i];
             const std::string path = fileops::joinPath(workspace, one.name);
             one.removal = std::make_unique<RemoveOnExit>(path);
-            if (!buildRecordFile(path, record.files))
-                continue;
-            built.push_back(std::move(one));
+            if (loaded[i].empty() ? buildRecordFile(path, one.record->files) : buildPacked(path, loaded[i]))
+                built.push_back(std::move(one));
         }
         if (built.empty())
             return 0;

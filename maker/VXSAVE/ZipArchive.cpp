@@ -16,10 +16,6 @@ namespace vxsave {
 namespace {
 
 constexpr std::size_t kChunk = 256 * 1024;
-// Members up to this size are deflated whole in memory; a larger one (an hour
-// of CD-quality sound) is deflated by libzip as it streams, so that it never
-// sits in memory twice.
-constexpr std::uint64_t kWholeMemberMax = 64ull * 1024 * 1024;
 // Recordings are large and part noise, part silence: the fastest level gets
 // most of what there is to get.
 constexpr int kDeflateLevel = 1;
@@ -37,28 +33,28 @@ libdeflate_compressor* compressor()
     return made.get();
 }
 
-// A member's data already deflated (raw DEFLATE), with the length and CRC of
-// the bytes it stands for. libzip sees a source that is already compressed
-// by the entry's method and copies it as it is instead of compressing again.
+// A member's data already deflated. libzip sees a source that is already
+// compressed by the entry's method and copies it as it is instead of
+// compressing again.
 struct Deflated {
-    std::vector<unsigned char> data;
-    std::uint64_t size = 0;
-    std::uint32_t crc = 0;
+    PackedMember member;
     std::size_t offset = 0;  // read position
 };
 
 zip_int64_t deflatedSource(void* state, void* data, zip_uint64_t length, zip_source_cmd_t command)
 {
-    auto* member = static_cast<Deflated*>(state);
+    auto* source = static_cast<Deflated*>(state);
+    PackedMember* member = &source->member;
+    std::size_t& offset = source->offset;
     switch (command) {
     case ZIP_SOURCE_OPEN:
-        member->offset = 0;
+        offset = 0;
         return 0;
     case ZIP_SOURCE_READ: {
-        const std::size_t left = member->data.size() - member->offset;
+        const std::size_t left = member->data.size() - offset;
         const std::size_t n = length < left ? static_cast<std::size_t>(length) : left;
-        std::memcpy(data, member->data.data() + member->offset, n);
-        member->offset += n;
+        std::memcpy(data, member->data.data() + offset, n);
+        offset += n;
         return static_cast<zip_int64_t>(n);
     }
     case ZIP_SOURCE_CLOSE:
@@ -84,7 +80,7 @@ zip_int64_t deflatedSource(void* state, void* data, zip_uint64_t length, zip_sou
         static_cast<int*>(data)[1] = 0;
         return 2 * sizeof(int);
     case ZIP_SOURCE_FREE:
-        delete member;
+        delete source;
         return 0;
     case ZIP_SOURCE_SUPPORTS:
         return zip_source_make_command_bitmap(ZIP_SOURCE_OPEN, ZIP_SOURCE_READ, ZIP_SOURCE_CLOSE, ZIP_SOURCE_STAT,
@@ -295,36 +291,53 @@ int ZipArchive::putStreamed(const std::string& name, const std::string& path)
     return kVxOk;
 }
 
-int ZipArchive::putBytes(const std::string& name, const char* bytes, std::size_t size)
+PackedMember ZipArchive::pack(const char* bytes, std::size_t size)
 {
+    PackedMember member;
+    member.size = size;
+    member.crc = static_cast<std::uint32_t>(libdeflate_crc32(0, bytes, size));
     libdeflate_compressor* deflater = compressor();
-    if (deflater == nullptr)
-        return kVxErrWrite;
-    auto member = std::make_unique<Deflated>();
-    member->size = size;
-    member->crc = libdeflate_crc32(0, bytes, size);
-    member->data.resize(libdeflate_deflate_compress_bound(deflater, size));
-    const std::size_t packed =
-        size == 0 ? 0 : libdeflate_deflate_compress(deflater, bytes, size, member->data.data(), member->data.size());
-    zip_source_t* source = nullptr;
-    bool stored = false;
+    std::size_t packed = 0;
+    if (deflater != nullptr && size != 0) {
+        member.data.resize(libdeflate_deflate_compress_bound(deflater, size));
+        packed = libdeflate_deflate_compress(deflater, bytes, size, member.data.data(), member.data.size());
+    }
     if (packed == 0 || packed >= size) {
         // Nothing to gain (noise, or nothing at all): kept as it is.
+        member.data.assign(bytes, bytes + size);
+        member.stored = true;
+    } else {
+        member.data.resize(packed);
+        member.data.shrink_to_fit();
+    }
+    return member;
+}
+
+int ZipArchive::putBytes(const std::string& name, const char* bytes, std::size_t size)
+{
+    return putPacked(name, pack(bytes, size));
+}
+
+int ZipArchive::putPacked(const std::string& name, PackedMember member)
+{
+    zip_source_t* source = nullptr;
+    const bool stored = member.stored;
+    if (stored) {
+        const std::size_t size = member.data.size();
         void* copy = size == 0 ? nullptr : std::malloc(size);
         if (size != 0 && copy == nullptr)
             return kVxErrWrite;
         if (copy != nullptr)
-            std::memcpy(copy, bytes, size);
+            std::memcpy(copy, member.data.data(), size);
         source = zip_source_buffer(m_zip, copy, size, 1);
         if (source == nullptr)
             std::free(copy);
-        stored = true;
     } else {
-        member->data.resize(packed);
-        member->data.shrink_to_fit();
-        source = zip_source_function(m_zip, deflatedSource, member.get());
+        auto deflated = std::make_unique<Deflated>();
+        deflated->member = std::move(member);
+        source = zip_source_function(m_zip, deflatedSource, deflated.get());
         if (source != nullptr)
-            member.release();  // the source frees it
+            deflated.release();  // the source frees it
     }
     if (source == nullptr)
         return kVxErrWrite;

@@ -16,8 +16,24 @@
 
 namespace vxsave {
 
+// A member's bytes made ready for an archive ahead of it: deflated (raw
+// DEFLATE) with the length and CRC of what they stand for, or kept as they
+// are when deflating gains nothing. Any thread may make one.
+struct PackedMember {
+    std::vector<unsigned char> data;
+    std::uint64_t size = 0;
+    std::uint32_t crc = 0;
+    bool stored = false;
+};
+
 class ZipArchive {
 public:
+    // Members up to this size are deflated whole in memory; a larger one is
+    // deflated by libzip as it streams, so that it never sits in memory twice.
+    static constexpr std::uint64_t kWholeMemberMax = 64ull * 1024 * 1024;
+
+    static PackedMember pack(const char* bytes, std::size_t size);
+
     enum class Mode {
         Read,    // an existing archive, unchanged
         Modify,  // an existing archive to be changed and closed
@@ -53,8 +69,9 @@ public:
     // deflated by libzip as the archive is written. Data that does not shrink
     // is stored. kVxErrMissingFile when path is no file, kVxErrWrite otherwise.
     int putFile(const std::string& name, const std::string& path);
-    // The same for bytes in memory.
+    // The same for bytes in memory, and for bytes packed already.
     int putBytes(const std::string& name, const char* bytes, std::size_t size);
+    int putPacked(const std::string& name, PackedMember member);
     int remove(std::int64_t index);
     std::int64_t count() const;
 
