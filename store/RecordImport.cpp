@@ -373,7 +373,11 @@ void RecordImport::flush(ImportReport* report)
     for (std::size_t i = 0; i < pending.size(); ++i) {
         // The filer deletes the work files it filed; the other members and,
         // when it did not file, everything else are this import's to remove.
-        removeWorkFiles(recordings[i]);
+        if (RecordFiler::notFiled(results[i]))
+            removeWorkFiles(recordings[i]);
+        else
+            for (const std::string& extra : recordings[i].extraMembers)
+                fileops::removeFile(components::workspacePath(m_app.TempDir, extra));
         if (RecordFiler::notFiled(results[i])) {
             report->failed.push_back(
                 {pending[i].what, "the data store did not take it (Error " + std::to_string(results[i]) + ")"});

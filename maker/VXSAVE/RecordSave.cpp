@@ -244,7 +244,7 @@ bool buildPacked(const std::string& path, std::vector<LoadedMember>& members)
     for (LoadedMember& member : members)
         if (zip.putPacked(member.name, std::move(member.packed)) != kVxOk)
             return false;
-    return zip.close() == kVxOk && fileops::setFileMode(path, 0600) == 0;
+    return zip.close() == kVxOk;  // a new archive is written private
 }
 
 int saveBatch(std::vector<VxNewRecord>& records, const char* workspace, const char* storePath) noexcept
@@ -271,14 +271,31 @@ int saveBatch(std::vector<VxNewRecord>& records, const char* workspace, const ch
             Built one{&record, {}, {}, {}};
             if (record.files.size() < 2 || !memberNamesFit(record.files))
                 continue;
-            if (!readLine(record.files[1], one.line.data())
-                || !recordFileName(one.line.data(), &one.name) || !names.insert(one.name).second
-                || RPS_Exists(storePath, one.name.c_str()) != 1)
+            if (!readLine(record.files[1], one.line.data()) || !recordFileName(one.line.data(), &one.name)
+                || !names.insert(one.name).second)
                 continue;
+            candidates.push_back(std::move(one));
+        }
+        // A new recording never replaces a record already filed under its
+        // RecID: that would silently lose the other recording.
+        if (candidates.empty())
+            return 0;
+        std::vector<const char*> asked;
+        for (const Built& one : candidates)
+            asked.push_back(one.name.c_str());
+        std::vector<bool> present;
+        if (RPS_ExistEach(storePath, asked.data(), static_cast<int>(asked.size()), &present) != kRpsOk)
+            return 0;
+        std::vector<Built> fresh;
+        for (std::size_t i = 0; i < candidates.size(); ++i)
+            if (!present[i])
+                fresh.push_back(std::move(candidates[i]));
+        candidates = std::move(fresh);
+        for (const Built& one : candidates) {
+            const VxNewRecord& record = *one.record;
             std::vector<LoadedMember> members;
             if (!loadMembers(record.files, &members))
                 members.clear();  // built from its files, as one record alone is
-            candidates.push_back(std::move(one));
             loaded.push_back(std::move(members));
         }
         std::vector<LoadedMember*> toPack;
