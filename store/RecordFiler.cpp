@@ -213,18 +213,21 @@ std::vector<int> RecordFiler::saveBatch(std::vector<RecordingToFile>& recordings
     std::vector<std::vector<std::string>> columns(recordings.size());
     std::vector<VxNewRecord> batch;
     std::vector<std::size_t> inBatch;  // recordings[inBatch[i]] is batch[i]
+    std::vector<bool> workFilesWritten(recordings.size(), true);
     for (std::size_t i = 0; i < recordings.size(); ++i) {
         RecordingToFile& recording = recordings[i];
         const std::string wave = wavePath(m_workspace, recording.baseName, recording.waveExtension);
         const std::string lineFile = linePath(m_workspace, recording.baseName);
         const std::string info = infoPath(m_workspace, recording.baseName);
+        const bool inMemory = !recording.waveBytes.empty();
+        workFilesWritten[i] = !inMemory;
         RecordInfo details;
         if (recording.keepInfo)
             recordinfo::readFile(info, &details);
         details.keywords = recording.keywords;
         details.extraText = recording.extraText;
         recordinfo::stamp(&details);
-        if (recordinfo::writeFile(info, details) != 0) {
+        if (!inMemory && recordinfo::writeFile(info, details) != 0) {
             results[i] = kMissingFile;
             continue;
         }
@@ -238,13 +241,21 @@ std::vector<int> RecordFiler::saveBatch(std::vector<RecordingToFile>& recordings
         recording.fields[kDurationField - 1] = recording.duration;
         lines[i] = indexline::build(recording.fields);
         columns[i] = indexline::fields(lines[i]);
-        if (!indexlinefile::rewriteFromColumns(lineFile, columns[i])) {
-            results[i] = kMissingFile;
-            continue;
-        }
         VxNewRecord record;
         record.letter = recording.family;
-        record.files = {wave, lineFile, info};
+        if (inMemory) {
+            const std::string line = indexline::fromColumns(columns[i]);
+            record.line = line;
+            record.members.emplace_back(recording.baseName + recording.waveExtension, std::move(recording.waveBytes));
+            record.members.emplace_back(recording.baseName + ".vxl", line);
+            record.members.emplace_back(recording.baseName + ".vxs", details.serialize());
+            recording.waveBytes.clear();
+        } else if (!indexlinefile::rewriteFromColumns(lineFile, columns[i])) {
+            results[i] = kMissingFile;
+            continue;
+        } else {
+            record.files = {wave, lineFile, info};
+        }
         if (!recording.attachment.empty())
             record.files.push_back(recording.attachment);
         for (const std::string& extra : recording.extraMembers)
@@ -295,8 +306,9 @@ std::vector<int> RecordFiler::saveBatch(std::vector<RecordingToFile>& recordings
     const bool indexed = entries.empty() || Ek7IndexAddBatch(entries.data(), entries.size()) != 0;
     for (const std::size_t i : filed) {
         results[i] = indexed ? 0 : kIndexFailed;
-        for (const std::string& path : workFiles(m_workspace, recordings[i]))
-            fileops::removeFile(path);
+        if (workFilesWritten[i])
+            for (const std::string& path : workFiles(m_workspace, recordings[i]))
+                fileops::removeFile(path);
     }
     return results;
 }

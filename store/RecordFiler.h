@@ -43,6 +43,10 @@ struct RecordingToFile {
     // Workspace files added to the record file once it is filed (marks,
     // a picture chosen after the first filing).
     std::vector<std::string> extraMembers;
+    // saveBatch only: the wave itself, when it has no work file (an
+    // imported sound); its line and search text then go into the record
+    // file from memory too, and no work file of them is written.
+    std::string waveBytes;
 };
 
 class RecordingSource {

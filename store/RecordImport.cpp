@@ -27,6 +27,8 @@ constexpr std::size_t kDurationField = 10;
 // record has waited this long: a crash loses no more than that.
 constexpr std::size_t kBatchRecords = 32;
 constexpr auto kBatchWait = std::chrono::milliseconds(500);
+// Nor more sound held in memory than this.
+constexpr std::size_t kBatchBytes = 64 * 1024 * 1024;
 constexpr const char* kFamilies[] = {components::kDictation, components::kMeeting, components::kPhone,
                                      components::kDiary};
 // Components another module merges: phone book, templates, agendas.
@@ -49,29 +51,46 @@ bool endsWith(const std::string& text, const std::string& end)
 }
 
 // FNV-1a over a file's bytes, as hex; "" when it cannot be read.
-std::string fileDigest(const std::string& path)
+std::string digestText(std::uint64_t hash)
 {
-    std::ifstream in(path, std::ios::binary);
-    if (!in)
-        return {};
-    std::uint64_t hash = 1469598103934665603ull;
-    char buffer[65536];
-    while (in.read(buffer, sizeof buffer) || in.gcount() > 0) {
-        for (std::streamsize i = 0; i < in.gcount(); ++i) {
-            hash ^= static_cast<unsigned char>(buffer[i]);
-            hash *= 1099511628211ull;
-        }
-    }
     char text[20];
     std::snprintf(text, sizeof text, "%016llx", static_cast<unsigned long long>(hash));
     return text;
 }
 
+void fnv(std::uint64_t* hash, const char* bytes, std::size_t size)
+{
+    for (std::size_t i = 0; i < size; ++i) {
+        *hash ^= static_cast<unsigned char>(bytes[i]);
+        *hash *= 1099511628211ull;
+    }
+}
+
+constexpr std::uint64_t kFnvStart = 1469598103934665603ull;
+
+std::string fileDigest(const std::string& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    if (!in)
+        return {};
+    std::uint64_t hash = kFnvStart;
+    char buffer[65536];
+    while (in.read(buffer, sizeof buffer) || in.gcount() > 0)
+        fnv(&hash, buffer, static_cast<std::size_t>(in.gcount()));
+    return digestText(hash);
+}
+
+std::string bytesDigest(const std::string& bytes)
+{
+    std::uint64_t hash = kFnvStart;
+    fnv(&hash, bytes.data(), bytes.size());
+    return digestText(hash);
+}
+
 // What makes two records the same: the sound and the search texts (the line
 // is compared on its own first).
-std::string contentKey(const std::string& wave, const std::string& keywords, const std::string& extraText)
+std::string contentKey(const std::string& digest, const std::string& keywords, const std::string& extraText)
 {
-    const std::string digest = fileDigest(wave);
     if (digest.empty())
         return {};
     return digest + '\n' + keywords + '\n' + extraText;
@@ -217,7 +236,8 @@ std::string RecordImport::storedContentKey(long recId)
         if (VXopenVXZ(local.c_str(), members.c_str()) == 0 && prepare(members, &stored).empty()) {
             RecordInfo info;
             recordinfo::readFile(members + "/" + stored.baseName + ".vxs", &info);
-            key = contentKey(members + "/" + stored.baseName + stored.waveExtension, info.keywords, info.extraText);
+            key = contentKey(fileDigest(members + "/" + stored.baseName + stored.waveExtension), info.keywords,
+                             info.extraText);
         }
     }
     clearFolder(folder);
@@ -283,9 +303,11 @@ std::string RecordImport::contentOf(Pending& pending)
 {
     if (pending.content.empty()) {
         const RecordingToFile& recording = pending.recording;
-        pending.content =
-            contentKey(RecordFiler::wavePath(m_app.TempDir, recording.baseName, recording.waveExtension),
-                       recording.keywords, recording.extraText);
+        const std::string digest =
+            recording.waveBytes.empty()
+                ? fileDigest(RecordFiler::wavePath(m_app.TempDir, recording.baseName, recording.waveExtension))
+                : bytesDigest(recording.waveBytes);
+        pending.content = contentKey(digest, recording.keywords, recording.extraText);
     }
     return pending.content;
 }
@@ -309,8 +331,9 @@ bool RecordImport::isDuplicate(Pending& pending)
 
 void RecordImport::removeWorkFiles(const RecordingToFile& recording)
 {
-    for (const std::string& path : RecordFiler::workFiles(m_app.TempDir, recording))
-        fileops::removeFile(path);
+    if (recording.waveBytes.empty())
+        for (const std::string& path : RecordFiler::workFiles(m_app.TempDir, recording))
+            fileops::removeFile(path);
     for (const std::string& extra : recording.extraMembers)
         fileops::removeFile(components::workspacePath(m_app.TempDir, extra));
 }
@@ -338,10 +361,14 @@ void RecordImport::add(RecordingToFile recording, const std::string& what, Impor
         ++report->skipped;
         return;
     }
-    if (m_pending.empty())
+    if (m_pending.empty()) {
         m_firstPending = std::chrono::steady_clock::now();
+        m_pendingBytes = 0;
+    }
+    m_pendingBytes += pending.recording.waveBytes.size();
     m_pending.push_back(std::move(pending));
-    if (m_pending.size() >= kBatchRecords || std::chrono::steady_clock::now() - m_firstPending >= kBatchWait)
+    if (m_pending.size() >= kBatchRecords || m_pendingBytes >= kBatchBytes
+        || std::chrono::steady_clock::now() - m_firstPending >= kBatchWait)
         flush(report);
 }
 
@@ -361,9 +388,11 @@ void RecordImport::flush(ImportReport* report)
         return;
     }
     std::vector<RecordingToFile> recordings;
+    std::vector<bool> inMemory;
     recordings.reserve(pending.size());
     for (std::size_t i = 0; i < pending.size(); ++i) {
-        RecordingToFile recording = pending[i].recording;
+        inMemory.push_back(!pending[i].recording.waveBytes.empty());
+        RecordingToFile recording = std::move(pending[i].recording);
         recording.recId = first + static_cast<long>(i);
         recording.fields[0] = indexline::recIdText(recording.recId);
         recordings.push_back(std::move(recording));
@@ -373,11 +402,12 @@ void RecordImport::flush(ImportReport* report)
     for (std::size_t i = 0; i < pending.size(); ++i) {
         // The filer deletes the work files it filed; the other members and,
         // when it did not file, everything else are this import's to remove.
-        if (RecordFiler::notFiled(results[i]))
+        if (RecordFiler::notFiled(results[i]) && !inMemory[i]) {
             removeWorkFiles(recordings[i]);
-        else
+        } else {
             for (const std::string& extra : recordings[i].extraMembers)
                 fileops::removeFile(components::workspacePath(m_app.TempDir, extra));
+        }
         if (RecordFiler::notFiled(results[i])) {
             report->failed.push_back(
                 {pending[i].what, "the data store did not take it (Error " + std::to_string(results[i]) + ")"});

@@ -72,7 +72,8 @@ public:
     ImportReport importRecordFiles(const std::vector<std::string>& paths, const ImportProgress& progress = {});
 
     // A new record whose work files are in the workspace under
-    // recording.baseName: its wave, and the extra members it names. Its
+    // recording.baseName: its wave (or the wave is in recording.waveBytes),
+    // and the extra members it names. Its
     // fields, duration, keywords and extra text are set; the RecID and the
     // family come here. Skipped (its work files removed) when the store
     // already holds it; otherwise queued and filed with the next batch. The
@@ -119,4 +120,5 @@ private:
     std::string m_scratch;                            // private folder in the workspace
     std::vector<Pending> m_pending;                   // queued, in order
     std::chrono::steady_clock::time_point m_firstPending;
+    std::size_t m_pendingBytes = 0;                   // of sound queued in memory
 };

@@ -20,11 +20,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::size_t kSubjectMax = 149;
-
-struct WaveShape {
-    long lengthMs = 0;
-    bool ok = false;
-};
+constexpr std::size_t kWaveInMemoryMax = 8 * 1024 * 1024;
 
 std::uint32_t get(const std::string& s, std::size_t at, int bytes)
 {
@@ -97,10 +93,10 @@ long lengthOf(const std::string& path)
     return static_cast<long>(static_cast<std::uint64_t>(parts.dataSize) * 1000 / parts.format.nAvgBytesPerSec);
 }
 
-// A wave already in the recording quality, written as the converter would
-// write it (the plain 44-byte header and the sound in whole samples): the
-// conversion would change no sample. Its length, or -1.
-long copyWave(const std::string& file, const WaveParts& parts, const std::string& target)
+// A wave already in the recording quality, as the converter would write it
+// (the plain 44-byte header and the sound in whole samples): the conversion
+// would change no sample.
+std::string copyWave(const std::string& file, const WaveParts& parts)
 {
     const std::size_t block = parts.format.nBlockAlign;
     const std::size_t size = block == 0 ? 0 : parts.dataSize / block * block;
@@ -119,9 +115,7 @@ long copyWave(const std::string& file, const WaveParts& parts, const std::string
     wave.replace(36, 4, "data");
     put(40, static_cast<std::uint32_t>(size));
     wave.append(file, parts.dataAt, size);
-    if (fileops::writeWholeFile(target, wave.data(), wave.size()) != 0)
-        return -1;
-    return static_cast<long>(static_cast<std::uint64_t>(size) * 1000 / parts.format.nAvgBytesPerSec);
+    return wave;
 }
 
 // A silent 8 kHz mono wave of ms milliseconds: the sound of a silent video.
@@ -284,9 +278,17 @@ bool SoundImport::importOne(const std::string& path, int listType, ImportReport*
             const WaveParts parts = partsOf(file);
             if (parts.ok && parts.format.wFormatTag == WAVE_FORMAT_PCM && parts.format.nAvgBytesPerSec > 0) {
                 info = parts.tags;
-                const WAVEFORMATEX target = waveFormatForQuality(quality);
-                if (parts.format == target)
-                    lengthMs = copyWave(file, parts, wave);
+                if (parts.format == waveFormatForQuality(quality)) {
+                    recording.waveBytes = copyWave(file, parts);
+                    lengthMs = static_cast<long>(static_cast<std::uint64_t>(recording.waveBytes.size() - 44) * 1000
+                                                 / parts.format.nAvgBytesPerSec);
+                    // A long one waits for its batch as a work file, not in memory.
+                    if (recording.waveBytes.size() > kWaveInMemoryMax) {
+                        if (fileops::writeWholeFile(wave, recording.waveBytes.data(), recording.waveBytes.size()) != 0)
+                            return fail("its work files cannot be written (is the disk full?)");
+                        std::string().swap(recording.waveBytes);
+                    }
+                }
                 converted = lengthMs >= 0 || Ek7AcmConvert(0, path.c_str(), wave.c_str(), quality) == 0;
             }
         }
@@ -320,8 +322,10 @@ bool SoundImport::importOne(const std::string& path, int listType, ImportReport*
         std::error_code error;
         fs::copy_file(path, components::workspacePath(m_app.TempDir, copy), fs::copy_options::overwrite_existing,
                       error);
-        if (error)
+        if (error) {
+            fileops::removeFile(components::workspacePath(m_app.TempDir, copy));
             return fail("the video cannot be copied (" + error.message() + ")");
+        }
         recording.extraMembers.push_back(copy);
     }
     if (lengthMs < 0)

@@ -96,12 +96,15 @@ bool recordFileName(const char* line, std::string* name)
     return true;
 }
 
-// Whether the work files can be members under their own file names.
-bool memberNamesFit(const std::vector<std::string>& files)
+// Whether the work files (and the members named) can be members under
+// their own file names.
+bool memberNamesFit(const std::vector<std::string>& files, const std::vector<std::string>& more = {})
 {
     std::set<std::string> names;
-    for (const std::string& file : files) {
-        const std::string name = fileops::baseNameOf(file);
+    std::vector<std::string> all = more;
+    for (const std::string& file : files)
+        all.push_back(fileops::baseNameOf(file));
+    for (const std::string& name : all) {
         // Two work files of one name would overwrite each other inside.
         if (!fileops::isPlainFileName(name.c_str()) || vxsave::isReservedMemberName(name.c_str())
             || !names.insert(name).second)
@@ -187,7 +190,7 @@ struct LoadedMember {
 // a batch never holds much more than a few dozen short recordings at once.
 constexpr std::uint64_t kLoadedRecordMax = 16ull * 1024 * 1024;
 
-bool loadMembers(const std::vector<std::string>& files, std::vector<LoadedMember>* members)
+bool loadMembers(const std::vector<std::string>& files, std::vector<LoadedMember>* members, bool always)
 {
     std::uint64_t total = 0;
     for (const std::string& file : files) {
@@ -196,7 +199,7 @@ bool loadMembers(const std::vector<std::string>& files, std::vector<LoadedMember
             return false;
         total += info.size;
     }
-    if (total > kLoadedRecordMax)
+    if (total > kLoadedRecordMax && !always)
         return false;
     for (const std::string& file : files) {
         LoadedMember member;
@@ -269,10 +272,19 @@ int saveBatch(std::vector<VxNewRecord>& records, const char* workspace, const ch
         std::vector<std::vector<LoadedMember>> loaded;
         for (VxNewRecord& record : records) {
             Built one{&record, {}, {}, {}};
-            if (record.files.size() < 2 || !memberNamesFit(record.files))
+            std::vector<std::string> inMemory;
+            for (const auto& member : record.members)
+                inMemory.push_back(member.first);
+            if (record.files.size() + record.members.size() < 2 || !memberNamesFit(record.files, inMemory))
                 continue;
-            if (!readLine(record.files[1], one.line.data()) || !recordFileName(one.line.data(), &one.name)
-                || !names.insert(one.name).second)
+            if (!record.line.empty()) {
+                if (record.line.size() != one.line.size())
+                    continue;
+                std::copy(record.line.begin(), record.line.end(), one.line.begin());
+            } else if (record.files.size() < 2 || !readLine(record.files[1], one.line.data())) {
+                continue;
+            }
+            if (!recordFileName(one.line.data(), &one.name) || !names.insert(one.name).second)
                 continue;
             candidates.push_back(std::move(one));
         }
@@ -291,13 +303,23 @@ int saveBatch(std::vector<VxNewRecord>& records, const char* workspace, const ch
             if (!present[i])
                 fresh.push_back(std::move(candidates[i]));
         candidates = std::move(fresh);
-        for (const Built& one : candidates) {
-            const VxNewRecord& record = *one.record;
+        std::vector<Built> readable;
+        for (Built& one : candidates) {
+            VxNewRecord& record = *one.record;
             std::vector<LoadedMember> members;
-            if (!loadMembers(record.files, &members))
+            for (auto& member : record.members)
+                members.push_back({member.first, std::move(member.second), {}});
+            // Members in memory have no files to build from.
+            const bool inMemory = !record.members.empty();
+            if (!loadMembers(record.files, &members, inMemory)) {
+                if (inMemory)
+                    continue;
                 members.clear();  // built from its files, as one record alone is
+            }
+            readable.push_back(std::move(one));
             loaded.push_back(std::move(members));
         }
+        candidates = std::move(readable);
         std::vector<LoadedMember*> toPack;
         for (std::vector<LoadedMember>& members : loaded)
             for (LoadedMember& member : members)

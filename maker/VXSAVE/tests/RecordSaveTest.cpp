@@ -245,8 +245,12 @@ TEST_F(VxRecordSaveTest, ABatchGoesInTogetherLeavingOutAloneARecordThatCannotBeB
     const WorkFiles d = workFiles("00000022", "d");
     auto batchOf = [](std::initializer_list<std::pair<char, const WorkFiles*>> records) {
         std::vector<VxNewRecord> batch;
-        for (const auto& [letter, files] : records)
-            batch.push_back({letter, {files->wave, files->vxl, files->vxs}});
+        for (const auto& [letter, files] : records) {
+            VxNewRecord record;
+            record.letter = letter;
+            record.files = {files->wave, files->vxl, files->vxs};
+            batch.push_back(record);
+        }
         return batch;
     };
     std::vector<VxNewRecord> batch = batchOf({{'R', &a}, {'R', &b}, {'P', &c}, {'R', &d}});
