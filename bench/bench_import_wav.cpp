@@ -1,17 +1,16 @@
 // Importing WAV files (File, Import, WAV File...): SoundImport decoding each
 // file, converting it to the recording quality and filing it as a new
-// record (one store transaction each, with its sync), timed against the
-// least a person could do to keep the same files and find them by name:
-// `cp` of the files into a folder plus `sqlite3` inserting their names, one
-// insert (one transaction, synced as sqlite3 does by default) per file.
-// Target: at most 3 times the reference.
+// record (in batches, one store transaction with its syncs each), timed
+// against the least a person could do to keep the same files and find them
+// by name: `cp` of the files into a folder plus `sqlite3` inserting their
+// names, one insert (one transaction, synced as sqlite3 does by default) per
+// file. Target: at most 3 times the reference.
 //
 //   bench_import_wav [--files N] [--seconds S] [--repeats R] [--dir FOLDER]
 //
 // Defaults: 1,000 files of 10 s each (8 kHz 16-bit mono speech-like noise,
-// "RecQual" 0, so the conversion is the resampler's pass-through), 3 timed
-// runs, each into a fresh store and a fresh folder, the system's temporary
-// folder.
+// "RecQual" 0, so the conversion is a copy), 3 timed runs, each into a fresh
+// store and a fresh folder, the system's temporary folder.
 #include <QTemporaryDir>
 
 #include <cstdio>

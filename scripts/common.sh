@@ -13,6 +13,9 @@ NAVO_HEADLESS_PACKAGES=(xvfb xauth imagemagick xdotool x11-utils linphone-cli ba
 # Sending recordings by e-mail hands them to the desktop's composer through xdg-email.
 NAVO_BUILD_PACKAGES+=(xdg-utils)
 
+# Record files deflate their members with libdeflate (whole-buffer, much faster than zlib).
+NAVO_BUILD_PACKAGES+=(libdeflate-dev)
+
 navo_say() { printf '\033[1m[navo]\033[0m %s\n' "$*"; }
 navo_fail() { printf '\033[1;31m[navo]\033[0m %s\n' "$*" >&2; exit 1; }
 

@@ -11,20 +11,26 @@
 #include "store/ComponentFiles.h"
 #include "store/IndexLine.h"
 
-long allocateRecId(AppData& app)
+long allocateRecIds(AppData& app, long count)
 {
     const ProfileValues profile(app);
     // A missing counter counts as 0: the first RecID is 1.
     const long counter = profile.recIdCounter();
-    const long recId = std::max(counter, app.HighestRecId) + 1;
-    if (recId > kLastRecId) {
+    const long first = std::max(counter, app.HighestRecId) + 1;
+    const long last = first + std::max(count, 1L) - 1;
+    if (last > kLastRecId) {
         OutputDebugString("No RecID left in this data store\n");
         return 0;
     }
-    app.HighestRecId = recId;
-    if (!profile.setRecIdCounter(indexline::recIdText(recId)))
-        OutputDebugString("Could not write RecID " + std::to_string(recId) + " to the profile\n");
-    return recId;
+    app.HighestRecId = last;
+    if (!profile.setRecIdCounter(indexline::recIdText(last)))
+        OutputDebugString("Could not write RecID " + std::to_string(last) + " to the profile\n");
+    return first;
+}
+
+long allocateRecId(AppData& app)
+{
+    return allocateRecIds(app, 1);
 }
 
 NewRecordNames prepareNewRecording(AppData& app)

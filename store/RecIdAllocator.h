@@ -32,6 +32,9 @@ struct NewRecordNames {
 // is traced; this copy still never issues the number again). 0 when the
 // range is used up: nothing is written then.
 long allocateRecId(AppData& app);
+// count RecIDs in a row, written back once (the last of them); the first, or
+// 0 when they do not all fit (nothing is written then).
+long allocateRecIds(AppData& app, long count);
 
 // A new RecID and the work-file names of a new recording; recId 0 (and no
 // names) when the range is used up.

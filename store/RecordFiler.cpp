@@ -204,6 +204,115 @@ int RecordFiler::fileAgain(const RecordingToFile& recording, const std::string& 
     return addToIndex(recording, line) ? 0 : kIndexFailed;
 }
 
+std::vector<int> RecordFiler::saveBatch(std::vector<RecordingToFile>& recordings)
+{
+    m_columns.clear();
+    m_position = 0;
+    std::vector<int> results(recordings.size(), kRecordFileFailed);
+    std::vector<std::string> lines(recordings.size());
+    std::vector<std::vector<std::string>> columns(recordings.size());
+    std::vector<VxNewRecord> batch;
+    std::vector<std::size_t> inBatch;  // recordings[inBatch[i]] is batch[i]
+    std::vector<bool> workFilesWritten(recordings.size(), true);
+    for (std::size_t i = 0; i < recordings.size(); ++i) {
+        RecordingToFile& recording = recordings[i];
+        const std::string wave = wavePath(m_workspace, recording.baseName, recording.waveExtension);
+        const std::string lineFile = linePath(m_workspace, recording.baseName);
+        const std::string info = infoPath(m_workspace, recording.baseName);
+        const bool inMemory = !recording.waveBytes.empty();
+        workFilesWritten[i] = !inMemory;
+        RecordInfo details;
+        if (recording.keepInfo)
+            recordinfo::readFile(info, &details);
+        details.keywords = recording.keywords;
+        details.extraText = recording.extraText;
+        recordinfo::stamp(&details);
+        if (!inMemory && recordinfo::writeFile(info, details) != 0) {
+            results[i] = kMissingFile;
+            continue;
+        }
+        if (recording.fields.size() < kDurationField)
+            recording.fields.resize(kDurationField);
+        if (recording.duration.empty()) {
+            char text[128];
+            conv_millisec(0, text);
+            recording.duration = text;
+        }
+        recording.fields[kDurationField - 1] = recording.duration;
+        lines[i] = indexline::build(recording.fields);
+        columns[i] = indexline::fields(lines[i]);
+        VxNewRecord record;
+        record.letter = recording.family;
+        if (inMemory) {
+            const std::string line = indexline::fromColumns(columns[i]);
+            record.line = line;
+            record.members.emplace_back(recording.baseName + recording.waveExtension, std::move(recording.waveBytes));
+            record.members.emplace_back(recording.baseName + ".vxl", line);
+            record.members.emplace_back(recording.baseName + ".vxs", details.serialize());
+            recording.waveBytes.clear();
+        } else if (!indexlinefile::rewriteFromColumns(lineFile, columns[i])) {
+            results[i] = kMissingFile;
+            continue;
+        } else {
+            record.files = {wave, lineFile, info};
+        }
+        if (!recording.attachment.empty())
+            record.files.push_back(recording.attachment);
+        for (const std::string& extra : recording.extraMembers)
+            record.files.push_back(components::workspacePath(m_workspace, extra));
+        bool complete = true;
+        for (const std::string& path : record.files)
+            complete = complete && fileops::fileExists(path);
+        if (!complete) {
+            results[i] = kMissingFile;
+            continue;
+        }
+        batch.push_back(std::move(record));
+        inBatch.push_back(i);
+    }
+    if (batch.empty())
+        return results;
+
+    OutputDebugString("Saving " + std::to_string(batch.size()) + " Navo files to repository\n");
+    VXsaveBatch(batch, m_workspace.c_str(), m_storePath.c_str());
+
+    // The index entries of those filed, in one transaction; entries that
+    // cannot be added now are rebuilt when the store is next opened.
+    const std::string index = components::workspacePath(m_workspace, components::kIndex);
+    std::vector<Ek7IndexEntry> entries;
+    std::vector<std::size_t> filed;
+    for (std::size_t b = 0; b < batch.size(); ++b) {
+        if (batch[b].code != kVxOk)
+            continue;
+        const std::size_t i = inBatch[b];
+        RecordingToFile& recording = recordings[i];
+        if (recording.extraText.empty())
+            recording.extraText = " ";
+        entries.push_back(Ek7IndexEntry{index.c_str(), m_storePath.c_str(), m_workspace.c_str(),
+                                        static_cast<std::uint32_t>(recording.recId), nullptr, nullptr,
+                                        recording.keywords.c_str(), recording.extraText.c_str(),
+                                        batch[b].position, 0, lines[i].c_str()});
+        filed.push_back(i);
+    }
+    // The texts the entries point at stay put from here on.
+    std::vector<std::string> types(filed.size());
+    std::vector<std::string> starts(filed.size());
+    for (std::size_t e = 0; e < filed.size(); ++e) {
+        types[e] = fieldOrEmpty(columns[filed[e]], 2);
+        starts[e] = fieldOrEmpty(columns[filed[e]], kStartField);
+        entries[e].recordType = types[e].c_str();
+        entries[e].startTime = starts[e].c_str();
+    }
+    const bool indexed = entries.empty() || Ek7IndexAddBatch(entries.data(), entries.size()) != 0;
+    for (const std::size_t i : filed) {
+        results[i] = indexed ? 0 : kIndexFailed;
+        if (workFilesWritten[i])
+            for (const std::string& path : workFiles(m_workspace, recordings[i]))
+                fileops::removeFile(path);
+    }
+    return results;
+}
+
 void RecordFiler::removeFromIndex(long recId)
 {
     const std::string index = components::workspacePath(m_workspace, components::kIndex);

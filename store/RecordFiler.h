@@ -43,6 +43,10 @@ struct RecordingToFile {
     // Workspace files added to the record file once it is filed (marks,
     // a picture chosen after the first filing).
     std::vector<std::string> extraMembers;
+    // saveBatch only: the wave itself, when it has no work file (an
+    // imported sound); its line and search text then go into the record
+    // file from memory too, and no work file of them is written.
+    std::string waveBytes;
 };
 
 class RecordingSource {
@@ -79,6 +83,16 @@ public:
     // 110). The duration field (10) is filled from the source's length
     // unless the recording brings its own.
     int save(RecordingToFile& recording, RecordingSource& source);
+
+    // Files several new recordings in one store transaction, then their index
+    // entries in one more. For recordings whose waves are already in the
+    // workspace (imported ones): nothing is played or measured, and each
+    // brings its duration. A recording that cannot be filed on its own
+    // account (a work file missing, its RecID taken) is left out alone; when
+    // the store refuses the transaction none of them is filed. Answers, for
+    // each recording, what save() would have answered; no message is shown,
+    // the caller reports. Work files go as after save().
+    std::vector<int> saveBatch(std::vector<RecordingToFile>& recordings);
 
     // Whether a result of save() left the recording out of the store (its
     // work files are kept then); 110 is filed, its index entry to come.

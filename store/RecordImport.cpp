@@ -1,6 +1,7 @@
 #include "store/RecordImport.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -22,19 +23,16 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::size_t kDurationField = 10;
+// A batch is filed when it holds this many records, or when its first
+// record has waited this long: a crash loses no more than that.
+constexpr std::size_t kBatchRecords = 32;
+constexpr auto kBatchWait = std::chrono::milliseconds(500);
+// Nor more sound held in memory than this.
+constexpr std::size_t kBatchBytes = 64 * 1024 * 1024;
 constexpr const char* kFamilies[] = {components::kDictation, components::kMeeting, components::kPhone,
                                      components::kDiary};
 // Components another module merges: phone book, templates, agendas.
 constexpr const char* kMergedComponents[] = {components::kPhoneBook, components::kTemplates, components::kCounterA};
-
-// The imported files are already in the workspace: nothing to play or measure.
-class FilesInPlace : public RecordingSource {
-public:
-    bool fastForward() override { return true; }
-    long lengthMs() override { return 0; }
-    void showDuration(const std::string&) override {}
-    bool writeWave(const std::string& path) override { return fileops::fileExists(path); }
-};
 
 char familyForType(const std::string& type)
 {
@@ -53,34 +51,49 @@ bool endsWith(const std::string& text, const std::string& end)
 }
 
 // FNV-1a over a file's bytes, as hex; "" when it cannot be read.
-std::string fileDigest(const std::string& path)
+std::string digestText(std::uint64_t hash)
 {
-    std::ifstream in(path, std::ios::binary);
-    if (!in)
-        return {};
-    std::uint64_t hash = 1469598103934665603ull;
-    char buffer[65536];
-    while (in.read(buffer, sizeof buffer) || in.gcount() > 0) {
-        for (std::streamsize i = 0; i < in.gcount(); ++i) {
-            hash ^= static_cast<unsigned char>(buffer[i]);
-            hash *= 1099511628211ull;
-        }
-    }
     char text[20];
     std::snprintf(text, sizeof text, "%016llx", static_cast<unsigned long long>(hash));
     return text;
 }
 
+void fnv(std::uint64_t* hash, const char* bytes, std::size_t size)
+{
+    for (std::size_t i = 0; i < size; ++i) {
+        *hash ^= static_cast<unsigned char>(bytes[i]);
+        *hash *= 1099511628211ull;
+    }
+}
+
+constexpr std::uint64_t kFnvStart = 1469598103934665603ull;
+
+std::string fileDigest(const std::string& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    if (!in)
+        return {};
+    std::uint64_t hash = kFnvStart;
+    char buffer[65536];
+    while (in.read(buffer, sizeof buffer) || in.gcount() > 0)
+        fnv(&hash, buffer, static_cast<std::size_t>(in.gcount()));
+    return digestText(hash);
+}
+
+std::string bytesDigest(const std::string& bytes)
+{
+    std::uint64_t hash = kFnvStart;
+    fnv(&hash, bytes.data(), bytes.size());
+    return digestText(hash);
+}
+
 // What makes two records the same: the sound and the search texts (the line
 // is compared on its own first).
-std::string contentKey(const std::string& folder, const RecordImport::Prepared& record)
+std::string contentKey(const std::string& digest, const std::string& keywords, const std::string& extraText)
 {
-    const std::string digest = fileDigest(folder + "/" + record.baseName + record.waveExtension);
     if (digest.empty())
         return {};
-    RecordInfo info;
-    recordinfo::readFile(folder + "/" + record.baseName + ".vxs", &info);
-    return digest + '\n' + info.keywords + '\n' + info.extraText;
+    return digest + '\n' + keywords + '\n' + extraText;
 }
 
 // The line without its RecID and padding: equal for a record and its copy.
@@ -152,6 +165,10 @@ RecordImport::RecordImport(AppData& app) : m_app(app)
 
 RecordImport::~RecordImport()
 {
+    // Queued and never filed (an import that did not flush): nothing of them
+    // is in the store, and their work files go.
+    for (const Pending& pending : m_pending)
+        removeWorkFiles(pending.recording);
     if (!m_scratch.empty())
         clearFolder(m_scratch);
 }
@@ -216,41 +233,20 @@ std::string RecordImport::storedContentKey(long recId)
         const std::string local = folder + "/" + recordFile;
         const std::string members = freshFolder(folder, "members");
         Prepared stored;
-        if (VXopenVXZ(local.c_str(), members.c_str()) == 0 && prepare(members, &stored).empty())
-            key = contentKey(members, stored);
+        if (VXopenVXZ(local.c_str(), members.c_str()) == 0 && prepare(members, &stored).empty()) {
+            RecordInfo info;
+            recordinfo::readFile(members + "/" + stored.baseName + ".vxs", &info);
+            key = contentKey(fileDigest(members + "/" + stored.baseName + stored.waveExtension), info.keywords,
+                             info.extraText);
+        }
     }
     clearFolder(folder);
     m_contentOf[recId] = key;
     return key;
 }
 
-bool RecordImport::isDuplicate(const Prepared& record, std::string* text, std::string* content)
+void RecordImport::file(const Prepared& record, const std::string& what, ImportReport* report)
 {
-    loadStoreTexts();
-    *text = textKey(record.line);
-    *content = contentKey(record.folder, record);
-    const auto range = m_byText.equal_range(*text);
-    for (auto it = range.first; it != range.second; ++it)
-        if (!content->empty() && storedContentKey(it->second) == *content)
-            return true;
-    return false;
-}
-
-bool RecordImport::file(const Prepared& record, const std::string& what, ImportReport* report)
-{
-    auto fail = [&](const std::string& reason) {
-        report->failed.push_back({what, reason});
-        return false;
-    };
-    if (m_storeRefused)
-        return fail("not tried: the data store refused an earlier record");
-    std::string text;
-    std::string content;
-    if (isDuplicate(record, &text, &content)) {
-        ++report->skipped;
-        return false;
-    }
-
     // New work-file names, so that nothing of another record in the
     // workspace is taken or overwritten.
     char stamp[kDateStampSize];
@@ -259,14 +255,17 @@ bool RecordImport::file(const Prepared& record, const std::string& what, ImportR
     RecordingToFile recording;
     recording.baseName = baseName;
     recording.waveExtension = record.waveExtension;
+    recording.keepInfo = true;
     std::vector<std::pair<std::string, std::string>> moves;  // from, to
     for (const std::string& member : record.members) {
         std::string name = member;
         if (member.compare(0, record.baseName.size() + 1, record.baseName + ".") == 0)
             name = baseName + member.substr(record.baseName.size());
         const std::string target = components::workspacePath(m_app.TempDir, name);
-        if (fileops::fileExists(target))
-            return fail("a work file of the same name is in use (" + name + ")");
+        if (fileops::fileExists(target)) {
+            report->failed.push_back({what, "a work file of the same name is in use (" + name + ")"});
+            return;
+        }
         moves.emplace_back(record.folder + "/" + member, target);
         if (name != baseName + record.waveExtension && name != baseName + ".vxl" && name != baseName + ".vxs")
             recording.extraMembers.push_back(name);
@@ -276,20 +275,8 @@ bool RecordImport::file(const Prepared& record, const std::string& what, ImportR
     recording.fields = indexline::fields(record.line, static_cast<int>(std::count(used.begin(), used.end(), ' ')) + 1);
     if (recording.fields.size() < kDurationField)
         recording.fields.resize(kDurationField);
-    recording.recId = allocateRecId(m_app);
-    if (recording.recId == 0) {
-        m_storeRefused = true;
-        return fail("this data store has used up its record numbers");
-    }
-    recording.fields[0] = indexline::recIdText(recording.recId);
-    recording.family = familyForType(recording.fields[1]);
     recording.duration = recording.fields[kDurationField - 1];
-    recording.keepInfo = true;
 
-    auto removeWorkFiles = [&] {
-        for (const auto& move : moves)
-            fileops::removeFile(move.second);
-    };
     for (const auto& move : moves) {
         std::error_code error;
         fs::rename(move.first, move.second, error);
@@ -298,8 +285,10 @@ bool RecordImport::file(const Prepared& record, const std::string& what, ImportR
             fs::copy_file(move.first, move.second, fs::copy_options::overwrite_existing, error);
         }
         if (error) {
-            removeWorkFiles();
-            return fail("its files cannot be written to the workspace (" + error.message() + ")");
+            for (const auto& moved : moves)
+                fileops::removeFile(moved.second);
+            report->failed.push_back({what, "its files cannot be written to the workspace (" + error.message() + ")"});
+            return;
         }
     }
     RecordInfo info;
@@ -307,24 +296,133 @@ bool RecordImport::file(const Prepared& record, const std::string& what, ImportR
         recording.keywords = info.keywords.substr(0, 4999);
         recording.extraText = info.extraText;
     }
+    add(std::move(recording), what, report);
+}
+
+std::string RecordImport::contentOf(Pending& pending)
+{
+    if (pending.content.empty()) {
+        const RecordingToFile& recording = pending.recording;
+        const std::string digest =
+            recording.waveBytes.empty()
+                ? fileDigest(RecordFiler::wavePath(m_app.TempDir, recording.baseName, recording.waveExtension))
+                : bytesDigest(recording.waveBytes);
+        pending.content = contentKey(digest, recording.keywords, recording.extraText);
+    }
+    return pending.content;
+}
+
+// Only a record whose line matches one here (or one queued) has its sound
+// compared: most imports never read a sound twice.
+bool RecordImport::isDuplicate(Pending& pending)
+{
+    loadStoreTexts();
+    const auto range = m_byText.equal_range(pending.text);
+    for (auto it = range.first; it != range.second; ++it) {
+        const std::string content = contentOf(pending);
+        if (!content.empty() && storedContentKey(it->second) == content)
+            return true;
+    }
+    for (Pending& queued : m_pending)
+        if (queued.text == pending.text && !contentOf(pending).empty() && contentOf(queued) == contentOf(pending))
+            return true;
+    return false;
+}
+
+void RecordImport::removeWorkFiles(const RecordingToFile& recording)
+{
+    if (recording.waveBytes.empty())
+        for (const std::string& path : RecordFiler::workFiles(m_app.TempDir, recording))
+            fileops::removeFile(path);
+    for (const std::string& extra : recording.extraMembers)
+        fileops::removeFile(components::workspacePath(m_app.TempDir, extra));
+}
+
+void RecordImport::add(RecordingToFile recording, const std::string& what, ImportReport* report)
+{
+    if (m_storeRefused) {
+        removeWorkFiles(recording);
+        report->failed.push_back({what, "not tried: the data store refused an earlier record"});
+        return;
+    }
+    if (recording.fields.size() < kDurationField)
+        recording.fields.resize(kDurationField);
+    recording.fields[0] = indexline::recIdText(0);
+    recording.fields[kDurationField - 1] = recording.duration;
+    recording.family = familyForType(recording.fields[1]);
+    recording.recId = 0;
+    recording.reRecorded = false;
     if (recording.extraText.empty())
         recording.extraText = " ";
-
-    FilesInPlace source;
-    RecordFiler filer(m_app);
-    const int result = filer.save(recording, source);
-    // The filer deletes the work files it filed; the other members and, when
-    // it did not file, everything else are this import's to remove.
-    removeWorkFiles();
-    if (RecordFiler::notFiled(result)) {
-        m_storeRefused = true;
-        return fail("the data store did not take it (Error " + std::to_string(result) + ")");
+    Pending pending{std::move(recording), what, {}, {}};
+    pending.text = textKey(indexline::build(pending.recording.fields));
+    if (isDuplicate(pending)) {
+        removeWorkFiles(pending.recording);
+        ++report->skipped;
+        return;
     }
-    ++report->imported;
-    report->recIds.push_back(recording.recId);
-    m_byText.emplace(text, recording.recId);
-    m_contentOf[recording.recId] = content;
-    return true;
+    if (m_pending.empty()) {
+        m_firstPending = std::chrono::steady_clock::now();
+        m_pendingBytes = 0;
+    }
+    m_pendingBytes += pending.recording.waveBytes.size();
+    m_pending.push_back(std::move(pending));
+    if (m_pending.size() >= kBatchRecords || m_pendingBytes >= kBatchBytes
+        || std::chrono::steady_clock::now() - m_firstPending >= kBatchWait)
+        flush(report);
+}
+
+void RecordImport::flush(ImportReport* report)
+{
+    if (m_pending.empty())
+        return;
+    std::vector<Pending> pending;
+    pending.swap(m_pending);
+    const long first = allocateRecIds(m_app, static_cast<long>(pending.size()));
+    if (first == 0) {
+        m_storeRefused = true;
+        for (const Pending& one : pending) {
+            removeWorkFiles(one.recording);
+            report->failed.push_back({one.what, "this data store has used up its record numbers"});
+        }
+        return;
+    }
+    std::vector<RecordingToFile> recordings;
+    std::vector<bool> inMemory;
+    recordings.reserve(pending.size());
+    for (std::size_t i = 0; i < pending.size(); ++i) {
+        inMemory.push_back(!pending[i].recording.waveBytes.empty());
+        RecordingToFile recording = std::move(pending[i].recording);
+        recording.recId = first + static_cast<long>(i);
+        recording.fields[0] = indexline::recIdText(recording.recId);
+        recordings.push_back(std::move(recording));
+    }
+    const std::vector<int> results = RecordFiler(m_app).saveBatch(recordings);
+    bool anyFiled = false;
+    for (std::size_t i = 0; i < pending.size(); ++i) {
+        // The filer deletes the work files it filed; the other members and,
+        // when it did not file, everything else are this import's to remove.
+        if (RecordFiler::notFiled(results[i]) && !inMemory[i]) {
+            removeWorkFiles(recordings[i]);
+        } else {
+            for (const std::string& extra : recordings[i].extraMembers)
+                fileops::removeFile(components::workspacePath(m_app.TempDir, extra));
+        }
+        if (RecordFiler::notFiled(results[i])) {
+            report->failed.push_back(
+                {pending[i].what, "the data store did not take it (Error " + std::to_string(results[i]) + ")"});
+            continue;
+        }
+        anyFiled = true;
+        ++report->imported;
+        report->recIds.push_back(recordings[i].recId);
+        m_byText.emplace(pending[i].text, recordings[i].recId);
+        if (!pending[i].content.empty())
+            m_contentOf[recordings[i].recId] = pending[i].content;
+    }
+    // The store itself refused: the records after these are not tried.
+    if (!anyFiled)
+        m_storeRefused = true;
 }
 
 ImportReport RecordImport::importStore(const std::string& sourcePath, const ImportProgress& progress)
@@ -398,6 +496,7 @@ ImportReport RecordImport::importStore(const std::string& sourcePath, const Impo
 
     for (std::size_t i = 0; i < records.size(); ++i) {
         if (progress && !progress(i, records.size())) {
+            flush(&report);
             report.failed.push_back({name, "stopped: " + std::to_string(records.size() - i) + " records not imported"});
             break;
         }
@@ -409,6 +508,7 @@ ImportReport RecordImport::importStore(const std::string& sourcePath, const Impo
             file(record, what, &report);
         clearFolder(fs::path(records[i].folder).parent_path().string());
     }
+    flush(&report);
 
     // The one place the store's other components come in.
     if (m_merge) {
@@ -433,6 +533,7 @@ ImportReport RecordImport::importRecordFiles(const std::vector<std::string>& pat
     }
     for (std::size_t i = 0; i < paths.size(); ++i) {
         if (progress && !progress(i, paths.size())) {
+            flush(&report);
             report.failed.push_back({"", "stopped: " + std::to_string(paths.size() - i) + " files not imported"});
             break;
         }
@@ -448,6 +549,7 @@ ImportReport RecordImport::importRecordFiles(const std::vector<std::string>& pat
             file(record, path, &report);
         clearFolder(folder);
     }
+    flush(&report);
     if (progress)
         progress(paths.size(), paths.size());
     return report;

@@ -21,11 +21,16 @@ std::string oneLine(std::string text)
     return text;
 }
 
+// Asked once: the name a process runs under does not change, and an import
+// stamps thousands of records.
 std::string logOnName()
 {
-    char name[256];
-    DWORD size = sizeof name;
-    return GetUserNameA(name, &size) ? name : "";
+    static const std::string user = [] {
+        char name[256];
+        DWORD size = sizeof name;
+        return std::string(GetUserNameA(name, &size) ? name : "");
+    }();
+    return user;
 }
 
 }  // namespace

@@ -10,19 +10,17 @@
 #include "maker/MediaDecode/MediaDecode.h"
 #include "maker/ZOLO/ZOLODATE.h"
 #include "platform/FileOps.h"
+#include "platform/audio/WaveFormats.h"
+#include "store/ComponentFiles.h"
 #include "store/IndexLine.h"
-#include "store/RecordInfo.h"
+#include "store/RecordFiler.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
 constexpr std::size_t kSubjectMax = 149;
-
-struct WaveShape {
-    long lengthMs = 0;
-    bool ok = false;
-};
+constexpr std::size_t kWaveInMemoryMax = 8 * 1024 * 1024;
 
 std::uint32_t get(const std::string& s, std::size_t at, int bytes)
 {
@@ -32,27 +30,92 @@ std::uint32_t get(const std::string& s, std::size_t at, int bytes)
     return v;
 }
 
-// The length of a PCM wave from its "fmt " and "data" chunks.
-WaveShape shapeOf(const std::string& path)
+// A wave file read once: its format, where its sound is, and the title,
+// artist, album and date of its "LIST" "INFO" chunk.
+struct WaveParts {
+    bool ok = false;  // a "fmt " chunk and then a "data" chunk
+    WAVEFORMATEX format{};
+    std::size_t dataAt = 0;
+    std::size_t dataSize = 0;  // what the file holds of it
+    MediaInfo tags;
+};
+
+WaveParts partsOf(const std::string& file)
 {
-    WaveShape shape;
-    std::string file;
-    if (fileops::readWholeFile(path, &file) != 0 || file.size() < 12 || file.compare(0, 4, "RIFF") != 0)
-        return shape;
-    std::uint32_t bytesPerSecond = 0;
+    WaveParts parts;
+    if (file.size() < 12 || file.compare(0, 4, "RIFF") != 0 || file.compare(8, 4, "WAVE") != 0)
+        return parts;
+    bool haveFormat = false;
     for (std::size_t at = 12; at + 8 <= file.size();) {
         const std::uint32_t size = get(file, at + 4, 4);
-        if (file.compare(at, 4, "fmt ") == 0 && at + 16 <= file.size())
-            bytesPerSecond = get(file, at + 16, 4);
-        if (file.compare(at, 4, "data") == 0 && bytesPerSecond > 0) {
-            const std::uint64_t data = std::min<std::uint64_t>(size, file.size() - at - 8);
-            shape.lengthMs = static_cast<long>(data * 1000 / bytesPerSecond);
-            shape.ok = true;
-            return shape;
+        const std::size_t end = std::min<std::size_t>(file.size(), at + 8 + static_cast<std::size_t>(size));
+        if (file.compare(at, 4, "fmt ") == 0)
+            haveFormat = readWaveFormatEx(reinterpret_cast<const unsigned char*>(file.data()) + at + 8, end - at - 8,
+                                          parts.format);
+        if (file.compare(at, 4, "data") == 0 && haveFormat && !parts.ok) {
+            parts.ok = true;
+            parts.dataAt = at + 8;
+            parts.dataSize = end - at - 8;
+        }
+        if (file.compare(at, 4, "LIST") == 0 && at + 12 <= end && file.compare(at + 8, 4, "INFO") == 0) {
+            for (std::size_t item = at + 12; item + 8 <= end;) {
+                const std::uint32_t length = get(file, item + 4, 4);
+                if (item + 8 + length > end)
+                    break;
+                std::string value = file.substr(item + 8, length);
+                value = value.substr(0, value.find('\0'));
+                const std::string id = file.substr(item, 4);
+                if (id == "INAM")
+                    parts.tags.title = value;
+                else if (id == "IART")
+                    parts.tags.artist = value;
+                else if (id == "IPRD")
+                    parts.tags.album = value;
+                else if (id == "ICRD")
+                    parts.tags.date = value;
+                item += 8 + length + (length & 1);
+            }
         }
         at += 8 + static_cast<std::size_t>(size) + (size & 1);
     }
-    return shape;
+    return parts;
+}
+
+// The length of the wave a conversion wrote.
+long lengthOf(const std::string& path)
+{
+    std::string file;
+    if (fileops::readWholeFile(path, &file) != 0)
+        return -1;
+    const WaveParts parts = partsOf(file);
+    if (!parts.ok || parts.format.nAvgBytesPerSec == 0)
+        return -1;
+    return static_cast<long>(static_cast<std::uint64_t>(parts.dataSize) * 1000 / parts.format.nAvgBytesPerSec);
+}
+
+// A wave already in the recording quality, as the converter would write it
+// (the plain 44-byte header and the sound in whole samples): the conversion
+// would change no sample.
+std::string copyWave(const std::string& file, const WaveParts& parts)
+{
+    const std::size_t block = parts.format.nBlockAlign;
+    const std::size_t size = block == 0 ? 0 : parts.dataSize / block * block;
+    std::string wave(44, '\0');
+    auto put = [&](std::size_t at, std::uint32_t v) {
+        for (int i = 0; i < 4; ++i)
+            wave[at + static_cast<std::size_t>(i)] = static_cast<char>((v >> (8 * i)) & 0xFF);
+    };
+    wave.replace(0, 4, "RIFF");
+    put(4, static_cast<std::uint32_t>(36 + size));
+    wave.replace(8, 8, "WAVEfmt ");
+    put(16, 16);
+    unsigned char format[kWaveFormatExFileSize];
+    writeWaveFormatEx(parts.format, format);
+    wave.replace(20, 16, reinterpret_cast<const char*>(format), 16);
+    wave.replace(36, 4, "data");
+    put(40, static_cast<std::uint32_t>(size));
+    wave.append(file, parts.dataAt, size);
+    return wave;
 }
 
 // A silent 8 kHz mono wave of ms milliseconds: the sound of a silent video.
@@ -118,38 +181,6 @@ std::string extensionOf(const std::string& path)
     return extension;
 }
 
-// The title, artist, album and date of a wave's "LIST" "INFO" chunk.
-void readWaveTags(const std::string& path, MediaInfo* info)
-{
-    std::string file;
-    if (fileops::readWholeFile(path, &file) != 0 || file.size() < 12 || file.compare(0, 4, "RIFF") != 0)
-        return;
-    for (std::size_t at = 12; at + 8 <= file.size();) {
-        const std::uint32_t size = get(file, at + 4, 4);
-        const std::size_t end = std::min<std::size_t>(file.size(), at + 8 + size);
-        if (file.compare(at, 4, "LIST") == 0 && at + 12 <= end && file.compare(at + 8, 4, "INFO") == 0) {
-            for (std::size_t item = at + 12; item + 8 <= end;) {
-                const std::uint32_t length = get(file, item + 4, 4);
-                if (item + 8 + length > end)
-                    break;
-                std::string value = file.substr(item + 8, length);
-                value = value.substr(0, value.find('\0'));
-                const std::string id = file.substr(item, 4);
-                if (id == "INAM")
-                    info->title = value;
-                else if (id == "IART")
-                    info->artist = value;
-                else if (id == "IPRD")
-                    info->album = value;
-                else if (id == "ICRD")
-                    info->date = value;
-                item += 8 + length + (length & 1);
-            }
-        }
-        at += 8 + static_cast<std::size_t>(size) + (size & 1);
-    }
-}
-
 // The line's type code and places for a list; the duration place is filled
 // by the filer.
 std::vector<std::string> fieldsFor(int listType, const std::string& subject, std::time_t start, std::time_t end,
@@ -196,101 +227,129 @@ ImportReport SoundImport::importFiles(const std::vector<std::string>& paths, int
                                       const ImportProgress& progress)
 {
     ImportReport report;
-    std::string scratch;
-    if (fileops::makeTempFolder(m_app.TempDir, ".sound-", &scratch) != 0) {
-        report.refusal = "The temporary workspace cannot be written";
-        return report;
-    }
     for (std::size_t i = 0; i < paths.size(); ++i) {
         if (progress && !progress(i, paths.size())) {
+            m_records.flush(&report);
             report.failed.push_back({"", "stopped: " + std::to_string(paths.size() - i) + " files not imported"});
             break;
         }
-        const std::string folder = scratch + "/" + std::to_string(i);
-        std::error_code error;
-        fs::create_directories(folder, error);
-        importOne(paths[i], listType, folder, &report);
-        fs::remove_all(folder, error);
+        importOne(paths[i], listType, &report);
     }
-    std::error_code ignored;
-    fs::remove_all(scratch, ignored);
+    m_records.flush(&report);
+    if (!m_scratch.empty()) {
+        std::error_code ignored;
+        fs::remove_all(m_scratch, ignored);
+        m_scratch.clear();
+    }
     if (progress)
         progress(paths.size(), paths.size());
     return report;
 }
 
-bool SoundImport::importOne(const std::string& path, int listType, const std::string& folder, ImportReport* report)
+bool SoundImport::importOne(const std::string& path, int listType, ImportReport* report)
 {
+    char stamp[kDateStampSize];
+    DateStamp(stamp);
+    RecordingToFile recording;
+    recording.baseName = stamp;
+    const std::string wave = RecordFiler::wavePath(m_app.TempDir, recording.baseName);
     auto fail = [&](const std::string& reason) {
+        fileops::removeFile(wave);
         report->failed.push_back({path, reason});
         return false;
     };
-    char stamp[kDateStampSize];
-    DateStamp(stamp);
-    const std::string base = folder + "/" + stamp;
+    if (fileops::fileExists(wave))
+        return fail("a work file of the same name is in use (" + recording.baseName + ".wav)");
     const bool video = extensionOf(path) == ".wmv";
     if (video)
         listType = kListVideo;
 
     const int quality = m_app.RecordingQuality;
     MediaInfo info;
-    // A PCM wave goes straight to the converter; FFmpeg would read it all
-    // once more looking for sound hidden in it. Anything else (and a wave
-    // of another coding) is decoded first.
-    const bool plainWave = !video && extensionOf(path) == ".wav"
-                           && Ek7AcmConvert(0, path.c_str(), (base + ".wav").c_str(), quality) == 0;
-    if (plainWave) {
-        readWaveTags(path, &info);
-    } else {
-        const std::string decoded = folder + "/decoded.tmp";
+    long lengthMs = -1;
+    // A PCM wave is read once: already in the recording quality it is copied
+    // as it is, otherwise it goes straight to the converter (FFmpeg would
+    // read it all once more looking for sound hidden in it). Anything else
+    // (and a wave of another coding) is decoded first.
+    bool converted = false;
+    if (!video && extensionOf(path) == ".wav") {
+        std::string file;
+        if (fileops::readWholeFile(path, &file) == 0) {
+            const WaveParts parts = partsOf(file);
+            if (parts.ok && parts.format.wFormatTag == WAVE_FORMAT_PCM && parts.format.nAvgBytesPerSec > 0) {
+                info = parts.tags;
+                if (parts.format == waveFormatForQuality(quality)) {
+                    recording.waveBytes = copyWave(file, parts);
+                    lengthMs = static_cast<long>(static_cast<std::uint64_t>(recording.waveBytes.size() - 44) * 1000
+                                                 / parts.format.nAvgBytesPerSec);
+                    // A long one waits for its batch as a work file, not in memory.
+                    if (recording.waveBytes.size() > kWaveInMemoryMax) {
+                        if (fileops::writeWholeFile(wave, recording.waveBytes.data(), recording.waveBytes.size()) != 0)
+                            return fail("its work files cannot be written (is the disk full?)");
+                        std::string().swap(recording.waveBytes);
+                    }
+                }
+                converted = lengthMs >= 0 || Ek7AcmConvert(0, path.c_str(), wave.c_str(), quality) == 0;
+            }
+        }
+    }
+    if (!converted) {
+        // Decoding takes a while: what is queued is filed first.
+        m_records.flush(report);
+        if (m_scratch.empty() && fileops::makeTempFolder(m_app.TempDir, ".sound-", &m_scratch) != 0) {
+            m_scratch.clear();
+            return fail("The temporary workspace cannot be written");
+        }
+        info = MediaInfo{};
+        const std::string decoded = m_scratch + "/decoded.tmp";
         const int decodedCode = MediaDecodeToWave(path.c_str(), decoded.c_str(), &info);
         if (decodedCode == kMediaNoSound && video) {
             if (!writeSilence(decoded, info.durationMs))
                 return fail(MediaDecodeReason(kMediaWriteFailed));
         } else if (decodedCode != kMediaOk) {
+            fileops::removeFile(decoded);
             return fail(MediaDecodeReason(decodedCode));
         }
+        const bool convertedNow = Ek7AcmConvert(0, decoded.c_str(), wave.c_str(), quality) == 0;
+        fileops::removeFile(decoded);
         if (video && !info.hasVideo)
             return fail("it holds no video");
-        if (Ek7AcmConvert(0, decoded.c_str(), (base + ".wav").c_str(), quality) != 0)
+        if (!convertedNow)
             return fail("its sound cannot be converted to the recording quality");
-        fileops::removeFile(decoded);
     }
     if (video) {
+        const std::string copy = recording.baseName + ".wmv";
         std::error_code error;
-        fs::copy_file(path, base + ".wmv", error);
-        if (error)
+        fs::copy_file(path, components::workspacePath(m_app.TempDir, copy), fs::copy_options::overwrite_existing,
+                      error);
+        if (error) {
+            fileops::removeFile(components::workspacePath(m_app.TempDir, copy));
             return fail("the video cannot be copied (" + error.message() + ")");
+        }
+        recording.extraMembers.push_back(copy);
+    }
+    if (lengthMs < 0)
+        lengthMs = lengthOf(wave);
+    if (lengthMs < 0) {
+        for (const std::string& extra : recording.extraMembers)
+            fileops::removeFile(components::workspacePath(m_app.TempDir, extra));
+        return fail("its sound cannot be converted to the recording quality");
     }
 
-    const WaveShape shape = shapeOf(base + ".wav");
-    if (!shape.ok)
-        return fail("its sound cannot be converted to the recording quality");
     std::string subject = info.title.empty() ? fs::path(path).stem().string() : info.title;
     subject = subject.substr(0, kSubjectMax);
     std::time_t start = 0;
     if (!parseTagDate(info.date, &start))
         start = fileTime(path);
-    std::vector<std::string> fields =
-        fieldsFor(listType, subject, start, start + shape.lengthMs / 1000, quality);
+    recording.fields = fieldsFor(listType, subject, start, start + lengthMs / 1000, quality);
     char duration[kDurationSize];
-    conv_millisec(shape.lengthMs, duration);
-    fields[9] = duration;
-    const std::string line = indexline::build(fields);
-
-    RecordInfo details;
+    conv_millisec(lengthMs, duration);
+    recording.duration = duration;
     std::string keywords = info.artist;
     if (!info.album.empty())
         keywords += (keywords.empty() ? "" : " ") + info.album;
-    details.keywords = keywords;
-    details.extraText = " ";
-    recordinfo::stamp(&details);
-    if (fileops::writeWholeFile(base + ".vxl", line.data(), line.size()) != 0
-        || recordinfo::writeFile(base + ".vxs", details) != 0)
-        return fail("its work files cannot be written (is the disk full?)");
-
-    RecordImport::Prepared record;
-    if (const std::string problem = RecordImport::prepare(folder, &record); !problem.empty())
-        return fail(problem);
-    return m_records.file(record, path, report);
+    recording.keywords = keywords;
+    recording.extraText = " ";
+    m_records.add(std::move(recording), path, report);
+    return true;
 }

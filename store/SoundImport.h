@@ -1,8 +1,9 @@
 // Sound files (WAV, MP3, WMA, OGG) as new records of a list's type, and video
 // files (WMV) as records of the Video list. The sound is decoded, converted
 // to the recording quality set in Options ("RecQual") and filed through
-// RecordImport like any imported record: a new RecID, one transaction, and
-// a file imported twice is skipped the second time. The subject is the
+// RecordImport like any imported record: a new RecID, filed in batches of
+// one transaction each, and a file imported twice is skipped the second
+// time. A wave already in the recording quality is copied, not converted. The subject is the
 // file's title tag, or its name; the date its date tag, or the time the
 // file was last written.
 //
@@ -29,8 +30,9 @@ public:
                              const ImportProgress& progress = {});
 
 private:
-    bool importOne(const std::string& path, int listType, const std::string& folder, ImportReport* report);
+    bool importOne(const std::string& path, int listType, ImportReport* report);
 
     AppData& m_app;
     RecordImport& m_records;
+    std::string m_scratch;  // for decoded sound, made when first needed
 };

@@ -35,6 +35,7 @@ bool FamilyAppend::open(const std::string& path)
             return false;
         if (named.device == info.device && named.inode == info.inode) {
             m_originalSize = info.size;
+            m_size = info.size;
             return true;
         }
     }
@@ -42,7 +43,7 @@ bool FamilyAppend::open(const std::string& path)
 
 bool FamilyAppend::append(const char* line, std::uint64_t* position)
 {
-    std::uint64_t at = m_originalSize;
+    std::uint64_t at = m_size;
     m_written = true;
     if (at == 0) {
         // A caller treats a returned position of 0 as failure, yet the first
@@ -62,6 +63,7 @@ bool FamilyAppend::append(const char* line, std::uint64_t* position)
     }
     if (fileops::pwriteAll(m_fd.get(), line, kLineSize, at) != 0)
         return false;
+    m_size = at + kLineSize;
     *position = at;
     return true;
 }

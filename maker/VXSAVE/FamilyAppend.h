@@ -1,5 +1,5 @@
 #pragma once
-// Appends one index line to a family file in the workspace and takes it back
+// Appends index lines to a family file in the workspace and takes them back
 // again unless keep() is called: a save that fails after the append leaves
 // the family file byte for byte as it was. The file is write-locked while
 // the append is pending, so two savers (the answer machine and a recorder)
@@ -28,7 +28,8 @@ public:
     // a fresh one would replace the store's copy and lose its lines.
     bool open(const std::string& path);
 
-    // Writes the line at the end and reports where it starts.
+    // Writes the line at the end and reports where it starts; called again,
+    // the next line goes after it.
     bool append(const char* line, std::uint64_t* position);
 
     void keep() { m_keep = true; }
@@ -39,6 +40,7 @@ public:
 private:
     fileops::UniqueFd m_fd;
     std::uint64_t m_originalSize = 0;
+    std::uint64_t m_size = 0;  // with the lines appended
     bool m_written = false;
     bool m_keep = false;
 };

@@ -11,10 +11,17 @@
 #include "maker/ek7vxrps/ek7vxrps.h"
 #include "platform/FileOps.h"
 
+#include <algorithm>
+#include <array>
+#include <atomic>
 #include <climits>
 #include <cstdio>
 #include <filesystem>
+#include <map>
+#include <memory>
 #include <set>
+#include <system_error>
+#include <thread>
 
 namespace {
 
@@ -89,17 +96,28 @@ bool recordFileName(const char* line, std::string* name)
     return true;
 }
 
-// Builds the record file from the work files, each under its own file name.
-bool buildRecordFile(const std::string& path, const std::vector<std::string>& files)
+// Whether the work files (and the members named) can be members under
+// their own file names.
+bool memberNamesFit(const std::vector<std::string>& files, const std::vector<std::string>& more = {})
 {
     std::set<std::string> names;
-    for (const std::string& file : files) {
-        const std::string name = fileops::baseNameOf(file);
+    std::vector<std::string> all = more;
+    for (const std::string& file : files)
+        all.push_back(fileops::baseNameOf(file));
+    for (const std::string& name : all) {
         // Two work files of one name would overwrite each other inside.
         if (!fileops::isPlainFileName(name.c_str()) || vxsave::isReservedMemberName(name.c_str())
             || !names.insert(name).second)
             return false;
     }
+    return true;
+}
+
+// Builds the record file from the work files, each under its own file name.
+bool buildRecordFile(const std::string& path, const std::vector<std::string>& files)
+{
+    if (!memberNamesFit(files))
+        return false;
     ZipArchive zip;
     if (zip.open(path, ZipArchive::Mode::Create) != kVxOk)
         return false;
@@ -110,6 +128,15 @@ bool buildRecordFile(const std::string& path, const std::vector<std::string>& fi
     return zip.close() == kVxOk && fileops::setFileMode(path, 0600) == 0;
 }
 
+// The index line at the start of a "vxl" work file.
+bool readLine(const std::string& path, char* line)
+{
+    fileops::UniqueFd fd(fileops::openFile(path, fileops::Access::Read));
+    std::size_t got = 0;
+    return fd.valid() && fileops::readUpTo(fd.get(), line, FamilyAppend::kLineSize, &got) == 0
+           && got == FamilyAppend::kLineSize;
+}
+
 unsigned saveFiles(char letter, const std::vector<std::string>& files, const char* workspace,
                    const char* storePath) noexcept
 {
@@ -118,14 +145,8 @@ unsigned saveFiles(char letter, const std::vector<std::string>& files, const cha
             return 0;
 
         char line[FamilyAppend::kLineSize];
-        {
-            fileops::UniqueFd fd(fileops::openFile(files[1], fileops::Access::Read));
-            std::size_t got = 0;
-            if (!fd.valid() || fileops::readUpTo(fd.get(), line, sizeof line, &got) != 0 || got != sizeof line)
-                return 0;
-        }
         std::string recordName;
-        if (!recordFileName(line, &recordName))
+        if (!readLine(files[1], line) || !recordFileName(line, &recordName))
             return 0;
         // A new recording never replaces a record already filed under its
         // RecID: that would silently lose the other recording.
@@ -155,6 +176,205 @@ unsigned saveFiles(char letter, const std::vector<std::string>& files, const cha
         append.keep();
         return static_cast<unsigned>(position);
     } catch (...) {
+        return 0;
+    }
+}
+
+// A batch's work files read whole, to be packed on several threads.
+struct LoadedMember {
+    std::string name;
+    std::string bytes;
+    vxsave::PackedMember packed;
+};
+// A record whose work files together are larger is built the plain way, so
+// a batch never holds much more than a few dozen short recordings at once.
+constexpr std::uint64_t kLoadedRecordMax = 16ull * 1024 * 1024;
+
+bool loadMembers(const std::vector<std::string>& files, std::vector<LoadedMember>* members, bool always)
+{
+    std::uint64_t total = 0;
+    for (const std::string& file : files) {
+        fileops::FileInfo info;
+        if (fileops::infoOf(file, &info) != 0 || !info.regular)
+            return false;
+        total += info.size;
+    }
+    if (total > kLoadedRecordMax && !always)
+        return false;
+    for (const std::string& file : files) {
+        LoadedMember member;
+        member.name = fileops::baseNameOf(file);
+        if (fileops::readWholeFile(file, &member.bytes) != 0)
+            return false;
+        members->push_back(std::move(member));
+    }
+    return true;
+}
+
+// Deflating is most of the work of building record files, and each member
+// is deflated on its own: the members of a batch are shared out among up to
+// four threads.
+void packAll(const std::vector<LoadedMember*>& members)
+{
+    std::atomic<std::size_t> next{0};
+    auto work = [&] {
+        for (std::size_t i = next++; i < members.size(); i = next++) {
+            LoadedMember& member = *members[i];
+            member.packed = ZipArchive::pack(member.bytes.data(), member.bytes.size());
+            std::string().swap(member.bytes);
+        }
+    };
+    const std::size_t wanted = std::min<std::size_t>({std::max(1u, std::thread::hardware_concurrency()), 4,
+                                                      members.size()});
+    std::vector<std::thread> helpers;
+    for (std::size_t i = 1; i < wanted; ++i) {
+        try {
+            helpers.emplace_back(work);
+        } catch (const std::system_error&) {
+            break;  // fewer threads, the same work
+        }
+    }
+    work();
+    for (std::thread& helper : helpers)
+        helper.join();
+}
+
+bool buildPacked(const std::string& path, std::vector<LoadedMember>& members)
+{
+    ZipArchive zip;
+    if (zip.open(path, ZipArchive::Mode::Create) != kVxOk)
+        return false;
+    for (LoadedMember& member : members)
+        if (zip.putPacked(member.name, std::move(member.packed)) != kVxOk)
+            return false;
+    return zip.close() == kVxOk;  // a new archive is written private
+}
+
+int saveBatch(std::vector<VxNewRecord>& records, const char* workspace, const char* storePath) noexcept
+{
+    struct Built {
+        VxNewRecord* record;
+        std::string name;
+        std::array<char, FamilyAppend::kLineSize> line;
+        std::unique_ptr<RemoveOnExit> removal;  // the store keeps it; the workspace does not
+    };
+    std::vector<Built> built;
+    try {
+        for (VxNewRecord& record : records) {
+            record.position = 0;
+            record.code = kVxErrWrite;
+        }
+        if (workspace == nullptr || storePath == nullptr)
+            return 0;
+        // Each record file first: one that cannot be built is left out alone.
+        std::set<std::string> names;
+        std::vector<Built> candidates;
+        std::vector<std::vector<LoadedMember>> loaded;
+        for (VxNewRecord& record : records) {
+            Built one{&record, {}, {}, {}};
+            std::vector<std::string> inMemory;
+            for (const auto& member : record.members)
+                inMemory.push_back(member.first);
+            if (record.files.size() + record.members.size() < 2 || !memberNamesFit(record.files, inMemory))
+                continue;
+            if (!record.line.empty()) {
+                if (record.line.size() != one.line.size())
+                    continue;
+                std::copy(record.line.begin(), record.line.end(), one.line.begin());
+            } else if (record.files.size() < 2 || !readLine(record.files[1], one.line.data())) {
+                continue;
+            }
+            if (!recordFileName(one.line.data(), &one.name) || !names.insert(one.name).second)
+                continue;
+            candidates.push_back(std::move(one));
+        }
+        // A new recording never replaces a record already filed under its
+        // RecID: that would silently lose the other recording.
+        if (candidates.empty())
+            return 0;
+        std::vector<const char*> asked;
+        for (const Built& one : candidates)
+            asked.push_back(one.name.c_str());
+        std::vector<bool> present;
+        if (RPS_ExistEach(storePath, asked.data(), static_cast<int>(asked.size()), &present) != kRpsOk)
+            return 0;
+        std::vector<Built> fresh;
+        for (std::size_t i = 0; i < candidates.size(); ++i)
+            if (!present[i])
+                fresh.push_back(std::move(candidates[i]));
+        candidates = std::move(fresh);
+        std::vector<Built> readable;
+        for (Built& one : candidates) {
+            VxNewRecord& record = *one.record;
+            std::vector<LoadedMember> members;
+            for (auto& member : record.members)
+                members.push_back({member.first, std::move(member.second), {}});
+            // Members in memory have no files to build from.
+            const bool inMemory = !record.members.empty();
+            if (!loadMembers(record.files, &members, inMemory)) {
+                if (inMemory)
+                    continue;
+                members.clear();  // built from its files, as one record alone is
+            }
+            readable.push_back(std::move(one));
+            loaded.push_back(std::move(members));
+        }
+        candidates = std::move(readable);
+        std::vector<LoadedMember*> toPack;
+        for (std::vector<LoadedMember>& members : loaded)
+            for (LoadedMember& member : members)
+                toPack.push_back(&member);
+        packAll(toPack);
+        for (std::size_t i = 0; i < candidates.size(); ++i) {
+            Built& one = candidates[i];
+            const std::string path = fileops::joinPath(workspace, one.name);
+            one.removal = std::make_unique<RemoveOnExit>(path);
+            if (loaded[i].empty() ? buildRecordFile(path, one.record->files) : buildPacked(path, loaded[i]))
+                built.push_back(std::move(one));
+        }
+        if (built.empty())
+            return 0;
+
+        // Then every line, each family file locked once; the lines are
+        // taken back together unless the store takes them all.
+        std::map<std::string, std::unique_ptr<FamilyAppend>> families;
+        std::vector<std::uint64_t> positions;
+        for (Built& one : built) {
+            std::unique_ptr<FamilyAppend>& append = families[familyFileFor(one.record->letter)];
+            if (!append) {
+                append = std::make_unique<FamilyAppend>();
+                if (!append->open(fileops::joinPath(workspace, familyFileFor(one.record->letter))))
+                    return 0;
+            }
+            std::uint64_t position = 0;
+            if (!append->append(one.line.data(), &position) || position > UINT_MAX)
+                return 0;
+            positions.push_back(position);
+        }
+
+        // One transaction for all of them.
+        std::vector<const char*> all;
+        std::vector<std::uint64_t> grownFrom;
+        for (const Built& one : built) {
+            all.push_back(one.name.c_str());
+            grownFrom.push_back(0);
+        }
+        for (const auto& [name, append] : families) {
+            all.push_back(name.c_str());
+            grownFrom.push_back(append->originalSize());
+        }
+        if (RPS_PutGrown(storePath, workspace, all.data(), grownFrom.data(), static_cast<int>(all.size())) != kRpsOk)
+            return 0;
+        for (auto& family : families)
+            family.second->keep();
+        for (std::size_t i = 0; i < built.size(); ++i) {
+            built[i].record->position = static_cast<unsigned>(positions[i]);
+            built[i].record->code = kVxOk;
+        }
+        return static_cast<int>(built.size());
+    } catch (...) {
+        for (Built& one : built)
+            one.record->code = kVxErrWrite;
         return 0;
     }
 }
@@ -300,6 +520,11 @@ unsigned VXsaveFiles(char letter, const std::vector<std::string>& files, const c
                      const char* storePath)
 {
     return saveFiles(letter, files, workspace, storePath);
+}
+
+int VXsaveBatch(std::vector<VxNewRecord>& records, const char* workspace, const char* storePath)
+{
+    return saveBatch(records, workspace, storePath);
 }
 
 int VXsaveVXZ(const char* recordFileName, const char* workspace, const char* storePath, const char* extra)

@@ -10,6 +10,7 @@
 // written here gets mode 0600. No call throws.
 
 #include <string>
+#include <utility>
 #include <vector>
 
 // Result codes; they are the program's own message numbers, so a caller can
@@ -59,6 +60,26 @@ unsigned VXsaveV(const char* name1, const char* name2, const char* name3, const 
 // transaction. letter is R, P, M, D, T or V.
 unsigned VXsaveFiles(char letter, const std::vector<std::string>& files, const char* workspace,
                      const char* storePath);
+
+// One new recording of a batch: letter and files as VXsaveFiles takes them;
+// or members held in memory (name, bytes) with its index line given, and
+// files (full paths) for the rest of its members.
+struct VxNewRecord {
+    char letter = 'R';
+    std::vector<std::string> files;
+    std::vector<std::pair<std::string, std::string>> members;  // put first
+    std::string line;  // the 401-byte index line; "" when files[1] holds it
+    unsigned position = 0;  // out: where its line starts in its family file; 0 when not filed
+    int code = kVxOk;       // out: 0 when filed, 109 when not
+};
+// Files several new recordings in one store transaction. Each record file is
+// built first; a recording whose record file cannot be built (a work file
+// missing or unreadable, its RecID filed already or twice in the batch) is
+// left out alone. The others' record files and their lines go
+// into the store together: after a failure or a crash either all of them are
+// there or none, with the family files as they were. Answers how many were
+// filed.
+int VXsaveBatch(std::vector<VxNewRecord>& records, const char* workspace, const char* storePath);
 
 // Rewrites record file recordFileName inside the store after an edit: every
 // member for which the workspace holds a file of the same name is replaced,

@@ -3,9 +3,12 @@
 #include "maker/VXSAVE/VXSAVE.h"
 #include "platform/FileOps.h"
 
+#include <libdeflate.h>
+
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <vector>
 
 namespace vxsave {
@@ -13,6 +16,79 @@ namespace vxsave {
 namespace {
 
 constexpr std::size_t kChunk = 256 * 1024;
+// Recordings are large and part noise, part silence: the fastest level gets
+// most of what there is to get.
+constexpr int kDeflateLevel = 1;
+
+struct CompressorFree {
+    void operator()(libdeflate_compressor* c) const { libdeflate_free_compressor(c); }
+};
+
+// One compressor per thread, made once: making one costs more than
+// deflating a short recording.
+libdeflate_compressor* compressor()
+{
+    thread_local std::unique_ptr<libdeflate_compressor, CompressorFree> made(
+        libdeflate_alloc_compressor(kDeflateLevel));
+    return made.get();
+}
+
+// A member's data already deflated. libzip sees a source that is already
+// compressed by the entry's method and copies it as it is instead of
+// compressing again.
+struct Deflated {
+    PackedMember member;
+    std::size_t offset = 0;  // read position
+};
+
+zip_int64_t deflatedSource(void* state, void* data, zip_uint64_t length, zip_source_cmd_t command)
+{
+    auto* source = static_cast<Deflated*>(state);
+    PackedMember* member = &source->member;
+    std::size_t& offset = source->offset;
+    switch (command) {
+    case ZIP_SOURCE_OPEN:
+        offset = 0;
+        return 0;
+    case ZIP_SOURCE_READ: {
+        const std::size_t left = member->data.size() - offset;
+        const std::size_t n = length < left ? static_cast<std::size_t>(length) : left;
+        std::memcpy(data, member->data.data() + offset, n);
+        offset += n;
+        return static_cast<zip_int64_t>(n);
+    }
+    case ZIP_SOURCE_CLOSE:
+        return 0;
+    case ZIP_SOURCE_STAT: {
+        if (length < sizeof(zip_stat_t))
+            return -1;
+        auto* st = static_cast<zip_stat_t*>(data);
+        zip_stat_init(st);
+        st->valid = ZIP_STAT_SIZE | ZIP_STAT_COMP_SIZE | ZIP_STAT_COMP_METHOD | ZIP_STAT_CRC
+                    | ZIP_STAT_ENCRYPTION_METHOD;
+        st->size = member->size;
+        st->comp_size = member->data.size();
+        st->comp_method = ZIP_CM_DEFLATE;
+        st->crc = member->crc;
+        st->encryption_method = ZIP_EM_NONE;
+        return sizeof(zip_stat_t);
+    }
+    case ZIP_SOURCE_ERROR:
+        if (length < 2 * sizeof(int))
+            return -1;
+        static_cast<int*>(data)[0] = ZIP_ER_INTERNAL;
+        static_cast<int*>(data)[1] = 0;
+        return 2 * sizeof(int);
+    case ZIP_SOURCE_FREE:
+        delete source;
+        return 0;
+    case ZIP_SOURCE_SUPPORTS:
+        return zip_source_make_command_bitmap(ZIP_SOURCE_OPEN, ZIP_SOURCE_READ, ZIP_SOURCE_CLOSE, ZIP_SOURCE_STAT,
+                                              ZIP_SOURCE_ERROR, ZIP_SOURCE_FREE, -1);
+    default:
+        return -1;
+    }
+}
 
 // Damage in the data (as opposed to a file that cannot be read at all).
 bool isDamage(int zipError)
@@ -188,8 +264,19 @@ int ZipArchive::verify() const
 
 int ZipArchive::putFile(const std::string& name, const std::string& path)
 {
-    if (!fileops::isRegularFile(path))
+    fileops::FileInfo info;
+    if (fileops::infoOf(path, &info) != 0 || !info.regular)
         return kVxErrMissingFile;
+    if (info.size > kWholeMemberMax)
+        return putStreamed(name, path);
+    std::string bytes;
+    if (fileops::readWholeFile(path, &bytes) != 0)
+        return kVxErrWrite;
+    return putBytes(name, bytes.data(), bytes.size());
+}
+
+int ZipArchive::putStreamed(const std::string& name, const std::string& path)
+{
     // Length 0: the file to its end, as it is when the archive is written.
     zip_source_t* source = zip_source_file(m_zip, path.c_str(), 0, 0);
     if (source == nullptr)
@@ -199,9 +286,67 @@ int ZipArchive::putFile(const std::string& name, const std::string& path)
         zip_source_free(source);
         return kVxErrWrite;
     }
-    // Level 1: recordings are large and mostly incompressible noise; the
-    // fastest deflate gets most of what there is to get.
-    if (zip_set_file_compression(m_zip, static_cast<zip_uint64_t>(index), ZIP_CM_DEFLATE, 1) != 0)
+    if (zip_set_file_compression(m_zip, static_cast<zip_uint64_t>(index), ZIP_CM_DEFLATE, kDeflateLevel) != 0)
+        return kVxErrWrite;
+    return kVxOk;
+}
+
+PackedMember ZipArchive::pack(const char* bytes, std::size_t size)
+{
+    PackedMember member;
+    member.size = size;
+    member.crc = static_cast<std::uint32_t>(libdeflate_crc32(0, bytes, size));
+    libdeflate_compressor* deflater = compressor();
+    std::size_t packed = 0;
+    if (deflater != nullptr && size != 0) {
+        member.data.resize(libdeflate_deflate_compress_bound(deflater, size));
+        packed = libdeflate_deflate_compress(deflater, bytes, size, member.data.data(), member.data.size());
+    }
+    if (packed == 0 || packed >= size) {
+        // Nothing to gain (noise, or nothing at all): kept as it is.
+        member.data.assign(bytes, bytes + size);
+        member.stored = true;
+    } else {
+        member.data.resize(packed);
+        member.data.shrink_to_fit();
+    }
+    return member;
+}
+
+int ZipArchive::putBytes(const std::string& name, const char* bytes, std::size_t size)
+{
+    return putPacked(name, pack(bytes, size));
+}
+
+int ZipArchive::putPacked(const std::string& name, PackedMember member)
+{
+    zip_source_t* source = nullptr;
+    const bool stored = member.stored;
+    if (stored) {
+        const std::size_t size = member.data.size();
+        void* copy = size == 0 ? nullptr : std::malloc(size);
+        if (size != 0 && copy == nullptr)
+            return kVxErrWrite;
+        if (copy != nullptr)
+            std::memcpy(copy, member.data.data(), size);
+        source = zip_source_buffer(m_zip, copy, size, 1);
+        if (source == nullptr)
+            std::free(copy);
+    } else {
+        auto deflated = std::make_unique<Deflated>();
+        deflated->member = std::move(member);
+        source = zip_source_function(m_zip, deflatedSource, deflated.get());
+        if (source != nullptr)
+            deflated.release();  // the source frees it
+    }
+    if (source == nullptr)
+        return kVxErrWrite;
+    const zip_int64_t index = zip_file_add(m_zip, name.c_str(), source, ZIP_FL_OVERWRITE | ZIP_FL_ENC_UTF_8);
+    if (index < 0) {
+        zip_source_free(source);
+        return kVxErrWrite;
+    }
+    if (stored && zip_set_file_compression(m_zip, static_cast<zip_uint64_t>(index), ZIP_CM_STORE, 0) != 0)
         return kVxErrWrite;
     return kVxOk;
 }

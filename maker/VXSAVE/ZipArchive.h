@@ -9,14 +9,31 @@
 
 #include <zip.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
 
 namespace vxsave {
 
+// A member's bytes made ready for an archive ahead of it: deflated (raw
+// DEFLATE) with the length and CRC of what they stand for, or kept as they
+// are when deflating gains nothing. Any thread may make one.
+struct PackedMember {
+    std::vector<unsigned char> data;
+    std::uint64_t size = 0;
+    std::uint32_t crc = 0;
+    bool stored = false;
+};
+
 class ZipArchive {
 public:
+    // Members up to this size are deflated whole in memory; a larger one is
+    // deflated by libzip as it streams, so that it never sits in memory twice.
+    static constexpr std::uint64_t kWholeMemberMax = 64ull * 1024 * 1024;
+
+    static PackedMember pack(const char* bytes, std::size_t size);
+
     enum class Mode {
         Read,    // an existing archive, unchanged
         Modify,  // an existing archive to be changed and closed
@@ -47,8 +64,14 @@ public:
     int verify() const;
 
     // Adds the file at path as entry name, replacing an entry of that name.
-    // kVxErrMissingFile when path is no file, kVxErrWrite otherwise.
+    // The file is read now and deflated with libdeflate (libzip then copies
+    // the deflated bytes as they are); one too large to hold in memory is
+    // deflated by libzip as the archive is written. Data that does not shrink
+    // is stored. kVxErrMissingFile when path is no file, kVxErrWrite otherwise.
     int putFile(const std::string& name, const std::string& path);
+    // The same for bytes in memory, and for bytes packed already.
+    int putBytes(const std::string& name, const char* bytes, std::size_t size);
+    int putPacked(const std::string& name, PackedMember member);
     int remove(std::int64_t index);
     std::int64_t count() const;
 
@@ -57,6 +80,7 @@ public:
     int close();
 
 private:
+    int putStreamed(const std::string& name, const std::string& path);
     // The archive from memory to its file, in place of the old one.
     int writeOut();
 

@@ -176,6 +176,24 @@ int RPS_Exists(const char* storePath, const char* memberName)
     });
 }
 
+int RPS_ExistEach(const char* storePath, const char* const* names, int count, std::vector<bool>* present)
+{
+    if (present == nullptr || !validList(names, count))
+        return kRpsErrInvalidArgument;
+    present->clear();
+    return withStore(storePath, [&](rps::Store& store) {
+        std::vector<bool> found;
+        for (int i = 0; i < count; ++i) {
+            bool there = false;
+            if (const int code = store.exists(names[i], &there); code != kRpsOk)
+                return code;
+            found.push_back(there);
+        }
+        *present = std::move(found);
+        return kRpsOk;
+    });
+}
+
 int RPS_MemberSize(const char* storePath, const char* memberName, std::uint64_t* size)
 {
     if (memberName == nullptr || size == nullptr)

@@ -119,6 +119,10 @@ int RPS_LoadFile(const char* storePath, const char* sourcePath, const char* memb
 // 0 when the member is present, 1 when it is absent, otherwise a failure code.
 int RPS_Exists(const char* storePath, const char* memberName);
 
+// The same for several members with one opening of the store: present[i]
+// is whether names[i] is there. 0, or a failure code (present is then empty).
+int RPS_ExistEach(const char* storePath, const char* const* names, int count, std::vector<bool>* present);
+
 int RPS_MemberSize(const char* storePath, const char* memberName, std::uint64_t* size);
 
 // All member names in byte order.

@@ -231,6 +231,71 @@ TEST_F(VxRecordSaveTest, FailedSavesChangeNothing)
     EXPECT_EQ(save(VXsaveR, workFiles("00000008", "after")), 802u);
 }
 
+TEST_F(VxRecordSaveTest, ABatchGoesInTogetherLeavingOutAloneARecordThatCannotBeBuilt)
+{
+    const WorkFiles taken = workFiles("00000012", "taken");
+    ASSERT_EQ(save(VXsaveR, taken), 401u);
+    // A sound a third silent deflates; it must come back byte for byte.
+    const WorkFiles a = workFiles("00000020", "a");
+    std::string sound(30000, '\0');
+    sound += testfiles::patternBytes(7, 60000);
+    writeFile(a.wave, sound);
+    const WorkFiles b = workFiles("00000012", "b");  // its RecID is filed already
+    const WorkFiles c = workFiles("00000021", "c");
+    const WorkFiles d = workFiles("00000022", "d");
+    auto batchOf = [](std::initializer_list<std::pair<char, const WorkFiles*>> records) {
+        std::vector<VxNewRecord> batch;
+        for (const auto& [letter, files] : records) {
+            VxNewRecord record;
+            record.letter = letter;
+            record.files = {files->wave, files->vxl, files->vxs};
+            batch.push_back(record);
+        }
+        return batch;
+    };
+    std::vector<VxNewRecord> batch = batchOf({{'R', &a}, {'R', &b}, {'P', &c}, {'R', &d}});
+    ASSERT_EQ(VXsaveBatch(batch, workspace.path().c_str(), store.c_str()), 3);
+    EXPECT_EQ(batch[0].position, 802u);
+    EXPECT_EQ(batch[1].code, kVxErrWrite);
+    EXPECT_EQ(batch[1].position, 0u);
+    EXPECT_EQ(batch[2].position, 401u);
+    EXPECT_EQ(batch[3].position, 1203u);
+    const std::string family = readFile(workspace / "Telvarine.vxr");
+    EXPECT_EQ(family, kDeadLine + readFile(taken.vxl) + readFile(a.vxl) + readFile(d.vxl));
+    EXPECT_EQ(storedMember("Telvarine.vxr"), family);
+    EXPECT_EQ(storedMember("Telvarine.vxp"), kDeadLine + readFile(c.vxl));
+    EXPECT_EQ(storedRecord("00000020.vxz").at("a.wav"), sound);
+    EXPECT_EQ(storedRecord("00000022.vxz").at("d.wav"), readFile(d.wave));
+    EXPECT_EQ(storedRecord("00000012.vxz").at("taken.wav"), readFile(taken.wave));
+    // The deflated member was not deflated twice: the record file is smaller
+    // than its sound by at least the silence.
+    TempDir out;
+    const char* name[] = {"00000020.vxz"};
+    ASSERT_EQ(RPS_Get(store.c_str(), out.path().c_str(), name, 1), kRpsOk);
+    EXPECT_LT(readFile(out / "00000020.vxz").size(), sound.size() - 25000);
+
+    // A store that fails the transaction keeps none of the batch.
+    const std::string storeBefore = readFile(store);
+    const WorkFiles e = workFiles("00000030", "e");
+    const WorkFiles f = workFiles("00000031", "f");
+    batch = batchOf({{'R', &e}, {'P', &f}});
+    faultvfs::FaultVfs::instance();
+    faultvfs::Plan plan;
+    plan.failWriteAt = 2;
+    plan.sticky = true;
+    {
+        faultvfs::UseFaultVfs vfs(plan);
+        EXPECT_EQ(VXsaveBatch(batch, workspace.path().c_str(), store.c_str()), 0);
+    }
+    EXPECT_EQ(batch[0].code, kVxErrWrite);
+    EXPECT_EQ(batch[1].code, kVxErrWrite);
+    EXPECT_EQ(readFile(workspace / "Telvarine.vxr"), family);
+    EXPECT_EQ(readFile(workspace / "Telvarine.vxp"), kDeadLine + readFile(c.vxl));
+    EXPECT_EQ(readFile(store), storeBefore);
+    EXPECT_FALSE(testfiles::exists(workspace / "00000030.vxz"));
+    EXPECT_EQ(RPS_Check(store.c_str()), kRpsOk);
+}
+
 // --- Rewriting a record file after an edit --------------------------------
 
 TEST_F(VxRecordSaveTest, EditedRecordReplacesOnlyWhatTheWorkspaceHolds)
