@@ -184,9 +184,10 @@ protected:
 };
 
 // Navo calls out (+155 from the phone book), baresip answers; while the
-// call is up a dictation is played into it (2114, dialog 138) and baresip
-// hears it, and the microphone; baresip hangs up and the call, both sides,
-// is filed at once.
+// call is up a dictation is played into it (2114, dialog 138), stopped half
+// way with Stop, and baresip hears it, and the microphone; the recording
+// goes on past the Stop; baresip hangs up and the call, both sides, is
+// filed at once.
 TEST_F(PhoneRecorderSip, NavoCallsOutPlaysADictationIntoTheCallAndRecordsBothSidesUntilTheFarEndHangsUp)
 {
     startWithTheMachineOff();
@@ -210,11 +211,25 @@ TEST_F(PhoneRecorderSip, NavoCallsOutPlaysADictationIntoTheCallAndRecordsBothSid
     // 2114 plays the selected record into the call.
     window->findChild<QTreeView*>(QString::number(IDC_RECORD_LIST))->selectionModel()->select(model()->index(0, 0),
                                                         QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    // Stop one second into the two-second dictation, while it still plays.
+    QElapsedTimer playing;
+    qint64 stoppedAt = -1;
+    bool playingAtStop = false;
     clickWhenUp(QStringLiteral("Navo Phone Message Player"), QString::number(IDC_LINE_PLAY), 0, nullptr,
-                [this] { return app.lineState->Playing == 0; },
+                [&] {
+                    if (!playing.isValid())
+                        playing.start();
+                    if (playing.elapsed() < 1000 && app.lineState->Playing != 0)
+                        return false;
+                    playingAtStop = app.lineState->Playing != 0;
+                    stoppedAt = connected.elapsed();
+                    return true;
+                },
                 {QString::number(IDC_LINE_STOP), QString::number(IDC_LINE_CANCEL)});
     window->runCommand(ID_RECORD_PLAY_OVER_LINE);
     EXPECT_TRUE(reports.empty());
+    EXPECT_TRUE(playingAtStop);
+    EXPECT_EQ(app.lineState->Playing, 0);
 
     const LineSamples call = recordedCall();
     // Hung up by the far end while recording: nothing said is lost, the
@@ -223,11 +238,18 @@ TEST_F(PhoneRecorderSip, NavoCallsOutPlaysADictationIntoTheCallAndRecordsBothSid
     EXPECT_EQ(cell(0, 2), "Far End");
     EXPECT_EQ(cell(0, 1), "200@127.0.0.1:5092");
     expectBothSides(call);
+    // Stop ended the playing only: the far end is recorded after it.
+    ASSERT_GT(stoppedAt, 0);
+    const auto afterStop = static_cast<std::size_t>((stoppedAt + 500) * LineWave::kRate / 1000);
+    ASSERT_LT(afterStop + LineWave::kRate, call.size());
+    const double farAfterStop = amplitudeAt(LineSamples(call.begin() + afterStop, call.end()), kFarEnd);
+    std::printf("[ measured ] stopped at %.2f s; far end after it at %.0f\n", stoppedAt / 1000.0, farAfterStop);
+    EXPECT_GT(farAfterStop, 1500);
     // The far end heard the dictation, converted, at its own pitch.
     const LineSamples heard = phone.heard();
     const double played = amplitudeAt(heard, kPlayed);
     std::printf("[ measured ] far end heard the dictation's 500 Hz at %.0f\n", played);
-    EXPECT_GT(played, 1000) << phone.output();
+    EXPECT_GT(played, 500) << phone.output();
     expectHeardTheMicrophone(phone);
 }
 
