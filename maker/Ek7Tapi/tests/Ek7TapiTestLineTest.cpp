@@ -266,52 +266,6 @@ TEST_F(TestLineCall, RecordPauseAndResumeKeepOnlyWhatWasSaidWhileRecording)
     EXPECT_NEAR(kept.soundSeconds, 1.0, 0.1);  // 1.6 s said, 0.6 s of it paused
 }
 
-// A file played into a call that is being recorded, stopped half way as the
-// Phone Message Player's Stop does: the playing ends, the recording does not.
-TEST_F(TestLineCall, StoppingAPlayHalfWayKeepsRecordingTheCall)
-{
-    openLine(1);
-    const std::string played = setup.path("played.wav");
-    const std::string heard = setup.path("heard.wav");
-    ASSERT_TRUE(SineFiles::write(played, 400, 2.0));
-    ASSERT_TRUE(SineFiles::write(voice, 600, 2.0));
-    log->onMessage = [&](const LoggedMessage& m) {
-        if (m.message == kEk7MsgAnswerNow) {
-            Ek7TapiSetRecord(setup.path("xbuffer.wav").c_str(), setup.path("xdata.wav").c_str(), vxw.c_str());
-            Ek7TapiAnswer();
-        }
-        if (m.message == kEk7MsgConnected) {
-            Ek7TapiRecord();
-            Ek7TapiPlayFile(played.c_str());
-        }
-    };
-    caller = std::make_unique<NavoLineProcess>(setup.socketPath());
-    caller->start({"call", "--rings", "5", "--say", QString::fromStdString(voice), "--speak-after", "answer",
-                  "--linger", "200", "--hear", QString::fromStdString(heard)});
-    ASSERT_TRUE(log->waitFor(kEk7MsgRecording));
-    ASSERT_EQ(state->Playing, 1);
-    MessageLog::pump(1000);  // half the file, and half of what the caller says
-    EXPECT_EQ(Ek7TapiStopPlaying()->ErrorCode, kEk7Ok);
-    EXPECT_EQ(state->Playing, 0);
-    EXPECT_EQ(state->Recording, 1);
-    EXPECT_EQ(Ek7TapiStopPlaying()->ErrorCode, kEk7Ok);  // nothing left to stop
-    ASSERT_EQ(caller->finish(), 0) << caller->output().toStdString();
-    ASSERT_TRUE(log->waitFor(kEk7MsgDisconnected));
-    EXPECT_EQ(log->count(kEk7MsgPlayDone), 0);  // stopped, not finished
-    Ek7TapiStop();
-    EXPECT_EQ(Ek7TapiSave()->ErrorCode, kEk7Ok);
-
-    // The caller's whole two seconds are recorded, the second after the stop too.
-    const ToneMeasure kept = SineFiles::measure(readSamples(vxw));
-    EXPECT_NEAR(kept.frequency, 600, 10);
-    EXPECT_NEAR(kept.soundSeconds, 2.0, 0.1);
-    // The caller heard the file only until the stop.
-    const ToneMeasure fileHeard = SineFiles::measure(readSamples(heard));
-    EXPECT_NEAR(fileHeard.frequency, 400, 10);
-    EXPECT_GT(fileHeard.soundSeconds, 0.5);
-    EXPECT_LT(fileHeard.soundSeconds, 1.5);
-}
-
 TEST_F(TestLineCall, DialledCallFindsBusyOrNoDialToneAndWord8FollowsTheCall)
 {
     openLine(3);
