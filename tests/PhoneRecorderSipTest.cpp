@@ -12,9 +12,6 @@
 #include <QPushButton>
 #include <QTreeView>
 
-#include <cmath>
-#include <complex>
-
 #include "AnswerMachineWindowFixture.h"
 #include "RecordFactory.h"
 #include "audio/PhoneRecorderHost.h"
@@ -31,19 +28,6 @@ constexpr double kMicrophone = 1250;  // the wave engine's input (virtual), off 
 constexpr double kFarEnd = 600;       // baresip's side
 constexpr double kServerMic = 1800;  // the sound server's microphone, which the line sends
 constexpr double kPlayed = 500;       // the dictation played into the call (RecordFactory's sawtooth)
-
-// How strongly frequency sounds through samples: the amplitude a sine of it
-// alone would need (a DFT bin by Goertzel's recurrence).
-double amplitudeAt(const LineSamples& samples, double frequency)
-{
-    if (samples.empty())
-        return 0;
-    const double w = 2 * M_PI * frequency / LineWave::kRate;
-    std::complex<double> sum = 0;
-    for (std::size_t n = 0; n < samples.size(); ++n)
-        sum += static_cast<double>(samples[n]) * std::polar(1.0, -w * static_cast<double>(n));
-    return 2 * std::abs(sum) / static_cast<double>(samples.size());
-}
 
 // baresip on 127.0.0.1:kFarPort: answers at once (or, given dial, calls that
 // address as "Cal Ler" <sip:01614960001@...>), says source, keeps what it
@@ -242,7 +226,7 @@ TEST_F(PhoneRecorderSip, NavoCallsOutPlaysADictationIntoTheCallAndRecordsBothSid
     ASSERT_GT(stoppedAt, 0);
     const auto afterStop = static_cast<std::size_t>((stoppedAt + 500) * LineWave::kRate / 1000);
     ASSERT_LT(afterStop + LineWave::kRate, call.size());
-    const double farAfterStop = amplitudeAt(LineSamples(call.begin() + afterStop, call.end()), kFarEnd);
+    const double farAfterStop = amplitudeAt(call, kFarEnd, afterStop);
     std::printf("[ measured ] stopped at %.2f s; far end after it at %.0f\n", stoppedAt / 1000.0, farAfterStop);
     EXPECT_GT(farAfterStop, 1500);
     // The far end heard the dictation, converted, at its own pitch.
