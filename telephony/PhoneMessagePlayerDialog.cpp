@@ -118,7 +118,7 @@ void PhoneMessagePlayerDialog::play()
 void PhoneMessagePlayerDialog::stop()
 {
     if (m_app.lineState != nullptr && m_app.lineState->Playing != 0) {
-        m_app.lineState = Ek7TapiStop();
+        m_app.lineState = Ek7TapiStopPlaying();
         if (m_app.lineState->ErrorCode >= 1) {
             LineFailureReport::show(m_app.lineState->ErrorCode);
             return;
@@ -131,7 +131,7 @@ void PhoneMessagePlayerDialog::stop()
 void PhoneMessagePlayerDialog::reject()
 {
     if (m_app.lineState != nullptr && m_app.lineState->Playing != 0) {
-        m_app.lineState = Ek7TapiStop();
+        m_app.lineState = Ek7TapiStopPlaying();
         if (m_app.lineState->ErrorCode >= 1)
             LineFailureReport::show(m_app.lineState->ErrorCode);
     }

@@ -4,12 +4,12 @@
 // On opening it takes the record file out of the store into the workspace
 // and finds its sound; a recording whose quality is not 0 is converted to
 // the line's form first (Ek7AcmConvert). Play: Ek7TapiPlayFile; Stop:
-// Ek7TapiStop; Cancel: Ek7TapiStop and close. The record's work files are
-// deleted from the workspace when it goes.
+// Ek7TapiStopPlaying; Cancel: Ek7TapiStopPlaying and close. The record's
+// work files are deleted from the workspace when it goes.
 //
-// Stop while nothing plays any more does not call the line library: its
-// Ek7TapiStop ends the line's recording too, which would cut short a phone
-// recorder recording the same call.
+// Stop and Cancel stop the playing only, never Ek7TapiStop: that would end
+// the line's recording of the call too, and a phone recorder recording the
+// same call would lose the rest of it.
 #pragma once
 
 #include <QDialog>

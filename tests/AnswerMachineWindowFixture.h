@@ -16,6 +16,10 @@
 #include <QTreeView>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
+#include <complex>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -52,6 +56,21 @@ inline bool waitUntil(const std::function<bool()>& done, int timeoutMs = 15000)
         MessageLog::pump(20);
     }
     return true;
+}
+
+// How strongly frequency sounds through samples[from, to): the amplitude a
+// sine of it alone would need (one DFT bin, by Goertzel's recurrence).
+inline double amplitudeAt(const LineSamples& samples, double frequency, std::size_t from = 0,
+                          std::size_t to = SIZE_MAX)
+{
+    to = std::min(to, samples.size());
+    if (from >= to)
+        return 0;
+    const double w = 2 * M_PI * frequency / LineWave::kRate;
+    std::complex<double> sum = 0;
+    for (std::size_t n = from; n < to; ++n)
+        sum += static_cast<double>(samples[n]) * std::polar(1.0, -w * static_cast<double>(n));
+    return 2 * std::abs(sum) / static_cast<double>(to - from);
 }
 
 // Clicks the button of the modal window titled title once it is up and

@@ -4,10 +4,15 @@
 // does, with "AutoMessage" "1", so start-up switches the machine on.
 #include "AnswerMachineWindowFixture.h"
 
+#include <QDialog>
+#include <QItemSelectionModel>
+
 #include <ostream>
 #include <string>
 #include <vector>
 
+#include "RecordFactory.h"
+#include "audio/PhoneRecorderHost.h"
 
 namespace {
 
@@ -241,6 +246,85 @@ TEST_P(OneCallMode, TheMachineTakesThatCallOnlyAndFilesIt)
     EXPECT_FALSE(machine.forThisCallOnly());
     EXPECT_TRUE(window->commandAction(ID_ANSWER_MACHINE_OFF)->isChecked());
     EXPECT_EQ(profile().read("AutoMessage"), "0");
+}
+
+// A call the phone recorder records; a dictation played into it (2114,
+// dialog 138) is cancelled half way while it plays. The caller hears it stop,
+// and the filed call still holds all the caller said, after the cancel too.
+TEST_F(AnswerMachineWindow, CancellingAPlayIntoTheCallLeavesThePhoneRecorderRecording)
+{
+    qputenv("NAVO_AUDIO", "virtual");
+    qputenv("NAVO_AUDIO_INPUT", "tone:1250:0.25");
+    qputenv("NAVO_AUDIO_PACE", "realtime");
+    std::vector<int> reports;
+    PhoneRecorderHost recorder{[&](int reason) { reports.push_back(reason); }, {}};
+    phoneRecorder = &recorder;
+    line.setPhoneRecorderAvailable(true);
+    start("PhoneCost=0.60\nCurrency=$\nHighLight=Y\n");
+    window->runCommand(ID_ANSWER_MACHINE_OFF);
+    RecordFactory records(app, 2 * LineWave::kRate);  // a two-second dictation
+    ASSERT_GT(records.dictation("Played into a call", 1), 0);
+    window->fillList(kListDictation);
+
+    const std::string heard = setup.path("heard.wav");
+    ASSERT_TRUE(SineFiles::write(voice(), 600, 3.0));
+    clickWhenUp(QStringLiteral("Navo : Incoming Call Detected"), QStringLiteral("1"));
+    NavoLineProcess caller(setup.socketPath());
+    caller.start({"call", "--rings", "0", "--say", QString::fromStdString(voice()), "--speak-after", "answer",
+                  "--linger", "300", "--hear", QString::fromStdString(heard)});
+    ASSERT_TRUE(waitUntil([&] { return recorder.recording(); }, 10000)) << caller.output().toStdString();
+    QElapsedTimer recording;
+    recording.start();
+
+    window->findChild<QTreeView*>(QString::number(IDC_RECORD_LIST))->selectionModel()->select(model()->index(0, 0),
+                                                        QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    QElapsedTimer playing;
+    bool playingAtCancel = false;
+    qint64 cancelledAt = -1;
+    clickWhenUp(QStringLiteral("Navo Phone Message Player"), QString::number(IDC_LINE_PLAY), 0, nullptr, [&] {
+        if (!playing.isValid())
+            playing.start();
+        if (playing.elapsed() < 1000 && app.lineState->Playing != 0)
+            return false;
+        // Escape: Cancel itself is greyed while the dictation plays.
+        playingAtCancel = app.lineState->Playing != 0;
+        cancelledAt = recording.elapsed();
+        qobject_cast<QDialog*>(QApplication::activeModalWidget())->reject();
+        return true;
+    });
+    window->runCommand(ID_RECORD_PLAY_OVER_LINE);
+    EXPECT_TRUE(playingAtCancel);
+    EXPECT_EQ(app.lineState->Playing, 0);
+    EXPECT_EQ(app.lineState->Recording, 1);
+    ASSERT_EQ(caller.finish(), 0) << caller.output().toStdString();
+
+    window->fillList(kListPhone);
+    ASSERT_TRUE(waitUntil([&] { return model()->rowCount() == 1; }, 10000));
+    // The filed call mixes the caller with the wave engine's microphone
+    // (1250 Hz): the caller's 600 Hz must sound on after the cancel until
+    // the caller stops speaking, three seconds after the answer.
+    const LineSamples call = filedSound(cell(0, 0).toStdString());
+    ASSERT_GT(cancelledAt, 0);
+    const auto from = static_cast<std::size_t>((cancelledAt + 300) * LineWave::kRate / 1000);
+    const std::size_t to = 29 * LineWave::kRate / 10;
+    ASSERT_LT(from + LineWave::kRate / 4, to) << "cancelled at " << cancelledAt << " ms";
+    ASSERT_GE(call.size(), to);
+    const double callerAfter = amplitudeAt(call, 600, from, to);
+    std::printf("[ measured ] cancelled at %.2f s; the caller's 600 Hz after it at %.0f\n", cancelledAt / 1000.0,
+                callerAfter);
+    EXPECT_GT(callerAfter, 10000);
+    EXPECT_LT(amplitudeAt(call, 900, from, to), 600);
+    // The caller heard the dictation's 500 Hz, and only until the cancel.
+    LineSamples heardSamples;
+    ASSERT_TRUE(LineWave::readFile(heard, heardSamples));
+    const ToneMeasure dictation = SineFiles::measure(heardSamples);
+    EXPECT_GT(dictation.soundSeconds, 0.5);
+    EXPECT_LT(dictation.soundSeconds, 1.5);
+    // A sawtooth that never crosses zero: its pitch by a DFT bin instead.
+    const std::size_t played = dictation.firstSound;
+    EXPECT_GT(amplitudeAt(heardSamples, 500, played, played + LineWave::kRate / 2), 3000);
+    EXPECT_LT(amplitudeAt(heardSamples, 1400, played, played + LineWave::kRate / 2), 300);
+    EXPECT_TRUE(reports.empty());
 }
 
 INSTANTIATE_TEST_SUITE_P(BeforeAndAfterTheRingCount, OneCallMode, ::testing::Values(0, 6 * kRingPeriodMs));

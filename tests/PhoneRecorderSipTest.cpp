@@ -12,9 +12,6 @@
 #include <QPushButton>
 #include <QTreeView>
 
-#include <cmath>
-#include <complex>
-
 #include "AnswerMachineWindowFixture.h"
 #include "RecordFactory.h"
 #include "audio/PhoneRecorderHost.h"
@@ -31,19 +28,6 @@ constexpr double kMicrophone = 1250;  // the wave engine's input (virtual), off 
 constexpr double kFarEnd = 600;       // baresip's side
 constexpr double kServerMic = 1800;  // the sound server's microphone, which the line sends
 constexpr double kPlayed = 500;       // the dictation played into the call (RecordFactory's sawtooth)
-
-// How strongly frequency sounds through samples: the amplitude a sine of it
-// alone would need (a DFT bin by Goertzel's recurrence).
-double amplitudeAt(const LineSamples& samples, double frequency)
-{
-    if (samples.empty())
-        return 0;
-    const double w = 2 * M_PI * frequency / LineWave::kRate;
-    std::complex<double> sum = 0;
-    for (std::size_t n = 0; n < samples.size(); ++n)
-        sum += static_cast<double>(samples[n]) * std::polar(1.0, -w * static_cast<double>(n));
-    return 2 * std::abs(sum) / static_cast<double>(samples.size());
-}
 
 // baresip on 127.0.0.1:kFarPort: answers at once (or, given dial, calls that
 // address as "Cal Ler" <sip:01614960001@...>), says source, keeps what it
@@ -184,9 +168,10 @@ protected:
 };
 
 // Navo calls out (+155 from the phone book), baresip answers; while the
-// call is up a dictation is played into it (2114, dialog 138) and baresip
-// hears it, and the microphone; baresip hangs up and the call, both sides,
-// is filed at once.
+// call is up a dictation is played into it (2114, dialog 138), stopped half
+// way with Stop, and baresip hears it, and the microphone; the recording
+// goes on past the Stop; baresip hangs up and the call, both sides, is
+// filed at once.
 TEST_F(PhoneRecorderSip, NavoCallsOutPlaysADictationIntoTheCallAndRecordsBothSidesUntilTheFarEndHangsUp)
 {
     startWithTheMachineOff();
@@ -210,11 +195,25 @@ TEST_F(PhoneRecorderSip, NavoCallsOutPlaysADictationIntoTheCallAndRecordsBothSid
     // 2114 plays the selected record into the call.
     window->findChild<QTreeView*>(QString::number(IDC_RECORD_LIST))->selectionModel()->select(model()->index(0, 0),
                                                         QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    // Stop one second into the two-second dictation, while it still plays.
+    QElapsedTimer playing;
+    qint64 stoppedAt = -1;
+    bool playingAtStop = false;
     clickWhenUp(QStringLiteral("Navo Phone Message Player"), QString::number(IDC_LINE_PLAY), 0, nullptr,
-                [this] { return app.lineState->Playing == 0; },
+                [&] {
+                    if (!playing.isValid())
+                        playing.start();
+                    if (playing.elapsed() < 1000 && app.lineState->Playing != 0)
+                        return false;
+                    playingAtStop = app.lineState->Playing != 0;
+                    stoppedAt = connected.elapsed();
+                    return true;
+                },
                 {QString::number(IDC_LINE_STOP), QString::number(IDC_LINE_CANCEL)});
     window->runCommand(ID_RECORD_PLAY_OVER_LINE);
     EXPECT_TRUE(reports.empty());
+    EXPECT_TRUE(playingAtStop);
+    EXPECT_EQ(app.lineState->Playing, 0);
 
     const LineSamples call = recordedCall();
     // Hung up by the far end while recording: nothing said is lost, the
@@ -223,6 +222,13 @@ TEST_F(PhoneRecorderSip, NavoCallsOutPlaysADictationIntoTheCallAndRecordsBothSid
     EXPECT_EQ(cell(0, 2), "Far End");
     EXPECT_EQ(cell(0, 1), "200@127.0.0.1:5092");
     expectBothSides(call);
+    // Stop ended the playing only: the far end is recorded after it.
+    ASSERT_GT(stoppedAt, 0);
+    const auto afterStop = static_cast<std::size_t>((stoppedAt + 500) * LineWave::kRate / 1000);
+    ASSERT_LT(afterStop + LineWave::kRate, call.size());
+    const double farAfterStop = amplitudeAt(call, kFarEnd, afterStop);
+    std::printf("[ measured ] stopped at %.2f s; far end after it at %.0f\n", stoppedAt / 1000.0, farAfterStop);
+    EXPECT_GT(farAfterStop, 1500);
     // The far end heard the dictation, converted, at its own pitch.
     const LineSamples heard = phone.heard();
     const double played = amplitudeAt(heard, kPlayed);

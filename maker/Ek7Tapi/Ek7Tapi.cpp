@@ -28,6 +28,7 @@ LineState* Ek7TapiSetRecord(const char* bufferPath, const char* dataPath, const 
 LineState* Ek7TapiRecord() { return LineLibrary::instance().record(); }
 LineState* Ek7TapiPause() { return LineLibrary::instance().pause(); }
 LineState* Ek7TapiStop() { return LineLibrary::instance().stop(); }
+LineState* Ek7TapiStopPlaying() { return LineLibrary::instance().stopPlaying(); }
 LineState* Ek7TapiSave() { return LineLibrary::instance().save(); }
 LineState* Ek7TapiAnswer() { return LineLibrary::instance().answer(); }
 LineState* Ek7TapiDial(const char* number) { return LineLibrary::instance().dial(number); }

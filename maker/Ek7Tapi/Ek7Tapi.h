@@ -143,6 +143,7 @@ enum Ek7TapiReason : std::int32_t {
     kEk7NoCallToPlay = 160,
     kEk7PlayFileMissing = 161,
     kEk7PlayFailed = 162,
+    kEk7StopPlayFailed = 163,  // the line cannot stop playing without stopping its recording
     // 180-199: recording.
     kEk7NoCallToRecord = 180,
     kEk7NoRecordPaths = 181,
@@ -225,6 +226,11 @@ LineState* Ek7TapiRecord();
 LineState* Ek7TapiPause();
 // Stops playing and recording. Succeeds when there is nothing to stop.
 LineState* Ek7TapiStop();
+// Stops only what Ek7TapiPlayFile plays (and the tone armed after it):
+// Playing becomes 0, no +131 follows, and a recording of the call goes on
+// (Recording stays as it was). Succeeds when nothing plays. On failure
+// (kEk7StopPlayFailed) the file plays on and the block is unchanged.
+LineState* Ek7TapiStopPlaying();
 // Writes the recording to the wave path of Ek7TapiSetRecord.
 LineState* Ek7TapiSave();
 // Answers the offered call; +107 follows.

@@ -179,6 +179,10 @@ using PFN_navoLineGetLevel = LONG (*)(HCALL hCall, TAPIDWORD* lpdwLevel);
 // when the line cannot capture (no sound server) and sends files only.
 // Added later still: a module may lack it.
 using PFN_navoLineUseMicrophone = LONG (*)(HLINE hLine, const char* lpszInput);
+// Stops only what navoLinePlayFile plays (no NAVO_MEDIA_PLAYDONE follows); a
+// recording of the call goes on untouched. 0 also when nothing plays.
+// Added later still: a module may lack it.
+using PFN_navoLineStopPlay = LONG (*)(HCALL hCall);
 }
 
 // The module's file name, and where the line library and the program look

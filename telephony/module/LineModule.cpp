@@ -394,6 +394,12 @@ LONG LineModule::stopMedia(HCALL call)
     return provider ? provider->stopMedia(call) : LINEERR_INVALCALLHANDLE;
 }
 
+LONG LineModule::stopPlay(HCALL call)
+{
+    const auto provider = providerOf(call);
+    return provider ? provider->stopPlay(call) : LINEERR_INVALCALLHANDLE;
+}
+
 LONG LineModule::inputLevel(HCALL call, TAPIDWORD* level)
 {
     if (level == nullptr)

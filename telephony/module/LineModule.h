@@ -41,6 +41,7 @@ public:
     LONG recordFile(HCALL call, const char* path);
     LONG pauseRecord(HCALL call, bool pause);
     LONG stopMedia(HCALL call);
+    LONG stopPlay(HCALL call);
     LONG inputLevel(HCALL call, TAPIDWORD* level);
     LONG useMicrophone(HLINE line, const char* input);
 

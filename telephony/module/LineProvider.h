@@ -47,6 +47,8 @@ public:
     virtual LONG recordFile(HCALL call, const std::string& path) = 0;
     virtual LONG pauseRecord(HCALL call, bool pause) = 0;
     virtual LONG stopMedia(HCALL call) = 0;
+    // Stops playing only: a recording of the call goes on.
+    virtual LONG stopPlay(HCALL call) = 0;
     // The caller's recent peak, 0-32767, while recording (navoLineGetLevel).
     virtual LONG inputLevel(HCALL call, int& level) = 0;
     // Whether the next call answered or placed sends the user's microphone

@@ -730,6 +730,19 @@ LONG SipLineProvider::stopMedia(HCALL call)
         LINEERR_OPERATIONFAILED);
 }
 
+LONG SipLineProvider::stopPlay(HCALL call)
+{
+    return m_thread.call<LONG>(
+        [&]() -> LONG {
+            if (!m_call || call != m_handle)
+                return LINEERR_INVALCALLHANDLE;
+            // The call's player only: its recording is a stream of its own.
+            stopPlayer();
+            return 0;
+        },
+        LINEERR_OPERATIONFAILED);
+}
+
 LONG SipLineProvider::inputLevel(HCALL call, int& level)
 {
     return m_thread.call<LONG>(

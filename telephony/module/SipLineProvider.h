@@ -78,6 +78,7 @@ public:
     LONG recordFile(HCALL call, const std::string& path) override;
     LONG pauseRecord(HCALL call, bool pause) override;
     LONG stopMedia(HCALL call) override;
+    LONG stopPlay(HCALL call) override;
     LONG inputLevel(HCALL call, int& level) override;
     bool useMicrophone(bool on, const std::string& input) override;
 

@@ -97,6 +97,11 @@ NAVO_EXPORT LONG navoLineStopMedia(HCALL hCall)
     return LineModule::instance().stopMedia(hCall);
 }
 
+NAVO_EXPORT LONG navoLineStopPlay(HCALL hCall)
+{
+    return LineModule::instance().stopPlay(hCall);
+}
+
 NAVO_EXPORT LONG navoLineGetLevel(HCALL hCall, TAPIDWORD* lpdwLevel)
 {
     return LineModule::instance().inputLevel(hCall, lpdwLevel);

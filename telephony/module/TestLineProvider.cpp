@@ -282,6 +282,18 @@ LONG TestLineProvider::stopMedia(HCALL call)
         LINEERR_OPERATIONFAILED);
 }
 
+LONG TestLineProvider::stopPlay(HCALL call)
+{
+    return m_thread.call<LONG>(
+        [&]() -> LONG {
+            if (call == 0 || call != m_call.handle)
+                return LINEERR_INVALCALLHANDLE;
+            m_call.isPlaying = false;
+            return 0;
+        },
+        LINEERR_OPERATIONFAILED);
+}
+
 LONG TestLineProvider::inputLevel(HCALL call, int& level)
 {
     return m_thread.call<LONG>(

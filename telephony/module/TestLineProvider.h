@@ -42,6 +42,7 @@ public:
     LONG recordFile(HCALL call, const std::string& path) override;
     LONG pauseRecord(HCALL call, bool pause) override;
     LONG stopMedia(HCALL call) override;
+    LONG stopPlay(HCALL call) override;
     LONG inputLevel(HCALL call, int& level) override;
 
 private:

@@ -362,6 +362,24 @@ LineState* LineLibrary::stop()
     return result(kEk7Ok);
 }
 
+LineState* LineLibrary::stopPlaying()
+{
+    if (m_state.CallHandle != 0 && m_bound && m_state.Playing != 0) {
+        // Falling back to navoLineStopMedia would cut the call's recording
+        // short, which is exactly what this call exists to avoid.
+        if (m_fn.navoLineStopPlay == nullptr)
+            return result(kEk7StopPlayFailed);
+        const LONG stopped = m_fn.navoLineStopPlay(m_state.CallHandle);
+        // A call that ended before its report got here plays nothing either.
+        if (stopped != 0 && stopped != LINEERR_INVALCALLHANDLE)
+            return result(kEk7StopPlayFailed);
+    }
+    m_state.Playing = 0;
+    m_playingTone = false;
+    m_toneArmed = false;
+    return result(kEk7Ok);
+}
+
 LineState* LineLibrary::save()
 {
     if (m_wavePath.empty() || m_bufferPath.empty())

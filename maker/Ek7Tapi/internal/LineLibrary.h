@@ -4,7 +4,8 @@
 //
 // Divisions of LineLibrary.cpp: starting and stopping (initVar, init, open,
 // close), devices (listDevices, waveId), the call (answer, dial), media
-// (setResource, playFile, setRecord, record, pause, stop, save, inputLevel),
+// (setResource, playFile, setRecord, record, pause, stop, stopPlaying, save,
+// inputLevel),
 // and the reports (callback, drain, and one handler per TAPI message).
 #pragma once
 
@@ -40,6 +41,7 @@ public:
     LineState* record();
     LineState* pause();
     LineState* stop();
+    LineState* stopPlaying();
     LineState* save();
     LineState* answer();
     LineState* dial(const char* number);

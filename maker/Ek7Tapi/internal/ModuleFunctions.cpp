@@ -36,6 +36,7 @@ bool ModuleFunctions::bind(const DynamicLibrary& module, std::string* missing)
     ok &= take(module, "navoLineStopMedia", f.navoLineStopMedia, missing);
     take(module, "navoLineGetLevel", f.navoLineGetLevel, nullptr);
     take(module, "navoLineUseMicrophone", f.navoLineUseMicrophone, nullptr);
+    take(module, "navoLineStopPlay", f.navoLineStopPlay, nullptr);
     if (ok)
         *this = f;
     return ok;

@@ -26,6 +26,7 @@ struct ModuleFunctions {
     // Optional: null for a module made before it existed.
     PFN_navoLineGetLevel navoLineGetLevel = nullptr;
     PFN_navoLineUseMicrophone navoLineUseMicrophone = nullptr;
+    PFN_navoLineStopPlay navoLineStopPlay = nullptr;
 
     // Binds every function; false (naming the first missing one) when the
     // module lacks any but the optional ones, and then none is bound.
