@@ -86,21 +86,9 @@ protected:
     };
     Stored stored(long recId)
     {
-        Stored result;
-        const std::string recordFile = RecordFiler::recordFileName(recId);
-        const std::string folder = path("check-" + std::to_string(recId));
-        std::filesystem::create_directories(folder);
-        EXPECT_EQ(ExtractFile(app.DataStorePath.c_str(), recordFile.c_str(), folder.c_str()), 0);
-        result.recordFileSize = std::filesystem::file_size(folder + "/" + recordFile);
-        EXPECT_EQ(VXopenVXZ((folder + "/" + recordFile).c_str(), folder.c_str()), 0);
-        for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-            if (entry.path().extension() == ".wav")
-                result.wave = readAll(entry.path().string());
-            if (entry.path().extension() == ".vxl")
-                result.subject = indexline::showField(indexline::field(readAll(entry.path().string()), 5));
-        }
-        std::filesystem::remove_all(folder);
-        return result;
+        StoredRecord record = storedRecord(recId);
+        return {indexline::showField(indexline::field(record.members[".vxl"], 5)), record.fileSize,
+                record.members[".wav"]};
     }
 };
 

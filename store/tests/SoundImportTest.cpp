@@ -32,17 +32,9 @@ protected:
     Stored stored(long recId)
     {
         Stored result;
-        const std::string recordFile = RecordFiler::recordFileName(recId);
-        const std::string folder = path("check-" + std::to_string(recId));
-        std::filesystem::create_directories(folder);
-        EXPECT_EQ(ExtractFile(app.DataStorePath.c_str(), recordFile.c_str(), folder.c_str()), 0);
-        EXPECT_EQ(VXopenVXZ((folder + "/" + recordFile).c_str(), folder.c_str()), 0);
-        std::filesystem::remove(folder + "/" + recordFile);
-        for (const auto& entry : std::filesystem::directory_iterator(folder))
-            result.members[entry.path().extension().string()] = readAll(entry.path().string());
+        result.members = storedRecord(recId).members;
         result.line = result.members[".vxl"];
         result.wave = tone::parse(result.members[".wav"]);
-        std::filesystem::remove_all(folder);
         return result;
     }
 

@@ -6,7 +6,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <filesystem>
 #include <fstream>
+#include <map>
 #include <sstream>
 #include <string>
 #include <sys/stat.h>
@@ -186,6 +188,30 @@ protected:
                 return ExtractFile(local.c_str(), m.c_str(), folder.c_str()) == 0 ? readAll(folder + "/" + m)
                                                                                    : "(member unreadable)";
         return "(no member " + suffix + ")";
+    }
+
+    // A record file taken from the store and opened (every member's CRC
+    // checked): its size and its members by extension.
+    struct StoredRecord {
+        std::uint64_t fileSize = 0;
+        std::map<std::string, std::string> members;
+    };
+    StoredRecord storedRecord(long recId) const
+    {
+        StoredRecord result;
+        const std::string recordFile = RecordFiler::recordFileName(recId);
+        const std::string folder = root() + "/check-" + std::to_string(recId);
+        std::filesystem::create_directories(folder);
+        const std::string local = folder + "/" + recordFile;
+        EXPECT_EQ(ExtractFile(app.DataStorePath.c_str(), recordFile.c_str(), folder.c_str()), 0);
+        std::error_code error;
+        result.fileSize = std::filesystem::file_size(local, error);
+        EXPECT_EQ(VXopenVXZ(local.c_str(), folder.c_str()), 0);
+        std::filesystem::remove(local, error);
+        for (const auto& entry : std::filesystem::directory_iterator(folder))
+            result.members[entry.path().extension().string()] = readAll(entry.path().string());
+        std::filesystem::remove_all(folder, error);
+        return result;
     }
 
     static std::string indexlineRecId(long recId)
