@@ -275,17 +275,22 @@ int ZipArchive::putFile(const std::string& name, const std::string& path)
     return putBytes(name, bytes.data(), bytes.size());
 }
 
+std::int64_t ZipArchive::add(const std::string& name, zip_source_t* source)
+{
+    if (source == nullptr)
+        return -1;
+    const zip_int64_t index = zip_file_add(m_zip, name.c_str(), source, ZIP_FL_OVERWRITE | ZIP_FL_ENC_UTF_8);
+    if (index < 0)
+        zip_source_free(source);
+    return index;
+}
+
 int ZipArchive::putStreamed(const std::string& name, const std::string& path)
 {
     // Length 0: the file to its end, as it is when the archive is written.
-    zip_source_t* source = zip_source_file(m_zip, path.c_str(), 0, 0);
-    if (source == nullptr)
+    const std::int64_t index = add(name, zip_source_file(m_zip, path.c_str(), 0, 0));
+    if (index < 0)
         return kVxErrWrite;
-    const zip_int64_t index = zip_file_add(m_zip, name.c_str(), source, ZIP_FL_OVERWRITE | ZIP_FL_ENC_UTF_8);
-    if (index < 0) {
-        zip_source_free(source);
-        return kVxErrWrite;
-    }
     if (zip_set_file_compression(m_zip, static_cast<zip_uint64_t>(index), ZIP_CM_DEFLATE, kDeflateLevel) != 0)
         return kVxErrWrite;
     return kVxOk;
@@ -339,13 +344,9 @@ int ZipArchive::putPacked(const std::string& name, PackedMember member)
         if (source != nullptr)
             deflated.release();  // the source frees it
     }
-    if (source == nullptr)
+    const std::int64_t index = add(name, source);
+    if (index < 0)
         return kVxErrWrite;
-    const zip_int64_t index = zip_file_add(m_zip, name.c_str(), source, ZIP_FL_OVERWRITE | ZIP_FL_ENC_UTF_8);
-    if (index < 0) {
-        zip_source_free(source);
-        return kVxErrWrite;
-    }
     if (stored && zip_set_file_compression(m_zip, static_cast<zip_uint64_t>(index), ZIP_CM_STORE, 0) != 0)
         return kVxErrWrite;
     return kVxOk;

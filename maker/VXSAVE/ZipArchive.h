@@ -81,6 +81,8 @@ public:
 
 private:
     int putStreamed(const std::string& name, const std::string& path);
+    // The member's index, or -1 (the source freed) when it cannot be added.
+    std::int64_t add(const std::string& name, zip_source_t* source);
     // The archive from memory to its file, in place of the old one.
     int writeOut();
 
