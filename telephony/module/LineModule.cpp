@@ -254,6 +254,13 @@ std::shared_ptr<LineProvider> LineModule::providerOf(HCALL call)
     return line == m_lines.end() ? nullptr : line->second.provider;
 }
 
+std::shared_ptr<LineProvider> LineModule::providerOfLine(HLINE line)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    const auto found = m_lines.find(line);
+    return found == m_lines.end() ? nullptr : found->second.provider;
+}
+
 LONG LineModule::answer(HCALL call)
 {
     const auto provider = providerOf(call);
@@ -280,14 +287,9 @@ LONG LineModule::deallocate(HCALL call)
 
 LONG LineModule::makeCall(HLINE line, HCALL* call, const char* number)
 {
-    std::shared_ptr<LineProvider> provider;
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        const auto found = m_lines.find(line);
-        if (found == m_lines.end())
-            return LINEERR_INVALLINEHANDLE;
-        provider = found->second.provider;
-    }
+    const auto provider = providerOfLine(line);
+    if (!provider)
+        return LINEERR_INVALLINEHANDLE;
     if (call == nullptr)
         return LINEERR_INVALPOINTER;
     if (number == nullptr || *number == '\0')
@@ -301,14 +303,9 @@ LONG LineModule::makeCall(HLINE line, HCALL* call, const char* number)
 
 LONG LineModule::useMicrophone(HLINE line, const char* input)
 {
-    std::shared_ptr<LineProvider> provider;
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        const auto found = m_lines.find(line);
-        if (found == m_lines.end())
-            return LINEERR_INVALLINEHANDLE;
-        provider = found->second.provider;
-    }
+    const auto provider = providerOfLine(line);
+    if (!provider)
+        return LINEERR_INVALLINEHANDLE;
     const bool sends = provider->useMicrophone(input != nullptr, input != nullptr ? input : "");
     return sends || input == nullptr ? 0 : LINEERR_OPERATIONUNAVAIL;
 }

@@ -66,6 +66,7 @@ private:
     ~LineModule();
     void loadDevices();  // with m_mutex held
     std::shared_ptr<LineProvider> providerOf(HCALL call);
+    std::shared_ptr<LineProvider> providerOfLine(HLINE line);
     void report(TAPIDWORD device, TAPIDWORD message, DWORD_PTR instance, DWORD_PTR p1, DWORD_PTR p2 = 0,
                 DWORD_PTR p3 = 0);
 
